@@ -1,0 +1,77 @@
+// Tests of reMatcher: the match-result convention, anchoring and captured texts.
+#include "cncprobe/platform/matcher.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+std::unique_ptr<reMatcher> compiled(const char* pattern, int options = 16) {
+  auto m = std::make_unique<reMatcher>(utString(pattern));
+  utString error;
+  int offset = 0;
+  EXPECT_NE(m->compile(options, error, offset), 0) << pattern << ": " << error.str();
+  m->study(error, 0);
+  return m;
+}
+}  // namespace
+
+TEST(Matcher, ResultIsOneMoreThanTheHighestGroupThatTookPart) {
+  struct Case { const char* pattern; const char* subject; int result; };
+  const Case cases[] = {
+      {R"(^[\s\*]*TOOLPATHID[\s\*]+(\d+(?:\.\d*)?)[\s\*]*$)", "TOOLPATHID 12.0003", 2},
+      {R"(^[\s\*]*TOOLPATHID[\s\*]+(\d+(?:\.\d*)?)[\s\*]*$)", "TOOLPATHID", -1},
+      {R"(^END(?:[\s\*]*'.*?')?[\s\*]*)", "", -1},
+      {R"(^END(?:[\s\*]*'.*?')?[\s\*]*)", "END", 1},
+      {R"(^END(?:[\s\*]*'.*?')?[\s\*]*)", "END 'PROGRAM 1'", 1},
+      {R"(^(a)(b)(c)?)", "abc", 4},
+      {R"(^(a)(b)(c)?)", "abx", 3},
+      {R"(^(x)?y)", "y", 1},
+      {R"(^(x)?(y))", "y", 3},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(compiled(c.pattern)->match(utString(c.subject), 0), c.result)
+        << c.pattern << " on '" << c.subject << "'";
+  }
+}
+
+TEST(Matcher, Option16AnchorsAtTheStartOffset) {
+  EXPECT_LT(compiled("OUT OF TOL")->match(utString("X OUT OF TOL"), 0), 0);
+  EXPECT_EQ(compiled("OUT OF TOL", 0)->match(utString("X OUT OF TOL"), 0), 1);
+}
+
+TEST(Matcher, GroupTexts) {
+  auto m = compiled(R"(^[\s\*]*TOOLPATHID[\s\*]+(\d+(?:\.\d*)?)[\s\*]*$)");
+  ASSERT_EQ(m->match(utString("  TOOLPATHID 12.0003 **"), 0), 2);
+  EXPECT_EQ(m->get_substring(1).view(), "12.0003");
+
+  auto lazy = compiled(R"(^NAME[\s\*]*(.*?)[\s\*]*$)");
+  ASSERT_EQ(lazy->match(utString("NAME BORE A  ** "), 0), 2);
+  EXPECT_EQ(lazy->get_substring(1).view(), "BORE A");
+  ASSERT_EQ(lazy->match(utString("NAME  "), 0), 2);
+  EXPECT_TRUE(lazy->get_substring(1).valid()) << "an empty group that took part is a valid empty text";
+  EXPECT_TRUE(lazy->get_substring(1).empty());
+
+  EXPECT_LT(m->match(utString("nothing"), 0), 0);
+  EXPECT_TRUE(m->get_substring(1).invalid()) << "no group text after a failed match";
+}
+
+TEST(Matcher, UncompiledOrBadPatternNeverMatches) {
+  reMatcher never(utString("abc"));
+  EXPECT_LT(never.match(utString("abc"), 0), 0);
+  reMatcher bad(utString("(unclosed"));
+  utString error;
+  int offset = -1;
+  EXPECT_EQ(bad.compile(16, error, offset), 0);
+  EXPECT_FALSE(error.empty());
+  EXPECT_LT(bad.match(utString("(unclosed"), 0), 0);
+  EXPECT_LT(compiled("a")->match(utString("a"), 5), 0);
+}
+
+TEST(Matcher, CatastrophicBacktrackingEndsAsNoMatch) {
+  auto m = compiled(R"(^(a+)+$)");
+  const std::string line = std::string(40, 'a') + "b";
+  EXPECT_LT(m->match(utString(line.c_str()), 0), 0);
+  const std::string long_line(200000, 'a');
+  EXPECT_EQ(m->match(utString(long_line.c_str()), 0), 2);
+}

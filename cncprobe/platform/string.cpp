@@ -1,0 +1,198 @@
+// utString and its shared, reference-counted character storage.
+#include "cncprobe/platform/string.h"
+
+#include <algorithm>
+#include <atomic>
+#include <charconv>
+#include <climits>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <stdexcept>
+
+struct utRef::Rep {
+  std::atomic<std::uint32_t> refs;
+  std::uint32_t length;
+  std::uint32_t capacity;
+  char* chars() noexcept { return reinterpret_cast<char*>(this + 1); }
+};
+
+namespace {
+constexpr std::size_t kMaxLength = std::numeric_limits<std::uint32_t>::max() - 1;
+}
+
+utRef::utRef(const utRef& other) noexcept : rep_(other.rep_) {
+  if (rep_) rep_->refs.fetch_add(1, std::memory_order_relaxed);
+}
+
+utRef::utRef(utRef&& other) noexcept : rep_(other.rep_) { other.rep_ = nullptr; }
+
+utRef& utRef::operator=(const utRef& other) noexcept {
+  utRef copy(other);
+  std::swap(rep_, copy.rep_);
+  return *this;
+}
+
+utRef& utRef::operator=(utRef&& other) noexcept {
+  if (this != &other) {
+    utRef old(std::move(*this));
+    rep_ = other.rep_;
+    other.rep_ = nullptr;
+  }
+  return *this;
+}
+
+utRef::~utRef() {
+  if (rep_ && rep_->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    rep_->~Rep();
+    ::operator delete(rep_);
+  }
+}
+
+utRef utRef::allocate(const char* bytes, std::uint32_t length, std::uint32_t capacity) {
+  capacity = std::max(capacity, length);
+  void* memory = ::operator new(sizeof(Rep) + std::size_t{capacity} + 1);
+  Rep* rep = new (memory) Rep{{1}, length, capacity};
+  if (length) std::memcpy(rep->chars(), bytes, length);
+  rep->chars()[length] = '\0';
+  return utRef(rep);
+}
+
+bool utRef::shared() const noexcept {
+  return rep_ && rep_->refs.load(std::memory_order_acquire) > 1;
+}
+char* utRef::data() const noexcept { return rep_->chars(); }
+std::uint32_t utRef::length() const noexcept { return rep_->length; }
+std::uint32_t utRef::capacity() const noexcept { return rep_->capacity; }
+void utRef::set_length(std::uint32_t length) noexcept {
+  rep_->length = length;
+  rep_->chars()[length] = '\0';
+}
+
+utString::utString(const char* text) {
+  if (text) append(text, std::strlen(text));
+}
+
+utString::utString(const char* bytes, std::size_t length) { append(bytes, length); }
+
+void utString::make_unique_valid() {
+  if (ref_.null()) {
+    ref_ = utRef::allocate(nullptr, 0, 0);
+  } else if (ref_.shared()) {
+    ref_ = utRef::allocate(ref_.data(), ref_.length(), ref_.length());
+  }
+}
+
+void utString::append(const char* bytes, std::size_t count) {
+  const std::size_t old_length = length();
+  if (count > kMaxLength - old_length) throw std::length_error("utString: text too long");
+  const auto new_length = static_cast<std::uint32_t>(old_length + count);
+  if (ref_.null() || ref_.shared() || ref_.capacity() < new_length) {
+    // Grow geometrically so that byte-by-byte appends stay linear.
+    std::size_t capacity = old_length ? std::max<std::size_t>(new_length, old_length * 2) : new_length;
+    capacity = std::min(capacity, kMaxLength);
+    utRef fresh = utRef::allocate(ref_.null() ? nullptr : ref_.data(),
+                                  static_cast<std::uint32_t>(old_length),
+                                  static_cast<std::uint32_t>(capacity));
+    ref_ = std::move(fresh);
+  }
+  if (count) std::memmove(ref_.data() + old_length, bytes, count);
+  ref_.set_length(new_length);
+}
+
+utString& utString::operator<<(const utString& other) {
+  if (other.valid()) {
+    // Hold the other's storage: appending a string to itself must read the old bytes.
+    const utString keep = other;
+    append(keep.c_str(), keep.length());
+  } else {
+    make_unique_valid();
+  }
+  return *this;
+}
+
+utString& utString::operator<<(const char* text) {
+  if (text) {
+    append(text, std::strlen(text));
+  } else {
+    make_unique_valid();
+  }
+  return *this;
+}
+
+utString& utString::operator<<(char byte) {
+  append(&byte, 1);
+  return *this;
+}
+
+utString& utString::operator<<(int number) {
+  char buffer[16];
+  const auto result = std::to_chars(buffer, buffer + sizeof buffer, number);
+  append(buffer, static_cast<std::size_t>(result.ptr - buffer));
+  return *this;
+}
+
+utString utString::operator+(const utString& other) const {
+  utString sum = *this;
+  sum << other;
+  return sum;
+}
+
+void utString::convert(int (*fn)(int)) {
+  if (ref_.null()) return;
+  make_unique_valid();
+  char* chars = ref_.data();
+  for (std::uint32_t i = 0, n = ref_.length(); i < n; ++i) {
+    chars[i] = static_cast<char>(fn(static_cast<unsigned char>(chars[i])));
+  }
+}
+
+int utString::locate_substring(const utString& needle) const {
+  const std::size_t at = view().find(needle.view());
+  if (at == std::string_view::npos || at > static_cast<std::size_t>(INT_MAX)) return -1;
+  return static_cast<int>(at);
+}
+
+utString utString::remove_leading_chars(const char* set) const {
+  if (invalid()) return *this;
+  const std::string_view text = view();
+  const std::size_t first = set ? text.find_first_not_of(set) : 0;
+  if (first == 0) return *this;
+  if (first == std::string_view::npos) return utString("");
+  return utString(text.substr(first));
+}
+
+int utString::parse(int& value, int& second) const {
+  second = 0;
+  std::string_view text = view();
+  if (!text.empty() && text.front() == '+') {
+    text.remove_prefix(1);
+    if (!text.empty() && (text.front() == '-' || text.front() == '+')) return 0;
+  }
+  if (text.empty()) return 0;
+  int parsed = 0;
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), parsed);
+  if (result.ec != std::errc() || result.ptr != text.data() + text.size()) return 0;
+  value = parsed;
+  return 1;
+}
+
+int utString::extract_string(const char* delimiter, utString& piece) {
+  if (empty()) return 0;
+  const std::string_view text = view();
+  const std::string_view delim = delimiter ? std::string_view(delimiter) : std::string_view();
+  const std::size_t at = delim.empty() ? std::string_view::npos : text.find(delim);
+  if (at == std::string_view::npos) {
+    piece = *this;
+    *this = utString("");
+  } else {
+    piece = utString(text.substr(0, at));
+    *this = utString(text.substr(at + delim.size()));
+  }
+  return 1;
+}
+
+bool utString::operator==(const utString& other) const noexcept {
+  if (invalid() || other.invalid()) return invalid() == other.invalid();
+  return view() == other.view();
+}

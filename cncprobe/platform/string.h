@@ -1,0 +1,118 @@
+// utString: the 8-bit string every line, captured text, file name and label is held in.
+//
+// A utString is either valid (holding a text, possibly empty) or invalid (no text at all, the
+// state of a default-constructed string). Copies share one character array through a reference
+// count, so handing lines to cursors, lists and callbacks costs no character copy; every changing
+// operation detaches first, so it never changes another string that shared the storage.
+//
+//   utString line("G800 X1 Y2");
+//   utString copy = line;          // shares the characters
+//   copy << ' ' << 42;             // copy detaches; line is unchanged
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "cncprobe/export.h"
+
+// Tag for the literal constructor; both literal and plain constructors give the same string.
+struct utStringLit {};
+inline constexpr utStringLit utStringLiteral{};
+
+// utRef: the reference-counted handle to a shared character array. Internal to utString.
+class CNCPROBE_API utRef {
+public:
+  utRef() noexcept = default;
+  utRef(const utRef& other) noexcept;
+  utRef(utRef&& other) noexcept;
+  utRef& operator=(const utRef& other) noexcept;
+  utRef& operator=(utRef&& other) noexcept;
+  ~utRef();
+
+  // A fresh, unshared array holding `length` bytes copied from `bytes` (which may be null when
+  // length is 0) with room for at least `capacity` bytes plus the terminating NUL.
+  static utRef allocate(const char* bytes, std::uint32_t length, std::uint32_t capacity);
+
+  bool null() const noexcept { return rep_ == nullptr; }
+  bool shared() const noexcept;
+  char* data() const noexcept;
+  std::uint32_t length() const noexcept;
+  std::uint32_t capacity() const noexcept;
+  void set_length(std::uint32_t length) noexcept;  // also writes the terminating NUL
+
+private:
+  struct Rep;
+  explicit utRef(Rep* rep) noexcept : rep_(rep) {}
+  Rep* rep_ = nullptr;
+};
+
+class CNCPROBE_API utString {
+public:
+  // An invalid string: no text, null character pointer, length 0.
+  utString() noexcept = default;
+  // The characters of a NUL-terminated text; a null pointer gives an invalid string.
+  utString(const char* text);  // NOLINT(google-explicit-constructor): literals read naturally
+  utString(utStringLit, const char* text) : utString(text) {}
+  // The given bytes, which may contain NUL bytes; always valid.
+  utString(const char* bytes, std::size_t length);
+  explicit utString(std::string_view text) : utString(text.data(), text.size()) {}
+
+  utString(const utString&) noexcept = default;
+  utString(utString&&) noexcept = default;
+  utString& operator=(const utString&) noexcept = default;
+  utString& operator=(utString&&) noexcept = default;
+  ~utString() = default;
+
+  bool valid() const noexcept { return !ref_.null(); }
+  bool invalid() const noexcept { return ref_.null(); }
+  // Length in bytes; 0 for an invalid string.
+  std::uint32_t length() const noexcept { return ref_.null() ? 0 : ref_.length(); }
+  bool empty() const noexcept { return length() == 0; }
+  // The NUL-terminated character data; null for an invalid string.
+  const char* c_str() const noexcept { return ref_.null() ? nullptr : ref_.data(); }
+  // The text as a view; empty for an invalid string.
+  std::string_view view() const noexcept {
+    return ref_.null() ? std::string_view() : std::string_view(ref_.data(), ref_.length());
+  }
+  std::string str() const { return std::string(view()); }
+  char operator[](std::uint32_t index) const noexcept { return ref_.data()[index]; }
+
+  // Appends; an invalid string becomes valid with what was appended.
+  utString& operator<<(const utString& other);
+  utString& operator<<(const char* text);
+  utString& operator<<(char byte);
+  // Appends the number in decimal: a leading "-" when negative, no leading zeros or blanks.
+  utString& operator<<(int number);
+  utString operator+(const utString& other) const;
+  utString& operator+=(const utString& other) { return *this << other; }
+
+  // Replaces every byte by fn(byte), as with toupper.
+  void convert(int (*fn)(int));
+
+  // Index of the first occurrence of `needle`, negative when it does not occur.
+  int locate_substring(const utString& needle) const;
+
+  // A copy without the leading run of bytes that occur in `set`; this string is unchanged.
+  utString remove_leading_chars(const char* set) const;
+
+  // Reads the whole string as a decimal integer: an optional sign, then digits only. Non-zero
+  // with `value` set when it holds one that fits an int; zero otherwise. `second` is set to 0.
+  int parse(int& value, int& second) const;
+
+  // Moves the leading piece up to the first `delimiter` into `piece` and removes the piece and
+  // the delimiter from this string; a last piece without delimiter is moved too and leaves this
+  // string empty. Zero when nothing was left to move.
+  int extract_string(const char* delimiter, utString& piece);
+
+  // Same state and same bytes; an invalid string equals only an invalid string.
+  bool operator==(const utString& other) const noexcept;
+  bool operator!=(const utString& other) const noexcept { return !(*this == other); }
+
+private:
+  void append(const char* bytes, std::size_t length);
+  void make_unique_valid();
+
+  utRef ref_;
+};

@@ -1,0 +1,99 @@
+// Tests of utString: sharing, the invalid state and the text operations the parsers rely on.
+#include "cncprobe/platform/string.h"
+
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <string>
+#include <vector>
+
+TEST(String, DefaultIsInvalidAndAppendingMakesItValid) {
+  utString s;
+  EXPECT_TRUE(s.invalid());
+  EXPECT_EQ(s.c_str(), nullptr);
+  EXPECT_EQ(s.length(), 0u);
+  s << utString("abc");
+  EXPECT_TRUE(s.valid());
+  EXPECT_STREQ(s.c_str(), "abc");
+
+  utString t;
+  t << utString("");
+  EXPECT_TRUE(t.valid()) << "appending the empty text still gives a valid string";
+  EXPECT_NE(t, utString());
+  EXPECT_EQ(t, utString(""));
+}
+
+TEST(String, CopiesShareUntilOneChanges) {
+  utString a("G800");
+  utString b = a;
+  EXPECT_EQ(a.c_str(), b.c_str()) << "a copy must not copy characters";
+  b << ' ' << 12;
+  EXPECT_STREQ(a.c_str(), "G800");
+  EXPECT_STREQ(b.c_str(), "G800 12");
+
+  utString c = a;
+  c.convert(::tolower);
+  EXPECT_STREQ(a.c_str(), "G800");
+  EXPECT_STREQ(c.c_str(), "g800");
+
+  utString d = a;
+  utString piece;
+  d.extract_string("8", piece);
+  EXPECT_STREQ(a.c_str(), "G800");
+
+  utString self("ab");
+  self << self;
+  EXPECT_STREQ(self.c_str(), "abab");
+}
+
+TEST(String, AppendsNumbersAndBytes) {
+  utString s("");
+  s << -12 << ' ' << 0 << ' ' << 2147483647 << '\xE9';
+  EXPECT_EQ(s.view(), std::string_view("-12 0 2147483647\xE9"));
+  EXPECT_EQ((utString("a") + utString("b")).view(), "ab");
+}
+
+TEST(String, LocateSubstring) {
+  EXPECT_LT(utString("12.5").locate_substring("-"), 0);
+  EXPECT_EQ(utString("12-3").locate_substring("-"), 2);
+  EXPECT_LT(utString().locate_substring("-"), 0);
+}
+
+TEST(String, RemoveLeadingChars) {
+  struct Case { const char* in; const char* out; };
+  for (const Case& c : {Case{"- 12.5", "12.5"}, Case{"+3", "3"}, Case{"-", ""}, Case{"*", "*"},
+                        Case{" -+ 7", "7"}, Case{"", ""}, Case{"-*10", "*10"}}) {
+    utString in(c.in);
+    EXPECT_EQ(in.remove_leading_chars("+- ").view(), c.out) << c.in;
+    EXPECT_EQ(in.view(), c.in) << "the original is unchanged";
+  }
+  EXPECT_TRUE(utString("-").remove_leading_chars("+- ").valid());
+}
+
+TEST(String, Parse) {
+  struct Case { const char* text; int ok; int value; };
+  for (const Case& c : {Case{"17", 1, 17}, Case{"007", 1, 7}, Case{"-5", 1, -5}, Case{"+4", 1, 4},
+                        Case{"", 0, 0}, Case{"ABC", 0, 0}, Case{"12a", 0, 0}, Case{" 1", 0, 0},
+                        Case{"99999999999", 0, 0}, Case{"+-3", 0, 0}}) {
+    int value = -999, second = -1;
+    EXPECT_EQ(utString(c.text).parse(value, second) != 0, c.ok != 0) << c.text;
+    if (c.ok) {
+      EXPECT_EQ(value, c.value) << c.text;
+    }
+  }
+}
+
+TEST(String, ExtractStringSplitsAtTheDelimiter) {
+  utString text("2.10.0");
+  utString piece;
+  std::vector<std::string> pieces;
+  while (text.extract_string(".", piece)) pieces.push_back(piece.str());
+  EXPECT_EQ(pieces, (std::vector<std::string>{"2", "10", "0"}));
+  EXPECT_TRUE(text.valid());
+  EXPECT_TRUE(text.empty());
+
+  utString trailing("1.");
+  ASSERT_TRUE(trailing.extract_string(".", piece));
+  EXPECT_EQ(piece.view(), "1");
+  EXPECT_EQ(trailing.extract_string(".", piece), 0) << "nothing is left after a trailing delimiter";
+}
