@@ -1,0 +1,19 @@
+// giUnitVec3: normalisation that survives zero, huge and tiny vectors.
+#include "cncprobe/platform/unit_vec3.h"
+
+#include <algorithm>
+#include <cmath>
+
+giUnitVec3::giUnitVec3(const giVector3& v) noexcept : x_(0.0), y_(0.0), z_(0.0) {
+  const double scale = std::max({std::fabs(v.x()), std::fabs(v.y()), std::fabs(v.z())});
+  // A zero scale is a zero vector; a non-finite one (or NaN, which fails the test) has no
+  // direction either.
+  if (!(scale > 0.0) || !std::isfinite(scale)) return;
+  const double x = v.x() / scale;
+  const double y = v.y() / scale;
+  const double z = v.z() / scale;
+  const double length = std::sqrt(x * x + y * y + z * z);  // between 1 and sqrt(3)
+  x_ = x / length;
+  y_ = y / length;
+  z_ = z / length;
+}
