@@ -1,0 +1,72 @@
+// apStringReader: byte-level line splitting; apStringReaderUTF8: UTF-8 decoding of the lines.
+#include "cncprobe/platform/string_reader.h"
+
+#include <istream>
+#include <streambuf>
+#include <string_view>
+
+namespace {
+using Traits = std::char_traits<char>;
+constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
+constexpr std::size_t kByteOrderMarkLength = sizeof kByteOrderMark - 1;
+}  // namespace
+
+apStringReader::RawLine apStringReader::read_raw_line(std::istream& stream,
+                                                      std::string& bytes) const {
+  const std::istream::sentry ready(stream, true);  // true: blanks are data, not skipped
+  if (!ready) return RawLine::kNoLine;             // the sentry has set the fail flag
+  std::streambuf* buffer = stream.rdbuf();
+  for (;;) {
+    const Traits::int_type next = buffer->sbumpc();
+    if (Traits::eq_int_type(next, Traits::eof())) {
+      if (bytes.empty()) {
+        stream.setstate(std::ios_base::eofbit | std::ios_base::failbit);
+        return RawLine::kNoLine;
+      }
+      // A last line without a line end is still a line.
+      stream.setstate(std::ios_base::eofbit);
+      return RawLine::kLine;
+    }
+    const char byte = Traits::to_char_type(next);
+    if (byte == '\n') return RawLine::kLine;
+    if (byte == '\r') {
+      if (Traits::eq_int_type(buffer->sgetc(), Traits::to_int_type('\n'))) buffer->sbumpc();
+      return RawLine::kLine;
+    }
+    if (bytes.size() >= max_line_bytes()) return RawLine::kTooLong;
+    bytes.push_back(byte);
+  }
+}
+
+apString apStringReaderUTF8::read_line(std::istream& stream, int& error) {
+  std::string bytes;
+  bool at_start = first_line_;
+  first_line_ = false;
+  std::streambuf* buffer = stream.good() ? stream.rdbuf() : nullptr;
+  if (buffer) {
+    const std::streampos position = buffer->pubseekoff(0, std::ios_base::cur, std::ios_base::in);
+    if (position != std::streampos(-1)) at_start = position == std::streampos(0);
+  }
+  if (at_start && buffer) {
+    // Skip the byte-order mark; a partial one is no mark and its bytes stay in the line.
+    std::size_t matched = 0;
+    while (matched < kByteOrderMarkLength &&
+           Traits::eq_int_type(buffer->sgetc(), Traits::to_int_type(kByteOrderMark[matched]))) {
+      buffer->sbumpc();
+      ++matched;
+    }
+    if (matched < kByteOrderMarkLength) bytes.assign(kByteOrderMark, matched);
+  }
+
+  if (read_raw_line(stream, bytes) != RawLine::kLine) {
+    error = 1;
+    return apString();
+  }
+  int bad = 0;
+  apString line(apStringFromUTF8, std::string_view(bytes), bad);
+  if (bad != 0) {
+    error = bad;
+    return apString();
+  }
+  return line;
+}
