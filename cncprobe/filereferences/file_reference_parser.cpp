@@ -1,0 +1,89 @@
+// kptFileReferenceParser: builds the seven reference-line patterns and takes values from lines.
+#include "cncprobe/filereferences/file_reference_parser.h"
+
+namespace {
+// Any text may stand before the keyword; greedy, so the last usable occurrence of a keyword
+// repeated in one line is the one whose value is taken.
+constexpr const char* kPrefix = "^.*";
+// Blanks or asterisks after the keyword, the value, then only blanks and asterisks to the end.
+// The lazy group leaves the closing run of blanks and asterisks (and a stray carriage return)
+// out of the value.
+constexpr const char* kValueTail = "[\\s\\*]+(.*?)[\\s\\*]*$";
+// As the value tail, but the value must be a layout version major.minor.build.
+constexpr const char* kVersionTail =
+    "[\\s\\*]+([1-9]\\d*\\.(?:0|[1-9]\\d*)\\.(?:0|[1-9]\\d*))[\\s\\*]*$";
+// The option value every matcher of the system is compiled with: anchored at the start offset.
+constexpr int kCompileOptions = 16;
+
+std::unique_ptr<reMatcher> make_matcher(const char* keyword, const char* tail) {
+  utString pattern;
+  pattern << kPrefix << keyword << tail;
+  return std::make_unique<reMatcher>(pattern);
+}
+}  // namespace
+
+kptFileReferenceParser::kptFileReferenceParser() { init_matchers(); }
+
+kptFileReferenceParser::~kptFileReferenceParser() {
+  model_version_matcher.reset();
+  document_version_matcher.reset();
+  document_id_matcher.reset();
+  settings_filename_matcher.reset();
+  cldata_filename_matcher.reset();
+  cad_filename_matcher.reset();
+  results_file_version_matcher.reset();
+}
+
+void kptFileReferenceParser::init_matchers() {
+  results_file_version_matcher = make_matcher("RESULTSFILEVERSION", kVersionTail);
+  cad_filename_matcher = make_matcher("CADFILENAME", kValueTail);
+  cldata_filename_matcher = make_matcher("CLDATAFILENAME", kValueTail);
+  settings_filename_matcher = make_matcher("SETTINGSFILENAME", kValueTail);
+  document_id_matcher = make_matcher("DOCUMENTID", kValueTail);
+  document_version_matcher = make_matcher("DOCUMENTVERSION", kValueTail);
+  model_version_matcher = make_matcher("MODELVERSION", kValueTail);
+
+  reMatcher* const all[] = {results_file_version_matcher.get(), cad_filename_matcher.get(),
+                            cldata_filename_matcher.get(),      settings_filename_matcher.get(),
+                            document_id_matcher.get(),          document_version_matcher.get(),
+                            model_version_matcher.get()};
+  // The patterns are fixed and known to compile; the outcomes are not looked at.
+  utString error_text;
+  int error_offset = 0;
+  for (reMatcher* matcher : all) (void)matcher->compile(kCompileOptions, error_text, error_offset);
+  for (reMatcher* matcher : all) (void)matcher->study(error_text, 0);
+}
+
+utString kptFileReferenceParser::parse_line(const utString& line, reMatcher& matcher) {
+  // 2: the match succeeded and group 1, the value, took part.
+  if (matcher.match(line, 0) == 2) return matcher.get_substring(1);
+  return utString();
+}
+
+utString kptFileReferenceParser::parse_results_file_version(const utString& line) const {
+  return parse_line(line, *results_file_version_matcher);
+}
+
+utString kptFileReferenceParser::parse_cad_filename(const utString& line) const {
+  return parse_line(line, *cad_filename_matcher);
+}
+
+utString kptFileReferenceParser::parse_cldata_filename(const utString& line) const {
+  return parse_line(line, *cldata_filename_matcher);
+}
+
+utString kptFileReferenceParser::parse_settings_filename(const utString& line) const {
+  return parse_line(line, *settings_filename_matcher);
+}
+
+utString kptFileReferenceParser::parse_document_id(const utString& line) const {
+  return parse_line(line, *document_id_matcher);
+}
+
+utString kptFileReferenceParser::parse_document_version(const utString& line) const {
+  return parse_line(line, *document_version_matcher);
+}
+
+utString kptFileReferenceParser::parse_model_version(const utString& line) const {
+  return parse_line(line, *model_version_matcher);
+}
