@@ -1,0 +1,10 @@
+// The marker of a number that a printed report line did not set.
+//
+// Every double of the parsed report values is "not set" while it holds the largest finite double
+// (1.7976931348623157e308); it is compared with exact equality, so no other value, NaN included,
+// counts as not set.
+#pragma once
+
+#include <limits>
+
+inline constexpr double kptUnsetValue = std::numeric_limits<double>::max();
