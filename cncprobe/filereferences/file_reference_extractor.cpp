@@ -7,6 +7,7 @@
 #include "cncprobe/platform/string_encoding.h"
 #include "cncprobe/platform/string_reader.h"
 
+
 apStatus kptFileReferenceExtractor::extract(const apPath& path) {
   // Forget first: a call that fails must not leave the references of an earlier file behind.
   forget_all();
@@ -30,7 +31,12 @@ apStatus kptFileReferenceExtractor::extract_filenames(const apPath& path) { retu
 apStatus kptFileReferenceExtractor::extract_from_stream(std::istream& stream) {
   forget_all();
   const apIStringEncoding* encoding = apStringEncodingChooser().ut_encoding();
-  apStringReaderUTF8 reader;
+  // The line bound keeps the value patterns cheap as well: their lazy value group costs time in
+  // the square of a run of blanks or asterisks inside the value. Within kMaxLineBytes every
+  // match completes, in milliseconds, so each reference is matched expensively at most once,
+  // when it is found; longer runs would let a crafted file spend a full match budget on every
+  // line and never finish in reasonable time.
+  apStringReaderUTF8 reader(kMaxLineBytes);
   const kptFileReferenceParser parser;
 
   // Each line is offered only to the patterns of the references still missing, so the first

@@ -8,10 +8,12 @@
 //   }
 //
 // The first line that gives a reference wins; later lines with the same keyword are ignored.
-// The file is read as UTF-8 text, lines ending in LF, CR LF or CR, until all seven references
-// are known or the file ends.
+// The file is read as UTF-8 text, lines ending in LF, CR LF or CR (a byte-order mark at its
+// start is skipped), until all seven references are known, the file ends, or a line is not
+// UTF-8 text or is longer than kMaxLineBytes.
 #pragma once
 
+#include <cstddef>
 #include <iosfwd>
 
 #include "cncprobe/export.h"
@@ -22,12 +24,16 @@
 
 class CNCPROBE_API kptFileReferenceExtractor {
 public:
+  // The longest line the scan reads; a longer one ends the scan as an unreadable line does.
+  // Reference lines hold a keyword and a file name or version, far below this.
+  static constexpr std::size_t kMaxLineBytes = 4096;
+
   // All seven references not found.
   kptFileReferenceExtractor() = default;
 
   // Forgets every reference of an earlier call, then scans the file. apStatus(1) when the file
   // could be opened, also when it holds no reference or reading stopped at a line that is not
-  // UTF-8 text (or longer than a line may be); the references found before that line are kept.
+  // UTF-8 text or is longer than kMaxLineBytes; the references found before that line are kept.
   // apStatus(0), with nothing found, when the path is not well formed, names no regular file
   // (a directory, a FIFO, a device) or nothing at all, or the file cannot be opened.
   [[nodiscard]] apStatus extract(const apPath& path);
