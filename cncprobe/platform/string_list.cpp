@@ -1,6 +1,8 @@
 // utStringcoSList: appending, element access and the iterator's cycle through the list.
 #include "cncprobe/platform/string_list.h"
 
+#include <utility>
+
 namespace {
 // What an iterator yields where there is no element: a reader that forgets to test the step's
 // result sees an invalid line instead of reading past the list.
@@ -9,6 +11,11 @@ const utString kNoElement;
 
 int utStringcoSListB::insert_last(const utString& text) {
   elements_.push_back(text);
+  return 1;
+}
+
+int utStringcoSListB::insert_last(utString&& text) {
+  elements_.push_back(std::move(text));
   return 1;
 }
 

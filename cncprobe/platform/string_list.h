@@ -11,6 +11,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 #include "cncprobe/export.h"
@@ -30,6 +31,7 @@ public:
 
   // Appends a copy of `text` (invalid and empty strings too) at the end; returns 1.
   int insert_last(const utString& text);
+  int insert_last(utString&& text);
 
   // Number of elements.
   std::size_t size() const noexcept { return elements_.size(); }
@@ -55,6 +57,7 @@ public:
 
   // Appends a copy of `text` at the end of the list; returns 1, or 0 without a list.
   int insert_last(const utString& text) { return list_ ? list_->insert_last(text) : 0; }
+  int insert_last(utString&& text) { return list_ ? list_->insert_last(std::move(text)) : 0; }
   utStringcoSListB* list() const noexcept { return list_; }
 
 private:
@@ -109,6 +112,7 @@ public:
 
   // Appends a copy of `text` at the end; returns 1.
   int insert_last(const utString& text) { return cursor_.insert_last(text); }
+  int insert_last(utString&& text) { return cursor_.insert_last(std::move(text)); }
 
 private:
   utStringcoSListBcoCursor cursor_;
