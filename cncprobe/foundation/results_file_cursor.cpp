@@ -1,0 +1,148 @@
+// kptResultsFileCursor: reading a results file into its list of lines, and stepping through it.
+#include "cncprobe/foundation/results_file_cursor.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <limits>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "cncprobe/platform/wide_string.h"
+
+namespace {
+// The longest line a utString holds; a longer run of bytes is cut into lines of this length.
+constexpr std::size_t kMaxLineLength = std::numeric_limits<std::uint32_t>::max() - 1;
+// The file is read in chunks of this size; lines are cut out of each chunk in place.
+constexpr std::size_t kChunkSize = std::size_t{1} << 20;
+
+constexpr bool is_line_end(char c) noexcept { return c == '\0' || c == '\n' || c == '\r'; }
+
+// The first NUL, LF or CR in [p, end), or end. Eight bytes at a time: a word without any byte
+// below 0x0E holds no line end, which is the common case inside a line.
+const char* find_line_end(const char* p, const char* end) noexcept {
+  constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+  constexpr std::uint64_t kHighs = 0x8080808080808080ULL;
+  while (end - p >= 8) {
+    std::uint64_t word;
+    std::memcpy(&word, p, 8);
+    if (((word - kOnes * 0x0E) & ~word & kHighs) != 0) break;
+    p += 8;
+  }
+  while (p != end && !is_line_end(*p)) ++p;
+  return p;
+}
+
+// A line that is not UTF-8 survives when it is text in the current C locale's multibyte encoding
+// (a machine configured for a legacy code page); anything else is noise and is dropped.
+bool readable_in_c_locale(const utString& line) {
+  return std::mbstowcs(nullptr, line.c_str(), 2147483647) != static_cast<std::size_t>(-1);
+}
+
+// Cuts the bytes of a file, fed chunk by chunk, into the non-empty lines that pass the encoding
+// test, appending them to a list. A line cut by a chunk boundary waits in `partial_`.
+class LineSplitter {
+public:
+  explicit LineSplitter(utStringcoSList& lines) : lines_(lines) {}
+
+  void feed(const char* p, const char* end) {
+    while (p != end) {
+      const char* line_end = find_line_end(p, end);
+      if (line_end == end) {
+        hold(std::string_view(p, static_cast<std::size_t>(end - p)));
+        return;
+      }
+      const std::string_view piece(p, static_cast<std::size_t>(line_end - p));
+      if (partial_.empty()) {
+        keep(piece);
+      } else {
+        hold(piece);
+        keep(partial_);
+        partial_.clear();
+      }
+      p = line_end + 1;
+    }
+  }
+
+  // The last line of the file, which has no line end behind it.
+  void finish() {
+    keep(partial_);
+    partial_.clear();
+  }
+
+private:
+  void hold(std::string_view piece) {
+    while (partial_.size() + piece.size() > kMaxLineLength) {
+      const std::size_t room = kMaxLineLength - partial_.size();
+      partial_.append(piece.substr(0, room));
+      piece.remove_prefix(room);
+      keep(partial_);
+      partial_.clear();
+    }
+    partial_.append(piece);
+  }
+
+  void keep(std::string_view bytes) {
+    if (bytes.empty()) return;
+    utString line(bytes.data(), bytes.size());
+    // Valid UTF-8, and plain ASCII above all, is the common case: test it without decoding.
+    if (apString::is_valid_utf8(bytes) || readable_in_c_locale(line)) {
+      lines_.insert_last(std::move(line));
+    }
+  }
+
+  utStringcoSList& lines_;
+  std::string partial_;
+};
+}  // namespace
+
+kptResultsFileCursor::kptResultsFileCursor()
+    : lines_(std::make_shared<utStringcoSList>()), position_(lines_.get()) {}
+
+kptResultsFileCursor::kptResultsFileCursor(const utString& file_name) : kptResultsFileCursor() {
+  read_file(file_name);
+}
+
+kptResultsFileCursor::kptResultsFileCursor(std::initializer_list<utString> lines)
+    : kptResultsFileCursor() {
+  for (const utString& line : lines) {
+    if (line.length() != 0) lines_->insert_last(line);
+  }
+}
+
+bool kptResultsFileCursor::operator++() noexcept { return ++position_; }
+
+void kptResultsFileCursor::read_file(const utString& file_name) {
+  if (file_name.invalid()) return;
+  std::ifstream stream(file_name.c_str(), std::ios::in | std::ios::binary);
+  if (!stream.is_open()) return;
+  std::vector<char> chunk(kChunkSize);
+  LineSplitter splitter(*lines_);
+  // A short read means the end of the file or a read error (a directory reads as one); either
+  // way the lines read so far, the last one included, are kept.
+  for (;;) {
+    stream.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
+    const std::streamsize got = stream.gcount();
+    if (got > 0) splitter.feed(chunk.data(), chunk.data() + got);
+    if (!stream || got <= 0) break;
+  }
+  splitter.finish();
+}
+
+utString kptResultsFileCursor::read_line(std::ifstream& stream) {
+  std::string bytes;
+  while (bytes.size() < kMaxLineLength) {
+    const std::ifstream::int_type c = stream.get();
+    if (c == std::ifstream::traits_type::eof()) break;
+    const char byte = std::ifstream::traits_type::to_char_type(c);
+    if (is_line_end(byte)) break;
+    bytes.push_back(byte);
+  }
+  utString line(bytes.data(), bytes.size());
+  if (apString::is_valid_utf8(bytes) || readable_in_c_locale(line)) return line;
+  return utString("");
+}
