@@ -279,16 +279,17 @@ bool holds_entity_nodes(const xmlDoc* doc) {
   return doc->intSubset && (doc->intSubset->entities || doc->intSubset->pentities);
 }
 
-// Reads at most `limit` + 1 bytes of the file; false when it cannot be read.
+// Reads the file, but never more than `limit` + 1 bytes, so a file that grows is still caught;
+// false when it cannot be read.
 bool read_file(const std::string& name, std::uint64_t limit, std::string& bytes) {
   std::ifstream in(name, std::ios::binary);
   if (!in) return false;
-  const std::size_t wanted = static_cast<std::size_t>(limit) + 1;
-  bytes.resize(wanted);
-  in.read(bytes.data(), static_cast<std::streamsize>(wanted));
-  if (in.bad()) return false;
-  bytes.resize(static_cast<std::size_t>(in.gcount()));
-  return true;
+  char chunk[65536];
+  while (in && bytes.size() <= limit) {
+    in.read(chunk, sizeof chunk);
+    bytes.append(chunk, static_cast<std::size_t>(in.gcount()));
+  }
+  return !in.bad();
 }
 
 class XmlDocumentFactory final : public axmDocumentFactory {
