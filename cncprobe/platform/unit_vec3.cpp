@@ -5,10 +5,10 @@
 #include <cmath>
 
 giUnitVec3::giUnitVec3(const giVector3& v) noexcept : x_(0.0), y_(0.0), z_(0.0) {
+  // An infinite or NaN component leaves no direction to keep.
+  if (!std::isfinite(v.x()) || !std::isfinite(v.y()) || !std::isfinite(v.z())) return;
   const double scale = std::max({std::fabs(v.x()), std::fabs(v.y()), std::fabs(v.z())});
-  // A zero scale is a zero vector; a non-finite one (or NaN, which fails the test) has no
-  // direction either.
-  if (!(scale > 0.0) || !std::isfinite(scale)) return;
+  if (scale == 0.0) return;
   const double x = v.x() / scale;
   const double y = v.y() / scale;
   const double z = v.z() / scale;

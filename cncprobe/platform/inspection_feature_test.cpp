@@ -1,0 +1,95 @@
+// Tests of the feature results: the class tree a host walks, and what each feature reads back.
+#include "cncprobe/platform/inspection_feature.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <typeinfo>
+
+#include "cncprobe/platform/angle_surface_feature.h"
+#include "cncprobe/platform/circle_feature.h"
+#include "cncprobe/platform/corner_feature.h"
+#include "cncprobe/platform/perpendicular_distance_feature.h"
+#include "cncprobe/platform/probe_path.h"
+#include "cncprobe/platform/rectangle_feature.h"
+#include "cncprobe/platform/surface_feature.h"
+
+namespace {
+
+const mtrInspectionPrintData kPrint(2, 31u);
+const giUnitVec3 kZ(gi_AxisZ);
+const giUnitVec3 kX(gi_AxisX);
+
+giCircle3 circle(double r) { return giCircle3(giPoint3(1, 2, -5), kZ, r); }
+mtgRectangle3 rectangle(double length) {
+  return mtgRectangle3(giPoint3(0, 0, -2), kZ, kX, length, 20);
+}
+mtgPerpendicularDistance distance(double d) {
+  return mtgPerpendicularDistance(giPoint3(7, 30, 0), kZ, giUnitVec3(gi_AxisY), d);
+}
+
+}  // namespace
+
+TEST(InspectionFeature, KindMatchesTheClassTree) {
+  struct Case { std::shared_ptr<mtrToolpathResult> result; mtrResultKind kind; bool feature; };
+  const Case cases[] = {
+      {std::make_shared<mtrProbePath>(9), mtrResultProbePath, false},
+      {std::make_shared<mtrCircleFeature>(9, kPrint, circle(4), circle(4.01)), mtrResultCircle, true},
+      {std::make_shared<mtrRectangleFeature>(9, kPrint, rectangle(40), rectangle(40.1)),
+       mtrResultRectangle, true},
+      {std::make_shared<mtrCornerFeature>(9, kPrint, giInfLine3(), giInfLine3()), mtrResultCorner,
+       true},
+      {std::make_shared<mtrSurfaceFeature>(9, kPrint, mtrProbeWCSAxisZ, giPlane(), giPlane()),
+       mtrResultSurface, true},
+      {std::make_shared<mtrAngleSurfaceFeature>(9, kPrint, giPlane(), kX, giAngle(), giAngle()),
+       mtrResultAngleSurface, true},
+      {std::make_shared<mtrPerpendicularDistanceFeature>(9, kPrint, mtrProbeWCSAxisY, distance(10),
+                                                         distance(10.02)),
+       mtrResultPerpendicularDistance, true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(typeid(*c.result).name());
+    EXPECT_EQ(c.result->kind(), c.kind);
+    EXPECT_EQ(c.result->id(), 9u);
+    const auto feature = std::dynamic_pointer_cast<mtrInspectionFeature>(c.result);
+    EXPECT_EQ(feature != nullptr, c.feature);
+    EXPECT_EQ(std::dynamic_pointer_cast<mtrProbePath>(c.result) != nullptr, !c.feature);
+    if (feature) {
+      EXPECT_EQ(feature->print_data(), kPrint);
+    }
+  }
+}
+
+TEST(InspectionFeature, TolerancesStayAbsentUntilSet) {
+  mtrCircleFeature c(1, kPrint, circle(4), circle(4.01));
+  EXPECT_EQ(c.nominal().radius().value(), 4);
+  EXPECT_EQ(c.actual().radius().value(), 4.01);
+  EXPECT_FALSE(c.diameter_tolerance());
+  c.set_true_position_tolerance(0.0);  // a zero tolerance is still a tolerance
+  EXPECT_FALSE(c.diameter_tolerance());
+  EXPECT_EQ(c.true_position_tolerance(), 0.0);
+
+  mtrRectangleFeature r(1, kPrint, rectangle(40), rectangle(40.1));
+  EXPECT_EQ(r.actual().length().value(), 40.1);
+  r.set_position_tolerance(0.05);
+  r.set_width_tolerance(0.02);
+  EXPECT_FALSE(r.length_tolerance());
+  EXPECT_EQ(r.width_tolerance(), 0.02);
+  EXPECT_EQ(r.position_tolerance(), 0.05);
+
+  mtrPerpendicularDistanceFeature w(1, kPrint, mtrProbeWCSAxisY, distance(10), distance(10.02));
+  EXPECT_EQ(w.axis(), mtrProbeWCSAxisY);
+  EXPECT_EQ(w.actual().distance().value(), 10.02);
+  w.set_distance_tolerance(0.1);
+  EXPECT_EQ(w.distance_tolerance(), 0.1);
+  EXPECT_FALSE(w.position_tolerance());
+
+  mtrAngleSurfaceFeature a(1, kPrint, giPlane(kZ, giPoint3(0, 0, -3)), kX,
+                           giAngle(giAngleDegrees, 30), giAngle(giAngleDegrees, 30.2));
+  EXPECT_EQ(a.reference_plane().point(), giPoint3(0, 0, -3));
+  EXPECT_EQ(a.actual().degrees(), 30.2);
+  EXPECT_FALSE(a.angular_tolerance());
+  a.set_angular_tolerance(giAngle(giAngleDegrees, 0.5));
+  ASSERT_TRUE(a.angular_tolerance());
+  EXPECT_EQ(a.angular_tolerance()->degrees(), 0.5);
+}
