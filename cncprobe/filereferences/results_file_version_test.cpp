@@ -8,9 +8,7 @@ TEST(ResultsFileVersion, OrderAndEquality) {
   struct Case { V a; V b; bool less; bool equal; };
   const Case cases[] = {
       {V(1, 2, 3), V(1, 10, 0), true, false},  // numbers, not texts
-      {V(1, 10, 0), V(1, 2, 3), false, false},
       {V(2, 0, 0), V(1, 9, 9), false, false},
-      {V(1, 9, 9), V(2, 0, 0), true, false},
       {V(1, 2, 3), V(1, 2, 4), true, false},
       {V(1, 2, 3), V(1, 2, 3), false, true},
       {V(), V(1, 0, 0), true, false},
