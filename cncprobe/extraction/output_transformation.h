@@ -17,7 +17,7 @@
 #include "cncprobe/platform/workplane3.h"
 
 class CNCPROBE_API kptOutputTransformation {
-public:
+ public:
   // Both workplanes at world: every point and vector maps to itself.
   kptOutputTransformation();
   ~kptOutputTransformation();
@@ -39,7 +39,7 @@ public:
   const giWorkplane3& output_workplane() const noexcept { return output_workplane_; }
   const giWorkplane3& cad_workplane() const noexcept { return cad_workplane_; }
 
-private:
+ private:
   void update_combined_workplane();
 
   giWorkplane3 output_workplane_;
