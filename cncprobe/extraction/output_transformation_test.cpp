@@ -3,20 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include "cncprobe/extraction/extraction_test_util.h"
+
+using namespace extraction_test;
+
 namespace {
-
-constexpr double kTol = 1e-9;
-
-// A workplane with the record's origin, turned about X by a, then Y by b, then Z by c.
-giWorkplane3 workplane(double x, double y, double z, double a = 0, double b = 0, double c = 0) {
-  giXform3 m(giXformTranslate, giVector3(x, y, z));
-  m.postmultiply(giXform3(giXformRotate, giAngle(giAngleDegrees, c), giAxisZ));
-  m.postmultiply(giXform3(giXformRotate, giAngle(giAngleDegrees, b), giAxisY));
-  m.postmultiply(giXform3(giXformRotate, giAngle(giAngleDegrees, a), giAxisX));
-  giWorkplane3 w(giWorkplaneWorld);
-  w.transform(m);
-  return w;
-}
 
 // The frame map F_W: local coordinates to the world point o + u·x + v·y + w·z.
 giPoint3 frame(const giWorkplane3& w, const giPoint3& p) {
@@ -27,16 +18,6 @@ giPoint3 frame(const giWorkplane3& w, const giPoint3& p) {
   return {o.x() + p.x() * x.x() + p.y() * y.x() + p.z() * z.x(),
           o.y() + p.x() * x.y() + p.y() * y.y() + p.z() * z.y(),
           o.z() + p.x() * x.z() + p.y() * y.z() + p.z() * z.z()};
-}
-
-void expect_near(const giPoint3& actual, const giPoint3& expected) {
-  EXPECT_NEAR(actual.x(), expected.x(), kTol);
-  EXPECT_NEAR(actual.y(), expected.y(), kTol);
-  EXPECT_NEAR(actual.z(), expected.z(), kTol);
-}
-void expect_near(const giVector3& actual, const giVector3& expected) {
-  expect_near(giPoint3(actual.x(), actual.y(), actual.z()),
-              giPoint3(expected.x(), expected.y(), expected.z()));
 }
 
 }  // namespace
