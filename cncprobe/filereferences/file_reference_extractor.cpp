@@ -7,7 +7,6 @@
 #include "cncprobe/platform/string_encoding.h"
 #include "cncprobe/platform/string_reader.h"
 
-
 apStatus kptFileReferenceExtractor::extract(const apPath& path) {
   // Forget first: a call that fails must not leave the references of an earlier file behind.
   forget_all();
