@@ -1,0 +1,73 @@
+// JsonWriter: writes one JSON document as it goes, so a results file of millions of points is
+// printed without ever holding its document in memory.
+//
+//   JsonWriter json(out);
+//   json.begin_object();
+//   json.key("units"); json.string("mm");
+//   json.key("centre"); json.point(10.0, 20.0, -5.0);   // [10, 20, -5] on one line
+//   json.end_object();
+//
+// Containers are indented two blanks per level; a container begun with single_line = true, and
+// everything inside it, stays on one line. Numbers read back to the same double; strings are
+// escaped and made valid UTF-8 (see tools/output.h). The caller keeps keys and values in
+// order: the writer inserts separators but does not check the document's shape.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/output.h"
+
+namespace tool {
+
+class JsonWriter {
+public:
+  explicit JsonWriter(Output& out) : out_(out) {}
+
+  void begin_object(bool single_line = false) { open('{', single_line); }
+  void end_object() { close('}'); }
+  void begin_array(bool single_line = false) { open('[', single_line); }
+  void end_array() { close(']'); }
+
+  // The name of the next member of the current object.
+  void key(std::string_view name);
+
+  void null();
+  void boolean(bool value);
+  // A number; null when it is not finite.
+  void number(double value);
+  // A number, or null when absent.
+  void number(const std::optional<double>& value);
+  void integer(std::int64_t value);
+  // A string from any bytes: escaped, and invalid UTF-8 replaced by U+FFFD.
+  void string(std::string_view bytes);
+  // [x, y, z] on one line.
+  void point(double x, double y, double z);
+
+  // Ends the document with a line end; call once after the outermost container.
+  void finish();
+
+private:
+  struct Frame {
+    bool single_line;
+    bool empty;
+  };
+  void open(char bracket, bool single_line);
+  void close(char bracket);
+  // Separator and indentation before a value or a key.
+  void before_item();
+  void newline_and_indent(std::size_t depth);
+
+  Output& out_;
+  std::vector<Frame> frames_;
+  bool after_key_ = false;
+  std::string scratch_;
+};
+
+// `bytes` as the text of a JSON string literal, quotes included.
+std::string json_quoted(std::string_view bytes);
+
+}  // namespace tool

@@ -1,0 +1,154 @@
+// Tests of the tool's output rules: numbers that read back exactly, repaired UTF-8, valid JSON.
+#include "tools/json_writer.h"
+
+#include <gtest/gtest.h>
+
+#include <cfloat>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace tool {
+namespace {
+
+TEST(JsonNumber, ReadsBackToTheSameDouble) {
+  const double values[] = {0.0,     -0.0,     0.1,      1.0 / 3.0, 25.4254, 2.54 * 0.1,
+                           -127.0,  1e300,    -1e-300,  DBL_MAX,   DBL_MIN, 5e-324,
+                           1.7976931348623157e308,    123456789012345678.0,  0.30000000000000004};
+  for (const double value : values) {
+    char buffer[kNumberBufferSize];
+    const std::string text(format_json_number(value, buffer));
+    const double back = std::strtod(text.c_str(), nullptr);
+    EXPECT_EQ(std::memcmp(&back, &value, sizeof value), 0) << text;
+    EXPECT_EQ(nlohmann::json::parse(text).get<double>(), value) << text;
+  }
+}
+
+TEST(JsonNumber, NonFiniteIsNull) {
+  const double values[] = {std::numeric_limits<double>::quiet_NaN(),
+                           std::numeric_limits<double>::infinity(),
+                           -std::numeric_limits<double>::infinity()};
+  for (const double value : values) {
+    char buffer[kNumberBufferSize];
+    EXPECT_EQ(format_json_number(value, buffer), "null");
+  }
+}
+
+TEST(FixedNumber, DecimalsSignAndHugeValues) {
+  EXPECT_EQ(format_fixed(25.012, 4), "25.0120");
+  EXPECT_EQ(format_fixed(0.012, 4, true), "+0.0120");
+  EXPECT_EQ(format_fixed(-0.003, 4, true), "-0.0030");
+  EXPECT_EQ(format_fixed(0.0, 4, true), "0.0000");
+  // Needs 309 digits before the point: still printed, not cut.
+  EXPECT_EQ(format_fixed(DBL_MAX, 4).size(), 309u + 5u);
+}
+
+struct Utf8Case {
+  const char* name;
+  std::string in;
+  std::string out;
+};
+
+const std::string kFFFD = "\xEF\xBF\xBD";
+
+TEST(ValidUtf8, EveryBadByteBecomesOneReplacement) {
+  const Utf8Case cases[] = {
+      {"ascii", "BORE A", "BORE A"},
+      {"two-byte", "\xC3\xA9", "\xC3\xA9"},
+      {"four-byte", "\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},
+      {"latin-1 byte inside ascii", "a\xFF" "b", "a" + kFFFD + "b"},
+      {"stray continuation", "\x80", kFFFD},
+      {"cut two-byte at end", "x\xC3", "x" + kFFFD},
+      {"cut three-byte", "\xE2\x82" "A", kFFFD + kFFFD + "A"},
+      {"overlong slash", "\xC0\xAF", kFFFD + kFFFD},
+      {"overlong three-byte", "\xE0\x80\xAF", kFFFD + kFFFD + kFFFD},
+      {"surrogate", "\xED\xA0\x80", kFFFD + kFFFD + kFFFD},
+      {"beyond U+10FFFF", "\xF4\x90\x80\x80", kFFFD + kFFFD + kFFFD + kFFFD},
+      {"largest code point", "\xF4\x8F\xBF\xBF", "\xF4\x8F\xBF\xBF"},
+  };
+  for (const Utf8Case& c : cases) {
+    std::string out;
+    append_valid_utf8(out, c.in);
+    EXPECT_EQ(out, c.out) << c.name;
+  }
+}
+
+TEST(JsonString, EscapesAndStaysParseable) {
+  const std::string raw = std::string("a\"b\\c\n\t\x01\x7F") + "\xFF" + "\xC3\xA9";
+  const std::string quoted = json_quoted(raw);
+  EXPECT_EQ(quoted, "\"a\\\"b\\\\c\\n\\t\\u0001\x7F" + kFFFD + "\xC3\xA9\"");
+  EXPECT_EQ(nlohmann::json::parse(quoted).get<std::string>(),
+            std::string("a\"b\\c\n\t\x01\x7F") + kFFFD + "\xC3\xA9");
+}
+
+TEST(PrintableText, ControlCharactersCannotBreakTheLine) {
+  EXPECT_EQ(printable_text("a\nb\rc\x1B[31m"), "a?b?c?[31m");
+  EXPECT_EQ(display_width("C\xC3\xA9" "D" + kFFFD), 4u);
+}
+
+// Writes through a temporary file and reads it back: what the tool prints on standard output.
+std::string written(void (*write)(JsonWriter&)) {
+  std::FILE* file = std::tmpfile();
+  {
+    Output out(file);
+    JsonWriter json(out);
+    write(json);
+    out.flush();
+  }
+  std::rewind(file);
+  std::string text;
+  char buffer[4096];
+  std::size_t n;
+  while ((n = std::fread(buffer, 1, sizeof buffer, file)) > 0) text.append(buffer, n);
+  std::fclose(file);
+  return text;
+}
+
+TEST(JsonWriter, NestedContainersParseBackAsWritten) {
+  const std::string text = written([](JsonWriter& json) {
+    json.begin_object();
+    json.key("empty");
+    json.begin_array();
+    json.end_array();
+    json.key("points");
+    json.begin_array();
+    for (int i = 0; i < 2; ++i) {
+      json.begin_object(true);
+      json.key("p");
+      json.point(i, 0.5, -1e-9);
+      json.key("m");
+      json.null();
+      json.key("nested");
+      json.begin_object();  // inside a single-line object: stays on the line
+      json.key("x");
+      json.integer(-3);
+      json.end_object();
+      json.end_object();
+    }
+    json.end_array();
+    json.key("ok");
+    json.boolean(true);
+    json.key("missing");
+    json.number(std::optional<double>());
+    json.end_object();
+    json.finish();
+  });
+  const nlohmann::json expected = nlohmann::json::parse(R"({
+    "empty": [],
+    "points": [{"p": [0, 0.5, -1e-9], "m": null, "nested": {"x": -3}},
+               {"p": [1, 0.5, -1e-9], "m": null, "nested": {"x": -3}}],
+    "ok": true, "missing": null})");
+  EXPECT_EQ(nlohmann::json::parse(text), expected);
+  // One line per point; each point's object stays on its line.
+  EXPECT_NE(text.find("{\"p\": [0, 0.5, -1e-09], \"m\": null, \"nested\": {\"x\": -3}}"),
+            std::string::npos)
+      << text;
+}
+
+}  // namespace
+}  // namespace tool

@@ -1,0 +1,121 @@
+// Buffered output, number formatting and UTF-8 repair for the cncprobe tool.
+#include "tools/output.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <exception>
+#include <system_error>
+
+namespace tool {
+
+Output::~Output() {
+  // main flushes explicitly on the normal path. Left here only when a failure unwinds, whatever
+  // is buffered is dropped so that half a document is not followed by more of it.
+  if (!buffer_.empty() && std::uncaught_exceptions() == 0) {
+    std::fwrite(buffer_.data(), 1, buffer_.size(), stream_);
+    std::fflush(stream_);
+  }
+}
+
+void Output::flush() {
+  if (!buffer_.empty()) {
+    const std::size_t written = std::fwrite(buffer_.data(), 1, buffer_.size(), stream_);
+    const bool complete = written == buffer_.size();
+    buffer_.clear();
+    if (!complete) throw std::system_error(errno, std::generic_category(), "cannot write the output");
+  }
+  if (std::fflush(stream_) != 0) {
+    throw std::system_error(errno, std::generic_category(), "cannot write the output");
+  }
+}
+
+std::string_view format_json_number(double value, char (&buffer)[kNumberBufferSize]) {
+  if (!std::isfinite(value)) return "null";
+  // Shortest round-trip form; it may be fixed (25.4254) or scientific (1e+300), both valid JSON.
+  const std::to_chars_result r = std::to_chars(buffer, buffer + kNumberBufferSize, value);
+  return std::string_view(buffer, static_cast<std::size_t>(r.ptr - buffer));
+}
+
+std::string format_fixed(double value, int decimals, bool plus_sign) {
+  char buffer[kNumberBufferSize];
+  char* first = buffer;
+  if (plus_sign && value > 0.0) *first++ = '+';
+  std::to_chars_result r =
+      std::to_chars(first, buffer + kNumberBufferSize, value, std::chars_format::fixed, decimals);
+  if (r.ec != std::errc()) {
+    // Only absurd magnitudes need more room than the buffer has: fall back to the short form.
+    r = std::to_chars(first, buffer + kNumberBufferSize, value);
+  }
+  return std::string(buffer, r.ptr);
+}
+
+namespace {
+
+// Length of the well-formed UTF-8 sequence that starts at bytes[i], or 0 when the byte there
+// starts none. Follows the table of well-formed byte sequences of the Unicode standard.
+std::size_t utf8_sequence_length(std::string_view bytes, std::size_t i) {
+  const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(bytes[k]); };
+  const unsigned char b0 = byte(i);
+  if (b0 < 0x80) return 1;
+  std::size_t length = 0;
+  unsigned char low = 0x80;   // the allowed range of the second byte
+  unsigned char high = 0xBF;
+  if (b0 >= 0xC2 && b0 <= 0xDF) {
+    length = 2;
+  } else if (b0 >= 0xE0 && b0 <= 0xEF) {
+    length = 3;
+    if (b0 == 0xE0) low = 0xA0;   // no overlong forms
+    if (b0 == 0xED) high = 0x9F;  // no surrogates
+  } else if (b0 >= 0xF0 && b0 <= 0xF4) {
+    length = 4;
+    if (b0 == 0xF0) low = 0x90;   // no overlong forms
+    if (b0 == 0xF4) high = 0x8F;  // nothing beyond U+10FFFF
+  } else {
+    return 0;
+  }
+  if (bytes.size() - i < length) return 0;
+  if (byte(i + 1) < low || byte(i + 1) > high) return 0;
+  for (std::size_t k = 2; k < length; ++k) {
+    if (byte(i + k) < 0x80 || byte(i + k) > 0xBF) return 0;
+  }
+  return length;
+}
+
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+
+}  // namespace
+
+void append_valid_utf8(std::string& out, std::string_view bytes) {
+  std::size_t i = 0;
+  while (i < bytes.size()) {
+    const std::size_t length = utf8_sequence_length(bytes, i);
+    if (length == 0) {
+      out.append(kReplacement);
+      ++i;
+    } else {
+      out.append(bytes.substr(i, length));
+      i += length;
+    }
+  }
+}
+
+std::string printable_text(std::string_view bytes) {
+  std::string valid;
+  append_valid_utf8(valid, bytes);
+  for (char& c : valid) {
+    const auto u = static_cast<unsigned char>(c);
+    if (u < 0x20 || u == 0x7F) c = '?';
+  }
+  return valid;
+}
+
+std::size_t display_width(std::string_view utf8) {
+  std::size_t width = 0;
+  for (const char c : utf8) {
+    if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) ++width;  // count all but continuation bytes
+  }
+  return width;
+}
+
+}  // namespace tool
