@@ -69,21 +69,6 @@ TEST(InspectionFeature, TolerancesStayAbsentUntilSet) {
   EXPECT_FALSE(c.diameter_tolerance());
   EXPECT_EQ(c.true_position_tolerance(), 0.0);
 
-  mtrRectangleFeature r(1, kPrint, rectangle(40), rectangle(40.1));
-  EXPECT_EQ(r.actual().length().value(), 40.1);
-  r.set_position_tolerance(0.05);
-  r.set_width_tolerance(0.02);
-  EXPECT_FALSE(r.length_tolerance());
-  EXPECT_EQ(r.width_tolerance(), 0.02);
-  EXPECT_EQ(r.position_tolerance(), 0.05);
-
-  mtrPerpendicularDistanceFeature w(1, kPrint, mtrProbeWCSAxisY, distance(10), distance(10.02));
-  EXPECT_EQ(w.axis(), mtrProbeWCSAxisY);
-  EXPECT_EQ(w.actual().distance().value(), 10.02);
-  w.set_distance_tolerance(0.1);
-  EXPECT_EQ(w.distance_tolerance(), 0.1);
-  EXPECT_FALSE(w.position_tolerance());
-
   mtrAngleSurfaceFeature a(1, kPrint, giPlane(kZ, giPoint3(0, 0, -3)), kX,
                            giAngle(giAngleDegrees, 30), giAngle(giAngleDegrees, 30.2));
   EXPECT_EQ(a.reference_plane().point(), giPoint3(0, 0, -3));
