@@ -1,0 +1,115 @@
+// cncprobe refs: the reference lines of a results file's header.
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cncprobe/filereferences/file_reference_extractor.h"
+#include "cncprobe/filereferences/results_file_version.h"
+#include "cncprobe/platform/path.h"
+#include "tools/commands.h"
+#include "tools/json_writer.h"
+
+namespace tool {
+
+namespace {
+
+// One of the six file and document references, with its JSON name and its text title.
+struct Reference {
+  const char* json_name;
+  const char* title;
+  const utString& value;
+};
+
+// In the order of the contract's document.
+std::vector<Reference> references_of(const kptFileReferenceExtractor& refs) {
+  return {
+      {"settings_filename", "Settings file:    ", refs.settings_filename()},
+      {"cad_filename", "CAD file:         ", refs.cad_filename()},
+      {"cldata_filename", "CL data file:     ", refs.cldata_filename()},
+      {"document_id", "Document id:      ", refs.document_id()},
+      {"document_version", "Document version: ", refs.document_version()},
+      {"model_version", "Model version:    ", refs.model_version()},
+  };
+}
+
+void write_json(const std::string& file, const kptFileReferenceExtractor& refs, int status,
+                Output& out) {
+  JsonWriter json(out);
+  json.begin_object();
+  json.key("file");
+  json.string(file);
+  json.key("status");
+  json.integer(status);
+
+  const kptResultsFileVersion version = refs.results_file_version();
+  json.key("results_file_version");
+  json.begin_object(true);
+  json.key("text");
+  if (refs.results_file_version_text().valid()) {
+    json.string(refs.results_file_version_text().view());
+  } else {
+    json.null();
+  }
+  json.key("major");
+  json.integer(version.major_number());
+  json.key("minor");
+  json.integer(version.minor_number());
+  json.key("build");
+  json.integer(version.build_number());
+  json.key("unversioned");
+  json.boolean(version.unversioned());
+  json.end_object();
+
+  for (const Reference& reference : references_of(refs)) {
+    json.key(reference.json_name);
+    if (reference.value.valid()) {
+      json.string(reference.value.view());
+    } else {
+      json.null();
+    }
+  }
+  json.end_object();
+  json.finish();
+}
+
+std::string shown(const utString& value) {
+  if (value.invalid()) return "(not found)";
+  if (value.empty()) return "(empty)";
+  return printable_text(value.view());
+}
+
+void write_text(const std::string& file, const kptFileReferenceExtractor& refs, Output& out) {
+  std::string version;
+  if (refs.results_file_version_text().invalid()) {
+    version = "(not found: an unversioned file)";
+  } else {
+    version = printable_text(refs.results_file_version_text().view());
+    if (refs.results_file_version().unversioned()) version += " (too large: read as unversioned)";
+  }
+  std::string text = "File:             " + printable_text(file) + "\n";
+  text += "Layout version:   " + version + "\n";
+  for (const Reference& reference : references_of(refs)) {
+    text += reference.title;
+    text += shown(reference.value);
+    text += '\n';
+  }
+  out.write(text);
+}
+
+}  // namespace
+
+int run_refs(const std::string& file, Format format, Output& out) {
+  const apPath path(file);
+  if (path.invalid()) throw UnreadableInput("the file name is not valid UTF-8");
+  kptFileReferenceExtractor refs;
+  const apStatus status = refs.extract(path);
+  if (!status.ok()) throw UnreadableInput("cannot be opened");
+  if (format == Format::kJson) {
+    write_json(file, refs, status.value(), out);
+  } else {
+    write_text(file, refs, out);
+  }
+  return kExitSuccess;
+}
+
+}  // namespace tool

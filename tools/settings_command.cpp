@@ -1,0 +1,110 @@
+// cncprobe settings: an inspection-settings XML file read into default settings.
+#include <string>
+
+#include "cncprobe/platform/path.h"
+#include "cncprobe/settings/inspection_settings.h"
+#include "cncprobe/settings/inspection_settings_error.h"
+#include "cncprobe/settings/inspection_settings_reader.h"
+#include "tools/commands.h"
+#include "tools/json_writer.h"
+
+namespace tool {
+
+namespace {
+
+const char* code_name(kptInspectionSettingsErrorCode code) {
+  switch (code) {
+    case kptSettingsSuccess: return "success";
+    case kptSettingsNewerVersion: return "newer_version";
+    case kptSettingsInvalidPath: return "invalid_path";
+    case kptSettingsInvalidVersion: return "invalid_version";
+    case kptSettingsInvalidXml: return "invalid_xml";
+    case kptSettingsInvalidSettings: return "invalid_settings";
+  }
+  return "unknown";
+}
+
+bool accepted(kptInspectionSettingsErrorCode code) {
+  return code == kptSettingsSuccess || code == kptSettingsNewerVersion;
+}
+
+void write_json(const std::string& file, const kptInspectionSettingsError& error,
+                const kptInspectionSettings& settings, Output& out) {
+  JsonWriter json(out);
+  json.begin_object();
+  json.key("file");
+  json.string(file);
+  json.key("code");
+  json.integer(error.code());
+  json.key("name");
+  json.string(code_name(error.code()));
+  json.key("message");
+  json.string(error.message().utf8());
+  json.key("settings");
+  json.begin_object();
+  json.key("version");
+  json.integer(settings.version());
+  json.key("input_units");
+  json.string(units_name(settings.input_units().type()));
+  json.key("proximity_criteria_mm");
+  json.number(settings.proximity_criteria_mm());
+  json.key("confetti_diameter_mm");
+  json.number(settings.confetti_diameter_mm());
+  json.key("linear_precision");
+  json.integer(settings.linear_precision());
+  json.key("angular_precision");
+  json.integer(settings.angular_precision());
+  json.key("unitless_precision");
+  json.integer(settings.unitless_precision());
+  json.key("surface_point_label");
+  json.string(settings.surface_point_label().view());
+  json.end_object();
+  json.end_object();
+  json.finish();
+}
+
+std::string shortest(double value) {
+  char buffer[kNumberBufferSize];
+  return std::string(format_json_number(value, buffer));
+}
+
+void write_text(const std::string& file, const kptInspectionSettingsError& error,
+                const kptInspectionSettings& settings, Output& out) {
+  std::string text;
+  text += "File:     " + printable_text(file) + "\n";
+  text += "Outcome:  " + std::string(code_name(error.code())) + " (" +
+          std::to_string(error.code()) + ")\n";
+  text += "Message:  " + printable_text(error.message().utf8()) + "\n";
+  text += accepted(error.code()) ? "Settings, as read from the file:\n"
+                                 : "Settings, untouched since the file was refused:\n";
+  const std::string units = units_name(settings.input_units().type());
+  text += "  version              " + std::to_string(settings.version()) + "\n";
+  text += "  input units          " + units + "\n";
+  text += "  proximity criterion  " + shortest(settings.proximity_criteria_mm()) + " mm\n";
+  text += "  confetti diameter    " + shortest(settings.confetti_diameter_mm()) + " mm\n";
+  text += "  linear precision     " + std::to_string(settings.linear_precision()) + " digits\n";
+  text += "  angular precision    " + std::to_string(settings.angular_precision()) + " digits\n";
+  text += "  unitless precision   " + std::to_string(settings.unitless_precision()) + " digits\n";
+  text += "  surface point label  \"" + printable_text(settings.surface_point_label().view()) + "\"\n";
+  out.write(text);
+}
+
+}  // namespace
+
+int run_settings(const std::string& file, kptUnitsType units, Format format, Output& out) {
+  const apPath path(file);
+  if (path.invalid()) throw UnreadableInput("the file name is not valid UTF-8");
+  kptInspectionSettings settings;
+  settings.set_input_units(kptUnits(units));
+  const kptInspectionSettingsError error = kptInspectionSettingsReader::read(path, settings);
+  // The file passed the checks a moment ago; the reader refusing its path means it went away.
+  if (error == kptSettingsInvalidPath) throw UnreadableInput("cannot be opened");
+  if (format == Format::kJson) {
+    write_json(file, error, settings, out);
+  } else {
+    write_text(file, error, settings, out);
+  }
+  return accepted(error.code()) ? kExitSuccess : kExitProblem;
+}
+
+}  // namespace tool
