@@ -1,0 +1,205 @@
+// kptResultsFileParser: the machine-record patterns, their fixed order and the events they fire.
+#include "cncprobe/resultsfile/results_file_parser.h"
+
+#include <cmath>
+#include <cstdint>
+#include <optional>
+
+#include "cncprobe/platform/angle.h"
+#include "cncprobe/platform/axis.h"
+#include "cncprobe/platform/point3.h"
+#include "cncprobe/platform/vector3.h"
+#include "cncprobe/platform/xform3.h"
+
+namespace {
+// Words and values of a record are separated by any run of blanks and asterisks.
+constexpr const char* kBlockNumber = R"(N[\s\*]*\d+[\s\*]*)";
+// A value may carry its sign apart from the digits ("X - 12.5"); the number reader joins them.
+constexpr const char* kValueAfterLetter = R"([\s\*]*([-+]?[\s\*]*[\d\.]+)[\s\*]*)";
+
+constexpr int kAnchored = 16;
+
+// One letter of a G record and its captured value.
+utString value_piece(char letter) {
+  utString piece;
+  piece << letter << kValueAfterLetter;
+  return piece;
+}
+
+// The pattern of a G record: its head, the block number, then one value per letter in order.
+utString g_record_pattern(const char* head, const char* letters) {
+  utString pattern;
+  pattern << utString(head) << utString(kBlockNumber);
+  for (const char* letter = letters; *letter != '\0'; ++letter) pattern << value_piece(*letter);
+  return pattern;
+}
+
+// The largest product of a tool-path value with 10000 that is taken: the record's number must fit
+// a signed 32-bit integer.
+constexpr double kLargestToolpathNumber = 2147483647.0;
+
+// A tool-path value is printed as identity.00ii, so the value times 10000 carries the identity
+// and the pattern instance as one whole number. `value` is read from the text cut after its
+// fourth decimal, so the product lies within a rounding error of that number (1.0009 gives
+// 10008.999999999998) and rounding to the nearest gives it. Empty when the number does not fit.
+std::optional<std::uint32_t> toolpath_number(double value) {
+  const double product = value * 10000.0;
+  // Also refuses an infinity (hundreds of digits), which cannot be converted to an integer.
+  if (!(product >= 0.0 && product < kLargestToolpathNumber + 0.5)) return std::nullopt;
+  return static_cast<std::uint32_t>(std::round(product));
+}
+}  // namespace
+
+kptResultsFileParser::kptResultsFileParser(const kptUnits& units,
+                                           utObserverPtr<kptResultsFileParserCallback> callback)
+    : kptMacroOutputParser(units, callback), number_parser_(units), callback_(callback) {
+  init_matchers();
+}
+
+kptResultsFileParser::~kptResultsFileParser() = default;
+
+void kptResultsFileParser::init_matchers() {
+  start_matcher_ = std::make_unique<reMatcher>(R"(^.*START(?:[\s\*]*'.*?')?[\s\*]*)");
+  end_matcher_ = std::make_unique<reMatcher>(R"(^END(?:[\s\*]*'.*?')?[\s\*]*)");
+  toolpath_id_matcher_ =
+      std::make_unique<reMatcher>(R"(^[\s\*]*TOOLPATHID[\s\*]+(\d+(?:\.\d*)?)[\s\*]*$)");
+  cycle_depth_matcher_ =
+      std::make_unique<reMatcher>(R"(^[\s\*]*CYCLEDEPTH[\s\*]+([-+]?[\s\*]*[\d\.]+)[\s\*]*)");
+  results_file_matcher_ =
+      std::make_unique<reMatcher>(R"(^[\s\*]*RESULTSFILE[\s\*]+(.*?)[\s\*]*$)");
+  nominal_point_matcher_ =
+      std::make_unique<reMatcher>(g_record_pattern(R"(^G800[\s\*]+)", "XYZIJKOUL"));
+  measured_point_matcher_ =
+      std::make_unique<reMatcher>(g_record_pattern(R"(^G801[\s\*]+)", "XYZR"));
+  workplane_matcher_ =
+      std::make_unique<reMatcher>(g_record_pattern(R"(^G330[\s\*]+)", "ABCXYZIR"));
+  cad_workplane_matcher_ =
+      std::make_unique<reMatcher>(g_record_pattern(R"(^G331[\s\*]+)", "ABCXYZ"));
+
+  reMatcher* const matchers[] = {
+      start_matcher_.get(),         end_matcher_.get(),           toolpath_id_matcher_.get(),
+      cycle_depth_matcher_.get(),   results_file_matcher_.get(),  nominal_point_matcher_.get(),
+      measured_point_matcher_.get(), workplane_matcher_.get(),    cad_workplane_matcher_.get(),
+  };
+  // Every pattern here is fixed and known to compile, so the outcomes are not looked at.
+  utString error_text;
+  int error_offset = 0;
+  for (reMatcher* matcher : matchers) (void)matcher->compile(kAnchored, error_text, error_offset);
+  for (reMatcher* matcher : matchers) (void)matcher->study(error_text, 0);
+}
+
+bool kptResultsFileParser::parse_next_object(kptResultsFileCursor& cursor) const {
+  const utString& line = cursor();
+  if (line.valid()) {
+    if (parse_for_start(line) || parse_for_end(line) || parse_for_toolpath_instance(line) ||
+        parse_for_nominal_point(line) || parse_for_measured_point(line) ||
+        parse_for_workplane(line) || parse_for_cad_workplane(line) ||
+        parse_for_cycle_depth(line) || parse_for_results_file(line)) {
+      return true;
+    }
+  }
+  return parse_macro_output(cursor);
+}
+
+bool kptResultsFileParser::parse_for_start(const utString& line) const {
+  if (start_matcher_->match(line, 0) != 1) return false;
+  callback_->on_start();
+  return true;
+}
+
+bool kptResultsFileParser::parse_for_end(const utString& line) const {
+  if (end_matcher_->match(line, 0) != 1) return false;
+  callback_->on_end();
+  return true;
+}
+
+bool kptResultsFileParser::parse_for_toolpath_instance(const utString& line) const {
+  if (toolpath_id_matcher_->match(line, 0) != 2) return false;
+  const utString text = toolpath_id_matcher_->get_substring(1);
+  // TOOLPATHID 0 names no tool path.
+  if (number_parser_.string_to_double(text) == 0.0) return false;
+  // Decimals beyond the fourth are no part of the identity or the instance: 12.00039 is tool
+  // path 12, instance 3. They are cut off before the value is read.
+  const int point = text.locate_substring(".");
+  const bool long_fraction = point >= 0 && text.length() > static_cast<std::uint32_t>(point) + 5;
+  const std::optional<std::uint32_t> number = toolpath_number(number_parser_.string_to_double(
+      long_fraction ? utString(text.c_str(), static_cast<std::size_t>(point) + 5) : text));
+  if (!number) return false;
+  const unsigned int instance = *number % 100;
+  callback_->on_toolpath_instance(*number / 10000,
+                                  instance == 0 ? std::nullopt : std::optional(instance));
+  return true;
+}
+
+bool kptResultsFileParser::parse_for_nominal_point(const utString& line) const {
+  reMatcher& m = *nominal_point_matcher_;
+  if (m.match(line, 0) != 10) return false;
+  const kptStringDataParsing& n = number_parser_;
+  const double upper = n.string_to_mm(m.get_substring(8));
+  const double lower = n.string_to_mm(m.get_substring(9));
+  // A lower limit above the upper one is no usable tolerance band.
+  if (lower > upper) return false;
+  const giPoint3 point(n.string_to_mm(m.get_substring(1)), n.string_to_mm(m.get_substring(2)),
+                       n.string_to_mm(m.get_substring(3)));
+  // The probing direction is printed as a plain vector: neither normalised nor unit-converted.
+  const giVector3 direction(n.string_to_double(m.get_substring(4)),
+                            n.string_to_double(m.get_substring(5)),
+                            n.string_to_double(m.get_substring(6)));
+  callback_->on_nominal_point(point, direction, n.string_to_mm(m.get_substring(7)), upper, lower);
+  return true;
+}
+
+bool kptResultsFileParser::parse_for_measured_point(const utString& line) const {
+  reMatcher& m = *measured_point_matcher_;
+  if (m.match(line, 0) != 5) return false;
+  const kptStringDataParsing& n = number_parser_;
+  const giPoint3 point(n.string_to_mm(m.get_substring(1)), n.string_to_mm(m.get_substring(2)),
+                       n.string_to_mm(m.get_substring(3)));
+  callback_->on_measured_point(point, n.string_to_mm(m.get_substring(4)));
+  return true;
+}
+
+bool kptResultsFileParser::parse_for_workplane(const utString& line) const {
+  // I and R are required by the record but carry nothing the workplane needs.
+  if (workplane_matcher_->match(line, 0) != 9) return false;
+  callback_->on_workplane(workplane_from(*workplane_matcher_));
+  return true;
+}
+
+bool kptResultsFileParser::parse_for_cad_workplane(const utString& line) const {
+  if (cad_workplane_matcher_->match(line, 0) != 7) return false;
+  callback_->on_cad_workplane(workplane_from(*cad_workplane_matcher_));
+  return true;
+}
+
+giWorkplane3 kptResultsFileParser::workplane_from(const reMatcher& m) const {
+  const kptStringDataParsing& n = number_parser_;
+  // Angles are degrees whatever the file's units; only the origin is a length.
+  const giAngle a(giAngleDegrees, n.string_to_double(m.get_substring(1)));
+  const giAngle b(giAngleDegrees, n.string_to_double(m.get_substring(2)));
+  const giAngle c(giAngleDegrees, n.string_to_double(m.get_substring(3)));
+  const giPoint3 origin(n.string_to_mm(m.get_substring(4)), n.string_to_mm(m.get_substring(5)),
+                        n.string_to_mm(m.get_substring(6)));
+  // The frame turns about world X by A first, then about Y by B, then about Z by C, and is then
+  // moved to the origin: M = T · Rz · Ry · Rx.
+  giXform3 frame(giXformTranslate, giVector3(origin.x(), origin.y(), origin.z()));
+  frame.postmultiply(giXform3(giXformRotate, c, giAxisZ));
+  frame.postmultiply(giXform3(giXformRotate, b, giAxisY));
+  frame.postmultiply(giXform3(giXformRotate, a, giAxisX));
+  giWorkplane3 workplane(giWorkplaneWorld);
+  (void)workplane.transform(frame);
+  return workplane;
+}
+
+bool kptResultsFileParser::parse_for_cycle_depth(const utString& line) const {
+  if (cycle_depth_matcher_->match(line, 0) != 2) return false;
+  callback_->on_cycle_depth(number_parser_.string_to_mm(cycle_depth_matcher_->get_substring(1)));
+  return true;
+}
+
+bool kptResultsFileParser::parse_for_results_file(const utString& line) const {
+  if (results_file_matcher_->match(line, 0) != 2) return false;
+  // The lazy group stops before trailing blanks and asterisks; it may be empty.
+  callback_->on_results_file(results_file_matcher_->get_substring(1));
+  return true;
+}
