@@ -65,20 +65,18 @@ void kptResultsFileParser::init_matchers() {
       std::make_unique<reMatcher>(R"(^[\s\*]*TOOLPATHID[\s\*]+(\d+(?:\.\d*)?)[\s\*]*$)");
   cycle_depth_matcher_ =
       std::make_unique<reMatcher>(R"(^[\s\*]*CYCLEDEPTH[\s\*]+([-+]?[\s\*]*[\d\.]+)[\s\*]*)");
-  results_file_matcher_ =
-      std::make_unique<reMatcher>(R"(^[\s\*]*RESULTSFILE[\s\*]+(.*?)[\s\*]*$)");
+  results_file_matcher_ = std::make_unique<reMatcher>(R"(^[\s\*]*RESULTSFILE[\s\*]+(.*?)[\s\*]*$)");
   nominal_point_matcher_ =
       std::make_unique<reMatcher>(g_record_pattern(R"(^G800[\s\*]+)", "XYZIJKOUL"));
   measured_point_matcher_ =
       std::make_unique<reMatcher>(g_record_pattern(R"(^G801[\s\*]+)", "XYZR"));
-  workplane_matcher_ =
-      std::make_unique<reMatcher>(g_record_pattern(R"(^G330[\s\*]+)", "ABCXYZIR"));
+  workplane_matcher_ = std::make_unique<reMatcher>(g_record_pattern(R"(^G330[\s\*]+)", "ABCXYZIR"));
   cad_workplane_matcher_ =
       std::make_unique<reMatcher>(g_record_pattern(R"(^G331[\s\*]+)", "ABCXYZ"));
 
   reMatcher* const matchers[] = {
-      start_matcher_.get(),         end_matcher_.get(),           toolpath_id_matcher_.get(),
-      cycle_depth_matcher_.get(),   results_file_matcher_.get(),  nominal_point_matcher_.get(),
+      start_matcher_.get(),          end_matcher_.get(),          toolpath_id_matcher_.get(),
+      cycle_depth_matcher_.get(),    results_file_matcher_.get(), nominal_point_matcher_.get(),
       measured_point_matcher_.get(), workplane_matcher_.get(),    cad_workplane_matcher_.get(),
   };
   // Every pattern here is fixed and known to compile, so the outcomes are not looked at.
@@ -90,15 +88,11 @@ void kptResultsFileParser::init_matchers() {
 
 bool kptResultsFileParser::parse_next_object(kptResultsFileCursor& cursor) const {
   const utString& line = cursor();
-  if (line.valid()) {
-    if (parse_for_start(line) || parse_for_end(line) || parse_for_toolpath_instance(line) ||
-        parse_for_nominal_point(line) || parse_for_measured_point(line) ||
-        parse_for_workplane(line) || parse_for_cad_workplane(line) ||
-        parse_for_cycle_depth(line) || parse_for_results_file(line)) {
-      return true;
-    }
-  }
-  return parse_macro_output(cursor);
+  if (line.invalid()) return false;  // the cursor stands before the first or after the last line
+  return parse_for_start(line) || parse_for_end(line) || parse_for_toolpath_instance(line) ||
+         parse_for_nominal_point(line) || parse_for_measured_point(line) ||
+         parse_for_workplane(line) || parse_for_cad_workplane(line) ||
+         parse_for_cycle_depth(line) || parse_for_results_file(line) || parse_macro_output(cursor);
 }
 
 bool kptResultsFileParser::parse_for_start(const utString& line) const {

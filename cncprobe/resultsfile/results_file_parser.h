@@ -35,8 +35,8 @@ public:
   // Reads the line at the cursor as a machine record, or else as the first line of a macro report,
   // and fires its one event. True when recognised; a report leaves the cursor on its last line,
   // anything else leaves the cursor where it was. False, with no event, for an unknown line, a
-  // nominal point whose lower limit exceeds its upper one, a tool-path identity of 0 or of 214748.3648
-  // and more, and for a cursor that stands on no line.
+  // nominal point whose lower limit exceeds its upper one, a tool-path identity of 0 or of
+  // 214748.3648 and more, and for a cursor that stands on no line.
   bool parse_next_object(kptResultsFileCursor& cursor) const;
 
 private:
