@@ -4,7 +4,8 @@
 // a results-file line must fire:
 //
 //   RecordingCallback receiver;
-//   kptResultsFileParser parser(kptUnits(), utObserverPtr<kptResultsFileParserCallback>(&receiver));
+//   kptResultsFileParser parser(kptUnits(),
+//                               utObserverPtr<kptResultsFileParserCallback>(&receiver));
 //   ... parse ...
 //   EXPECT_EQ(receiver.events, (std::vector<std::string>{"toolpath_instance 12 3"}));
 //
@@ -58,8 +59,8 @@ public:
     return "(" + number(p.x()) + " " + number(p.y()) + ")";
   }
   static std::string workplane(const giWorkplane3& w) {
-    return "o" + point(w.origin()) + " x" + vector(w.x_axis()) + " y" + vector(w.y_axis()) +
-           " z" + vector(w.z_axis());
+    return "o" + point(w.origin()) + " x" + vector(w.x_axis()) + " y" + vector(w.y_axis()) + " z" +
+           vector(w.z_axis());
   }
   // "C1 F2" for component and feature number, "F3 'NAME'" for feature number and name, "-" when
   // the report named no feature.
@@ -69,9 +70,9 @@ public:
         return "C" + std::to_string(data.component_number()) + " F" +
                std::to_string(data.feature_number());
       case mtrInspectionPrintData::kFeatureName:
-        return "F" + std::to_string(data.feature_number()) + " '" +
-               data.feature_name().str() + "'";
-      case mtrInspectionPrintData::kInvalid: break;
+        return "F" + std::to_string(data.feature_number()) + " '" + data.feature_name().str() + "'";
+      case mtrInspectionPrintData::kInvalid:
+        break;
     }
     return "-";
   }
@@ -103,8 +104,8 @@ private:
   }
   void on_nominal_point(const giPoint3& p, const giVector3& direction, double o, double u,
                         double l) override {
-    events.push_back("nominal_point " + point(p) + " dir " + vector(direction) + " o " +
-                     number(o) + " u " + number(u) + " l " + number(l));
+    events.push_back("nominal_point " + point(p) + " dir " + vector(direction) + " o " + number(o) +
+                     " u " + number(u) + " l " + number(l));
   }
   void on_measured_point(const giPoint3& p, double r) override {
     events.push_back("measured_point " + point(p) + " r " + number(r));
@@ -115,8 +116,7 @@ private:
   }
   void on_cycle_depth(double depth) override { events.push_back("cycle_depth " + number(depth)); }
   void on_results_file(const utString& name) override {
-    events.push_back(name.valid() ? "results_file '" + name.str() + "'"
-                                  : "results_file <invalid>");
+    events.push_back(name.valid() ? "results_file '" + name.str() + "'" : "results_file <invalid>");
   }
   void on_circle_measurement(const mtrInspectionPrintData& data, const giCircle2& nominal,
                              const giCircle2& actual, const std::optional<double>& diameter_tol,

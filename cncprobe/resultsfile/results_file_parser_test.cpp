@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cmath>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,66 +17,70 @@ constexpr kptUnitsType MM = kptUnitsMillimetres;
 constexpr kptUnitsType IN = kptUnitsInches;
 using Events = std::vector<std::string>;
 
-// Parses one line and returns the events it fired; `recognised` gets parse_next_object's result.
-Events parse_line(kptUnitsType units, const std::string& line, bool* recognised = nullptr) {
-  RecordingCallback receiver;
+// Runs the driver's loop over the lines; the receiver holds the events, `recognised` the numbers
+// (from 1) of the lines parse_next_object recognised.
+void parse(kptUnitsType units, std::initializer_list<utString> lines, RecordingCallback& receiver,
+           std::vector<std::size_t>* recognised = nullptr) {
   const kptResultsFileParser parser{kptUnits(units),
                                     utObserverPtr<kptResultsFileParserCallback>(&receiver)};
-  kptResultsFileCursor cursor{utString(line)};
-  EXPECT_TRUE(++cursor);
-  const kptResultsFileCursor before = cursor;
-  const bool result = parser.parse_next_object(cursor);
-  EXPECT_TRUE(cursor == before) << "a machine record never moves the cursor: " << line;
-  EXPECT_EQ(result, !receiver.events.empty()) << line;
-  if (recognised != nullptr) *recognised = result;
+  kptResultsFileCursor cursor(lines);
+  while (++cursor) {
+    const std::size_t line = cursor.line_number();
+    if (parser.parse_next_object(cursor) && recognised != nullptr) recognised->push_back(line);
+  }
+}
+
+// The events of one line; a line is recognised exactly when it fires an event.
+Events parse_line(kptUnitsType units, const std::string& line) {
+  RecordingCallback receiver;
+  std::vector<std::size_t> recognised;
+  parse(units, {utString(line)}, receiver, &recognised);
+  EXPECT_EQ(recognised.size(), receiver.events.size()) << line;
   return receiver.events;
 }
 
-const std::string kNominalTail = " Y20 Z-5 I0 J0 K1 O0 U0.1 L-0.1";
-const std::string kHugeNumber(400, '9');
+const std::string kTail = " Y20 Z-5 I0 J0 K1 O0 U0.1 L-0.1";
+const std::string kHuge(400, '9');
+const std::string kWorld = " x(1 0 0) y(0 1 0) z(0 0 1)";
 
 struct Case {
   kptUnitsType units;
   std::string line;
-  Events events;  // empty: the line is no record and parse_next_object gives false
+  Events events;  // none: the line is no record
 };
 
 const Case kCases[] = {
-    // Nominal points: lengths in millimetres, the direction as printed.
-    {MM, "G800 N10 X10" + kNominalTail, {"nominal_point (10 20 -5) dir (0 0 1) o 0 u 0.1 l -0.1"}},
-    {IN, "G800 N10 X10" + kNominalTail,
-     {"nominal_point (254 508 -127) dir (0 0 1) o 0 u 2.54 l -2.54"}},
-    {IN, "G800 N1 X1 Y0 Z0 I0.6 J0 K-0.8 O0.5 U0.01 L0",
+    // Nominal points: lengths in millimetres, the direction as printed; L may not exceed U.
+    {MM, "G800 N10 X10" + kTail, {"nominal_point (10 20 -5) dir (0 0 1) o 0 u 0.1 l -0.1"}},
+    {IN, "G800 N10 X10" + kTail, {"nominal_point (254 508 -127) dir (0 0 1) o 0 u 2.54 l -2.54"}},
+    {IN,
+     "G800 N1 X1 Y0 Z0 I0.6 J0 K-0.8 O0.5 U0.01 L0",
      {"nominal_point (25.4 0 0) dir (0.6 0 -0.8) o 12.7 u 0.254 l 0"}},
-    {MM, "G800 N10 X10 Y20 Z-5 I0 J0 K1 O0 U-0.1 L0.1", {}},  // lower limit above the upper
-    {MM, "G800 N10 X10 Y20 Z-5 I0 J0 K1 O0 U0.1 L0.1",
+    {MM, "G800 N10 X10 Y20 Z-5 I0 J0 K1 O0 U-0.1 L0.1", {}},
+    {MM,
+     "G800 N10 X10 Y20 Z-5 I0 J0 K1 O0 U0.1 L0.1",
      {"nominal_point (10 20 -5) dir (0 0 1) o 0 u 0.1 l 0.1"}},
-    {MM, "G800 N10 X - 12.5" + kNominalTail,
-     {"nominal_point (-12.5 20 -5) dir (0 0 1) o 0 u 0.1 l -0.1"}},
-    {MM, "G800 N10 X-*12.5" + kNominalTail,
-     {"nominal_point (0 20 -5) dir (0 0 1) o 0 u 0.1 l -0.1"}},
-    {MM, "G800 N10 X." + kNominalTail, {"nominal_point (0 20 -5) dir (0 0 1) o 0 u 0.1 l -0.1"}},
-    {MM, "G800*N 10**X+10" + kNominalTail + " ** PT 4",
+    {MM, "G800 N10 X - 12.5" + kTail, {"nominal_point (-12.5 20 -5) dir (0 0 1) o 0 u 0.1 l -0.1"}},
+    {MM, "G800 N10 X-*12.5" + kTail, {"nominal_point (0 20 -5) dir (0 0 1) o 0 u 0.1 l -0.1"}},
+    {MM, "G800 N10 X." + kTail, {"nominal_point (0 20 -5) dir (0 0 1) o 0 u 0.1 l -0.1"}},
+    {MM,
+     "G800*N 10**X+10" + kTail + " ** PT 4",
      {"nominal_point (10 20 -5) dir (0 0 1) o 0 u 0.1 l -0.1"}},
-    {MM, "G800 N10 X10 Y20 Z-5 I0 J0 K1 U0.1 L-0.1", {}},  // no O
+    {MM, "G800 N10 X10 Y20 Z-5 I0 J0 K1 U0.1 L-0.1", {}},     // no O
     {MM, "G800 N10 Y20 X10 Z-5 I0 J0 K1 O0 U0.1 L-0.1", {}},  // letters out of order
-    {MM, "G800 X10" + kNominalTail, {}},                        // no block number
-    {MM, "g800 N10 X10" + kNominalTail, {}},
-    {MM, "G800 N10 XA" + kNominalTail, {}},
-    {MM, " G800 N10 X10" + kNominalTail, {}},
+    {MM, "G800 X10" + kTail, {}},                             // no block number
+    {MM, " G800 N10 X10" + kTail, {}},
     // Measured points.
     {MM, "G801 N11 X10.002 Y20 Z-5.001 R2.5", {"measured_point (10.002 20 -5.001) r 2.5"}},
     {IN, "G801 N11 X1 Y-2 Z0.5 R0.1", {"measured_point (25.4 -50.8 12.7) r 2.54"}},
     {MM, "G801 N11 X10.002 Y20 Z-5.001", {}},
     // Tool-path identity and pattern instance, read as identity.00ii.
     {MM, "TOOLPATHID 0", {}},
-    {MM, "TOOLPATHID 0.0000", {}},
     {MM, "TOOLPATHID -3", {}},
     {MM, "TOOLPATHID 12.0003", {"toolpath_instance 12 3"}},
     {MM, "TOOLPATHID 5.0012", {"toolpath_instance 5 12"}},
     {MM, "TOOLPATHID 1.0010", {"toolpath_instance 1 10"}},
     {MM, "TOOLPATHID 1.0009", {"toolpath_instance 1 9"}},
-    {MM, "TOOLPATHID 4.0099", {"toolpath_instance 4 99"}},
     {MM, "TOOLPATHID 12", {"toolpath_instance 12 -"}},
     {MM, "TOOLPATHID 7.0100", {"toolpath_instance 7 -"}},
     {MM, "TOOLPATHID 0.0005", {"toolpath_instance 0 5"}},
@@ -82,105 +89,125 @@ const Case kCases[] = {
     {IN, "** TOOLPATHID 12. **", {"toolpath_instance 12 -"}},
     {MM, "TOOLPATHID 214748.3647", {"toolpath_instance 214748 47"}},
     {MM, "TOOLPATHID 214748.3648", {}},
-    {MM, "TOOLPATHID " + kHugeNumber, {}},
+    {MM, "TOOLPATHID " + kHuge, {}},
     {MM, "TOOLPATHID 12.0003 X", {}},
-    {MM, "TOOLPATHID", {}},
     // Cycle depth: a length, with a sign that may stand apart.
     {MM, "** CYCLEDEPTH - 2.5", {"cycle_depth -2.5"}},
     {IN, "** CYCLEDEPTH - 2.5", {"cycle_depth -63.5"}},
     {MM, "CYCLEDEPTH 3 ** BELOW TOP", {"cycle_depth 3"}},
-    {MM, "CYCLEDEPTH " + kHugeNumber, {"cycle_depth inf"}},
-    {MM, "CYCLEDEPTH", {}},
+    {MM, "CYCLEDEPTH " + kHuge, {"cycle_depth inf"}},
     // Results file name: as printed, without the blanks and asterisks around it.
     {MM, "RESULTSFILE RUN1.TXT **", {"results_file 'RUN1.TXT'"}},
     {MM, "*RESULTSFILE  C:\\PROBE\\RUN 2.TXT", {"results_file 'C:\\PROBE\\RUN 2.TXT'"}},
     {MM, "RESULTSFILE    ", {"results_file ''"}},
-    {MM, "RESULTSFILE", {}},
     // START anywhere in the line comes first of all; END only at the start of a line.
-    {MM, "START", {"start"}},
     {MM, "** START 'PROGRAM 1' **", {"start"}},
     {MM, "RESULTSFILE C:\\RESTART\\RUN1.TXT", {"start"}},
     {MM, "G801 N1 X1 Y1 Z1 R1 RESTART", {"start"}},
     {MM, "ENDSTART", {"start"}},
     {MM, "END", {"end"}},
-    {MM, "END 'PROGRAM 1'", {"end"}},
     {MM, "ENDING", {"end"}},
     {MM, " END", {}},
-    {MM, "start", {}},
-    {MM, "SIZE D 10.000 10.002", {}},  // a report line without its header
+    // Workplanes: origin in millimetres, angles in degrees in any units, rotations about the
+    // world axes by A, then B, then C.
+    {MM, "G330 N1 A0 B0 C0 X0 Y0 Z0 I0 R0", {"workplane o(0 0 0)" + kWorld}},
+    {IN, "G331 N2 A0 B0 C0 X1 Y2 Z3", {"cad_workplane o(25.4 50.8 76.2)" + kWorld}},
+    {MM, "G330 N1 A0 B0 C0 X0 Y0 Z0", {}},  // no I and R
+    {MM, "G331 N2 A0 B0 C0 X1 Y2 Z3 I0 R0", {"cad_workplane o(1 2 3)" + kWorld}},
+    {MM, "G331 N2 B0 A0 C0 X1 Y2 Z3", {}},
+    {MM, "G330 N1 A90 B0 C0 X0 Y0 Z0 I0 R0", {"workplane o(0 0 0) x(1 0 0) y(0 0 1) z(0 -1 0)"}},
+    {MM, "G330 N1 A0 B90 C0 X0 Y0 Z0 I0 R0", {"workplane o(0 0 0) x(0 0 -1) y(0 1 0) z(1 0 0)"}},
+    {MM, "G330 N1 A0 B0 C90 X0 Y0 Z0 I0 R0", {"workplane o(0 0 0) x(0 1 0) y(-1 0 0) z(0 0 1)"}},
+    {IN,
+     "G330 N1 A0 B0 C - 90 X1 Y0 Z0 I0 R0",
+     {"workplane o(25.4 0 0) x(0 -1 0) y(1 0 0) z(0 0 1)"}},
 };
 
 TEST(ResultsFileParser, RecordsAndTheirEvents) {
-  for (const Case& c : kCases) {
-    EXPECT_EQ(parse_line(c.units, c.line), c.events) << c.line;
-  }
+  for (const Case& c : kCases) EXPECT_EQ(parse_line(c.units, c.line), c.events) << c.line;
 }
 
-TEST(ResultsFileParser, HugeNumbersInEveryFieldFireWithoutOverflow) {
-  const std::string h = kHugeNumber;
-  const std::string lines[] = {
+TEST(ResultsFileParser, HugeNumbersAndLongBlankRuns) {
+  const std::string h = kHuge, r(5000, ' '), stars(5000, '*');
+  const std::string fire_once[] = {
       "G800 N" + h + " X" + h + " Y-" + h + " Z." + h + " I" + h + " J0 K1 O" + h + " U" + h +
           " L" + h,
       "G801 N1 X" + h + " Y" + h + " Z" + h + " R" + h,
       "G330 N1 A" + h + " B" + h + " C" + h + " X" + h + " Y0 Z0 I" + h + " R" + h,
-      "G331 N1 A" + h + " B0 C0 X0 Y0 Z" + h,
+      "G801" + r + "N1" + stars + "X" + r + "-" + stars + r + "1" + r + "Y2 Z3" + r + "R" + r + "4",
+      r + "CYCLEDEPTH" + stars + "+" + r + "7" + r,
   };
-  for (const std::string& line : lines) {
-    EXPECT_EQ(parse_line(IN, line).size(), 1u) << line.substr(0, 10);
+  for (const std::string& line : fire_once) {
+    EXPECT_EQ(parse_line(IN, line).size(), 1u) << line.substr(0, 12);
   }
-}
-
-// Blanks and asterisks between words may run long; a value still needs a digit or a point.
-TEST(ResultsFileParser, LongRunsOfBlanksBetweenWords) {
-  const std::string r(5000, ' ');
-  const std::string stars(5000, '*');
-  EXPECT_EQ(parse_line(MM, "G801" + r + "N1" + stars + "X" + r + "-" + stars + r + "1" + r +
-                               "Y2 Z3" + r + "R" + r + "4" + r),
-            Events{"measured_point (0 2 3) r 4"});
   EXPECT_EQ(parse_line(MM, "G801 N1 X1 Y" + r + "Z3 R4"), Events{});
-  EXPECT_EQ(parse_line(MM, r + "CYCLEDEPTH" + stars + "+" + r + "7" + r),
-            Events{"cycle_depth 7"});
   EXPECT_EQ(parse_line(MM, "CYCLEDEPTH" + r + "*X"), Events{});
-  const std::string inner(500, ' ');
-  EXPECT_EQ(parse_line(MM, "RESULTSFILE" + r + "A" + inner + "B" + stars),
-            Events{"results_file 'A" + inner + "B'"});
 }
 
-// The driver's loop over a short program: one event per record, in file order.
-TEST(ResultsFileParser, ProgramFiresEventsInLineOrder) {
+// A line that is no record opens a macro report, which is read to its last line in one call.
+TEST(ResultsFileParser, ReportBetweenRecordsIsOneEvent) {
   RecordingCallback receiver;
-  const kptResultsFileParser parser{kptUnits(),
-                                    utObserverPtr<kptResultsFileParserCallback>(&receiver)};
-  kptResultsFileCursor cursor{"START", "TOOLPATHID 12.0003",
-                              "G331 N1 A0 B0 C0 X100 Y0 Z0",
-                              "G330 N2 A0 B0 C0 X0 Y50 Z0 I0 R0",
-                              "G800 N3 X1 Y2 Z3 I0 J0 K1 O0 U0.1 L-0.1",
-                              "G801 N4 X1 Y2 Z2.99 R3",
-                              "UNKNOWN LINE",
-                              "END"};
-  int recognised = 0;
-  while (++cursor) recognised += parser.parse_next_object(cursor) ? 1 : 0;
-  EXPECT_EQ(recognised, 7);
+  std::vector<std::size_t> recognised;
+  parse(MM,
+        {"G801 N1 X1 Y2 Z3 R3", "------------", "COMPONENT NO 1 FEATURE NO 4", "------------",
+         "SIZE D 25.000 ACTUAL 25.012 TOL 0.050 DEV 0.012",
+         "POSN X 10.000 ACTUAL 10.004 TOL TP 0.100 DEV 0.004",
+         "POSN Y 20.000 ACTUAL 19.990 TOL TP 0.100 DEV -0.010", "G801 N2 X4 Y5 Z6 R3",
+         "FEATURE NO 3 FEATURE NAME STARTER HOLE", "SIZE D 5.000 ACTUAL 5.010 DEV 0.010"},
+        receiver, &recognised);
+  EXPECT_EQ(recognised, (std::vector<std::size_t>{1, 2, 8, 9}));
   const Events expected = {
-      "start",
-      "toolpath_instance 12 3",
-      "cad_workplane o(100 0 0) x(1 0 0) y(0 1 0) z(0 0 1)",
-      "workplane o(0 50 0) x(1 0 0) y(0 1 0) z(0 0 1)",
-      "nominal_point (1 2 3) dir (0 0 1) o 0 u 0.1 l -0.1",
-      "measured_point (1 2 2.99) r 3",
-      "end",
+      "measured_point (1 2 3) r 3",
+      "circle C1 F4 nominal (10 20) r 12.5 actual (10.004 19.99) r 12.506 tol 0.05 tp 0.1",
+      "measured_point (4 5 6) r 3",
+      "start",  // the feature named STARTER HOLE is a START record first
   };
   EXPECT_EQ(receiver.events, expected);
 }
 
-TEST(ResultsFileParser, CursorOnNoLineIsNoRecord) {
+using Matrix = std::array<std::array<double, 3>, 3>;
+
+Matrix multiply(const Matrix& a, const Matrix& b) {
+  Matrix m{};
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j)
+      for (int k = 0; k < 3; ++k) m[i][j] += a[i][k] * b[k][j];
+  return m;
+}
+
+// Right-handed rotation about world axis 0, 1 or 2.
+Matrix rotation(int axis, double degrees) {
+  const double r = degrees * std::acos(-1.0) / 180.0, c = std::cos(r), s = std::sin(r);
+  if (axis == 0) return {{{1, 0, 0}, {0, c, -s}, {0, s, c}}};
+  if (axis == 1) return {{{c, 0, s}, {0, 1, 0}, {-s, 0, c}}};
+  return {{{c, -s, 0}, {s, c, 0}, {0, 0, 1}}};
+}
+
+// The largest difference between the workplane's axes and the columns of `m`.
+double axes_distance(const giWorkplane3& w, const Matrix& m) {
+  const giUnitVec3 axes[3] = {w.x_axis(), w.y_axis(), w.z_axis()};
+  double worst = 0.0;
+  for (int col = 0; col < 3; ++col) {
+    const double got[3] = {axes[col].x(), axes[col].y(), axes[col].z()};
+    for (int row = 0; row < 3; ++row) worst = std::max(worst, std::fabs(got[row] - m[row][col]));
+  }
+  return worst;
+}
+
+TEST(ResultsFileParser, WorkplaneRotatesAboutXThenYThenZ) {
   RecordingCallback receiver;
-  const kptResultsFileParser parser{kptUnits(),
-                                    utObserverPtr<kptResultsFileParserCallback>(&receiver)};
-  kptResultsFileCursor cursor{"START"};
-  EXPECT_FALSE(parser.parse_next_object(cursor));
-  EXPECT_TRUE(cursor.undefined());
-  EXPECT_TRUE(receiver.events.empty());
+  parse(IN, {"G330 N7 A30 B-45 C60 X1 Y-2 Z0.5 I1 R0", "G331 N8 A30 B-45 C60 X1 Y-2 Z0.5"},
+        receiver);
+  ASSERT_EQ(receiver.workplanes.size(), 2u);
+  const Matrix expected = multiply(rotation(2, 60), multiply(rotation(1, -45), rotation(0, 30)));
+  const Matrix reversed = multiply(rotation(0, 30), multiply(rotation(1, -45), rotation(2, 60)));
+  for (const giWorkplane3& w : receiver.workplanes) {
+    EXPECT_LT(axes_distance(w, expected), 1e-12);
+    EXPECT_GT(axes_distance(w, reversed), 0.1);
+    EXPECT_NEAR(w.origin().x(), 25.4, 1e-12);
+    EXPECT_NEAR(w.origin().y(), -50.8, 1e-12);
+    EXPECT_NEAR(w.origin().z(), 12.7, 1e-12);
+  }
 }
 
 TEST(ResultsFileParserCallback, ReceiverDestroyedThroughTheInterface) {
