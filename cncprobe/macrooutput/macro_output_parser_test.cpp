@@ -149,6 +149,7 @@ const Lines kAngle = {"COMPONENT NO 3 FEATURE NO 1", "ANG 30.0 ACTUAL 30.1 TOL 0
 
 const std::string kRectangleEvent =
     "rectangle C1 F4 xw 12 12.01 tol 0.05 yw 8 8.01 tol 0.05 x 30 30.002 tp 0.1 y 5 5.001 tp 0.1";
+const std::string kYWallEvent = "y_wall_channel C1 F5 w 8 8.01 tol 0.05 x 30 y 5 5.001 tp 0.1";
 const std::string kXWallEvent = "x_wall_channel C1 F4 w 12 12.01 tol 0.05 x 30 30.002 tp 0.1 y 5";
 }  // namespace
 
@@ -223,6 +224,11 @@ TEST(MacroOutputParser, ReadsEachReportKindToItsLastLine) {
        3,
        "corner F1 'C' nominal (1 1) actual (1 1) tp 0.05"},
       {"X wall or channel", kXWall, 4, kXWallEvent},
+      {"X wall or channel without tolerances",
+       {"COMPONENT NO 1 FEATURE NO 4", "SIZE D 12 ACTUAL 12.01 DEV 0.01",
+        "POSN X 30 ACTUAL 30.002 DEV 0.002", "POSN Y 5 ACTUAL EMPTY DEV EMPTY"},
+       4,
+       "x_wall_channel C1 F4 w 12 12.01 tol - x 30 30.002 tp - y 5"},
       {"Y wall or channel", kYWall, 4,
        "y_wall_channel C1 F5 w 8 8.01 tol 0.05 x 30 y 5 5.001 tp 0.1"},
       {"rectangle", kRectangle, 8, kRectangleEvent},
@@ -237,6 +243,11 @@ TEST(MacroOutputParser, ReadsEachReportKindToItsLastLine) {
         "POSN Y 1 ACTUAL NaN DEV NaN"},
        2,
        "surface C3 F1 axis X nominal (3 0 0) n(1 0 0) actual (3.1 0 0) n(1 0 0) tol -"},
+      {"Y surface from a position, whatever follows",
+       {"COMPONENT NO 3 FEATURE NO 1", "POSN Y 3 ACTUAL 3.1 DEV 0.1",
+        "POSN Y 3 ACTUAL 3.1 DEV 0.1"},
+       2,
+       "surface C3 F1 axis Y nominal (0 3 0) n(0 1 0) actual (0 3.1 0) n(0 1 0) tol -"},
       {"Y surface", kYSurface, 2,
        "surface C3 F1 axis Y nominal (0 20 0) n(0 1 0) actual (0 19.99 0) n(0 1 0) tol 0.02"},
       {"Z surface", kZSurface, 2,
@@ -290,7 +301,6 @@ TEST(MacroOutputParser, ABrokenReportReadsNothingAndLeavesTheCursor) {
        {header, "POSN Z 1 ACTUAL 1 TOL TP 0.1 DEV 0"}},
       {"a feature line followed by a dashed line", {header, kDashes, "ANG 1 ACTUAL 1 DEV 0"}},
       {"a dashed line whose feature line is not closed", {kDashes, header, "ANG 1 ACTUAL 1 DEV 0"}},
-      {"a framed header at the end of the file", {kDashes, header}},
       {"a feature name of blanks only", {"FEATURE NO 7 FEATURE NAME   ", "ANG 1 ACTUAL 1 DEV 0"}},
       {"a header alone", {header}},
       {"a value line without header", {"ANG 1 ACTUAL 1 DEV 0"}},
@@ -347,6 +357,10 @@ TEST(MacroOutputParser, ARectangleNeedsTheNextFeatureProbedAtTheSameMiddles) {
        {kXWallEvent, "y_wall_channel C1 F5 w 8 8.01 tol 0.05 x 30.001 y 5 5.001 tp 0.1"}},
       {join({kXWall, y_wall("COMPONENT NO 1 FEATURE NO 5", "30", "0.060")}),
        {kXWallEvent, "y_wall_channel C1 F5 w 8 8.01 tol 0.06 x 30 y 5 5.001 tp 0.1"}},
+      {join({{kXWall.begin(), kXWall.end() - 1},
+             {"POSN Y 5.1 ACTUAL NaN TOL TP 0.100 DEV NaN"},
+             kYWall}),
+       {"x_wall_channel C1 F4 w 12 12.01 tol 0.05 x 30 30.002 tp 0.1 y 5.1", kYWallEvent}},
       {join({kXWall, y_wall("COMPONENT NO 1 FEATURE NO 5", "30", "0.050", "0.2")}),
        {kXWallEvent, "y_wall_channel C1 F5 w 8 8.01 tol 0.05 x 30 y 5 5.001 tp 0.2"}},
       {join({{"FEATURE NO 4 FEATURE NAME POCKET"},
