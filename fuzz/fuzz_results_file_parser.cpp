@@ -1,0 +1,19 @@
+// Fuzz target: every line of a results file through kptResultsFileParser, checking that a
+// recognised record or report fires exactly one event and that anything else moves nothing.
+#include "fuzz/fuzz_support.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static ScratchFile file(".res");
+  CountingCallback events;
+  const kptResultsFileParser parser(fuzz_units(size), utObserverPtr<kptResultsFileParserCallback>(&events));
+  kptResultsFileCursor cursor(utString(file.write(data, size).c_str()));
+  while (++cursor) {
+    const kptResultsFileCursor before = cursor;
+    const unsigned long fired = events.count();
+    const bool recognised = parser.parse_next_object(cursor);
+    fuzz_check(events.count() == fired + (recognised ? 1 : 0), "not exactly one event per record");
+    fuzz_check(recognised ? cursor.line_number() >= before.line_number() : cursor == before,
+               "the cursor moved back, or moved on an unrecognised line");
+  }
+  return 0;
+}
