@@ -15,7 +15,10 @@ namespace {
 // Words and values of a record are separated by any run of blanks and asterisks.
 constexpr const char* kBlockNumber = R"(N[\s\*]*\d+[\s\*]*)";
 // A value may carry its sign apart from the digits ("X - 12.5"); the number reader joins them.
-constexpr const char* kValueAfterLetter = R"([\s\*]*([-+]?[\s\*]*[\d\.]+)[\s\*]*)";
+// The run of blanks after the letter is possessive ("*+"): it accepts exactly the lines and
+// captures of the plain run, because giving blanks back to the value can never make the value
+// match, but it keeps a long run of blanks before a bad value from costing quadratic time.
+constexpr const char* kValueAfterLetter = R"([\s\*]*+([-+]?[\s\*]*[\d\.]+)[\s\*]*)";
 
 constexpr int kAnchored = 16;
 
@@ -63,9 +66,14 @@ void kptResultsFileParser::init_matchers() {
   end_matcher_ = std::make_unique<reMatcher>(R"(^END(?:[\s\*]*'.*?')?[\s\*]*)");
   toolpath_id_matcher_ =
       std::make_unique<reMatcher>(R"(^[\s\*]*TOOLPATHID[\s\*]+(\d+(?:\.\d*)?)[\s\*]*$)");
+  // The depth and the file name use the same linear-time forms as the G records: the depth's
+  // leading run is possessive, and the file name is "everything up to the last character that
+  // is no blank or asterisk", which is what the lazy "(.*?)[\s\*]*$" captures, found without
+  // rescanning a long run of blanks inside the name at every position.
   cycle_depth_matcher_ =
-      std::make_unique<reMatcher>(R"(^[\s\*]*CYCLEDEPTH[\s\*]+([-+]?[\s\*]*[\d\.]+)[\s\*]*)");
-  results_file_matcher_ = std::make_unique<reMatcher>(R"(^[\s\*]*RESULTSFILE[\s\*]+(.*?)[\s\*]*$)");
+      std::make_unique<reMatcher>(R"(^[\s\*]*CYCLEDEPTH[\s\*]++([-+]?[\s\*]*[\d\.]+)[\s\*]*)");
+  results_file_matcher_ =
+      std::make_unique<reMatcher>(R"(^[\s\*]*RESULTSFILE[\s\*]++((?:.*[^\s\*])?)[\s\*]*$)");
   nominal_point_matcher_ =
       std::make_unique<reMatcher>(g_record_pattern(R"(^G800[\s\*]+)", "XYZIJKOUL"));
   measured_point_matcher_ =
