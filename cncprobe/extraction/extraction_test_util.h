@@ -1,18 +1,18 @@
-// Test-only: event builders and a one-line summary of an extractor's results.
+// Test-only: event builders and readable descriptions of an extractor's results.
 //
-// A table row lists the events a parser would fire, and the results they must leave behind:
+// A table row lists the events a parser would fire and the results they must leave behind:
 //
 //   {"pattern instances", {start(), toolpath(12, 1), nominal(), measured()}, kptExtractionSuccess,
 //    "path 12(1) M"}
 //
-// The summary names each result in order: "path <id>[(<instance>)] " followed by one letter per
-// inspection point (M measured, U unmeasured), or "<kind> <id>[(<instance>)]" for a feature;
-// results are separated by "; ". Never included by library code.
+// summary() names each result in order: "path <id>[(<instance>)] " and one letter per inspection
+// point (M measured, U unmeasured), or "<kind> <id>[(<instance>)]" for a feature, separated by
+// "; ". detail() spells out one result's geometry and tolerances; numbers have ten significant
+// digits and rounding noise below 1e-9 prints as 0. Never included by library code.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <cstdio>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -20,46 +20,41 @@
 #include <vector>
 
 #include "cncprobe/extraction/results_data_extractor.h"
-#include "cncprobe/platform/circle2.h"
-#include "cncprobe/platform/inspection_print_data.h"
+#include "cncprobe/platform/angle_surface_feature.h"
+#include "cncprobe/platform/circle_feature.h"
+#include "cncprobe/platform/corner_feature.h"
+#include "cncprobe/platform/perpendicular_distance_feature.h"
+#include "cncprobe/platform/rectangle_feature.h"
+#include "cncprobe/platform/surface_feature.h"
 
 namespace extraction_test {
 
 using Event = std::function<void(kptResultsFileParserCallback&)>;
+using Receiver = kptResultsFileParserCallback;
 
-inline Event start() {
-  return [](kptResultsFileParserCallback& c) { c.on_start(); };
-}
-inline Event end() {
-  return [](kptResultsFileParserCallback& c) { c.on_end(); };
-}
+// clang-format off
+inline Event start() { return [](Receiver& r) { r.on_start(); }; }
+inline Event end() { return [](Receiver& r) { r.on_end(); }; }
 inline Event toolpath(unsigned int id, std::optional<unsigned int> instance = std::nullopt) {
-  return [=](kptResultsFileParserCallback& c) { c.on_toolpath_instance(id, instance); };
+  return [=](Receiver& r) { r.on_toolpath_instance(id, instance); };
 }
-inline Event depth(double d) {
-  return [=](kptResultsFileParserCallback& c) { c.on_cycle_depth(d); };
-}
-inline Event output_plane(const giWorkplane3& w) {
-  return [=](kptResultsFileParserCallback& c) { c.on_workplane(w); };
-}
-inline Event cad_plane(const giWorkplane3& w) {
-  return [=](kptResultsFileParserCallback& c) { c.on_cad_workplane(w); };
-}
+inline Event depth(double d) { return [=](Receiver& r) { r.on_cycle_depth(d); }; }
+inline Event output_plane(const giWorkplane3& w) { return [=](Receiver& r) { r.on_workplane(w); }; }
+inline Event cad_plane(const giWorkplane3& w) { return [=](Receiver& r) { r.on_cad_workplane(w); }; }
 inline Event nominal(double x = 1, double y = 2, double z = 3) {
-  return [=](kptResultsFileParserCallback& c) {
-    c.on_nominal_point(giPoint3(x, y, z), giVector3(0, 0, 2), 0.0, 0.1, -0.1);
-  };
+  return [=](Receiver& r) { r.on_nominal_point({x, y, z}, {0, 0, 2}, 0.0, 0.1, -0.1); };
 }
 inline Event measured(double x = 1, double y = 2, double z = 3) {
-  return [=](kptResultsFileParserCallback& c) { c.on_measured_point(giPoint3(x, y, z), 2.5); };
+  return [=](Receiver& r) { r.on_measured_point({x, y, z}, 2.5); };
 }
 // A circle report of component 1 and the given feature number.
 inline Event circle(unsigned int feature = 1) {
-  return [=](kptResultsFileParserCallback& c) {
-    c.on_circle_measurement(mtrInspectionPrintData(1, feature), giCircle2(giPoint2(10, 20), 4),
+  return [=](Receiver& r) {
+    r.on_circle_measurement(mtrInspectionPrintData(1, feature), giCircle2(giPoint2(10, 20), 4),
                             giCircle2(giPoint2(10.01, 20), 4.01), std::nullopt, std::nullopt);
   };
 }
+// clang-format on
 
 // A workplane as a G330 or G331 record builds it: turned about X by a, then Y by b, then Z by c,
 // then moved to (x, y, z).
@@ -79,6 +74,72 @@ inline void run(kptResultsDataExtractor& extractor, const std::vector<Event>& ev
   for (const Event& event : events) event(receiver);
 }
 
+inline std::string str(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.10g", std::fabs(value) < 1e-9 ? 0.0 : value);
+  return text;
+}
+inline std::string str(const char* text) { return text; }
+inline std::string str(const std::optional<double>& value) { return value ? str(*value) : "-"; }
+inline std::string str(const giVector3& v) {
+  return "(" + str(v.x()) + " " + str(v.y()) + " " + str(v.z()) + ")";
+}
+inline std::string str(const giPoint3& p) { return str(giVector3(p.x(), p.y(), p.z())); }
+inline std::string str(const giUnitVec3& v) { return str(v.vector()); }
+inline std::string str(const std::optional<giAngle>& a) { return a ? str(a->degrees()) : "-"; }
+// The parts printed with str(), separated by blanks.
+template <class... Parts>
+std::string cat(const Parts&... parts) {
+  std::string text;
+  ((text += (text.empty() ? "" : " ") + str(parts)), ...);
+  return text;
+}
+
+// One result: its points, or its nominal geometry | actual geometry | tolerances.
+inline std::string detail(const std::shared_ptr<mtrToolpathResult>& result) {
+  if (const auto p = std::dynamic_pointer_cast<mtrProbePath>(result)) {
+    std::string text;
+    for (unsigned int i = 0; i < p->inspection_points_count(); ++i) {
+      const auto q = p->inspection_point(i);
+      text += (i ? "; " : "") + cat(q->label().c_str(), q->nominal_point(), q->direction(),
+                                    q->o_value(), q->u_value(), q->l_value());
+      text += q->has_measure() ? " " + cat(q->measured_point(), q->r_value()) : " -";
+    }
+    return text;
+  }
+  if (const auto f = std::dynamic_pointer_cast<mtrCircleFeature>(result)) {
+    const giCircle3 &n = f->nominal(), &a = f->actual();
+    return cat(n.centre(), n.normal(), n.radius().value(), "|", a.centre(), a.radius().value(), "|",
+               f->diameter_tolerance(), f->true_position_tolerance());
+  }
+  if (const auto f = std::dynamic_pointer_cast<mtrRectangleFeature>(result)) {
+    const mtgRectangle3 &n = f->nominal(), &a = f->actual();
+    return cat(n.centre(), n.normal(), n.length_direction(), n.length().value(), n.width().value(),
+               "|", a.centre(), a.length().value(), a.width().value(), "|", f->length_tolerance(),
+               f->width_tolerance(), f->position_tolerance());
+  }
+  if (const auto f = std::dynamic_pointer_cast<mtrPerpendicularDistanceFeature>(result)) {
+    const mtgPerpendicularDistance &n = f->nominal(), &a = f->actual();
+    return cat("axis", f->axis(), n.point(), n.normal(), n.direction(), n.distance().value(), "|",
+               a.point(), a.distance().value(), "|", f->distance_tolerance(),
+               f->position_tolerance());
+  }
+  if (const auto f = std::dynamic_pointer_cast<mtrSurfaceFeature>(result)) {
+    return cat("axis", f->axis(), f->nominal().point(), f->nominal().normal(), "|",
+               f->actual().point(), "|", f->position_tolerance());
+  }
+  if (const auto f = std::dynamic_pointer_cast<mtrCornerFeature>(result)) {
+    return cat(f->nominal().point(), f->nominal().direction(), "|", f->actual().point(), "|",
+               f->true_position_tolerance());
+  }
+  if (const auto f = std::dynamic_pointer_cast<mtrAngleSurfaceFeature>(result)) {
+    return cat(f->reference_plane().point(), f->reference_plane().normal(),
+               f->reference_direction(), f->nominal().degrees(), "|", f->actual().degrees(), "|",
+               f->angular_tolerance());
+  }
+  return "?";
+}
+
 inline std::string summary(const kptResultsDataExtractor& extractor) {
   static const char* const kinds[] = {"path",    "circle", "rectangle", "corner",
                                       "surface", "angle",  "distance"};
@@ -86,11 +147,9 @@ inline std::string summary(const kptResultsDataExtractor& extractor) {
   itIterator<std::shared_ptr<mtrToolpathResult>> it = extractor.results();
   while (++it) {
     const std::shared_ptr<mtrToolpathResult> result = it();
-    if (!text.empty()) text += "; ";
-    text += std::string(kinds[result->kind()]) + " " + std::to_string(result->id());
-    if (result->pattern_instance()) {
-      text += "(" + std::to_string(*result->pattern_instance()) + ")";
-    }
+    text += (text.empty() ? "" : "; ") + std::string(kinds[result->kind()]) + " " +
+            std::to_string(result->id());
+    if (result->pattern_instance()) text += "(" + std::to_string(*result->pattern_instance()) + ")";
     if (const auto path = std::dynamic_pointer_cast<mtrProbePath>(result)) {
       text += " ";
       for (unsigned int i = 0; i < path->inspection_points_count(); ++i) {
@@ -101,26 +160,12 @@ inline std::string summary(const kptResultsDataExtractor& extractor) {
   return text;
 }
 
-// The n-th result (from 0) as the given class; null when there is no such result of that class.
-template <class Result>
-std::shared_ptr<Result> result_at(const kptResultsDataExtractor& extractor, unsigned int n) {
+// The details of every result, one string each, in order.
+inline std::vector<std::string> details(const kptResultsDataExtractor& extractor) {
+  std::vector<std::string> all;
   itIterator<std::shared_ptr<mtrToolpathResult>> it = extractor.results();
-  for (unsigned int i = 0; ++it; ++i) {
-    if (i == n) return std::dynamic_pointer_cast<Result>(it());
-  }
-  return nullptr;
-}
-
-constexpr double kTol = 1e-9;
-
-inline void expect_near(const giPoint3& actual, const giPoint3& expected) {
-  EXPECT_NEAR(actual.x(), expected.x(), kTol);
-  EXPECT_NEAR(actual.y(), expected.y(), kTol);
-  EXPECT_NEAR(actual.z(), expected.z(), kTol);
-}
-inline void expect_near(const giVector3& actual, const giVector3& expected) {
-  expect_near(giPoint3(actual.x(), actual.y(), actual.z()),
-              giPoint3(expected.x(), expected.y(), expected.z()));
+  while (++it) all.push_back(detail(it()));
+  return all;
 }
 
 }  // namespace extraction_test

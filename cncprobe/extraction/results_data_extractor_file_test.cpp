@@ -4,7 +4,6 @@
 #include <string>
 
 #include "cncprobe/extraction/extraction_test_util.h"
-#include "cncprobe/platform/circle_feature.h"
 
 using namespace extraction_test;
 
@@ -19,6 +18,7 @@ struct FileCase {
   kptUnitsType units;
   kptResultsExtractionStatus status;
   const char* results;
+  std::vector<std::string> details = {};  // checked when not empty
 };
 
 void check(const FileCase& c) {
@@ -27,6 +27,9 @@ void check(const FileCase& c) {
   EXPECT_STREQ(kpt_status_name(extractor.extract_data(data_file(c.file), kptUnits(c.units))),
                kpt_status_name(c.status));
   EXPECT_EQ(summary(extractor), c.results);
+  if (!c.details.empty()) {
+    EXPECT_EQ(details(extractor), c.details);
+  }
 }
 
 // Lets a test run an extraction over lines held in memory.
@@ -48,105 +51,69 @@ TEST(ResultsDataExtractorFile, RecordFilesEndInTheirStatus) {
       {"no_points.res", kptUnitsMillimetres, kptExtractionNoResults, ""},
       {"outside_start_end.res", kptUnitsMillimetres, kptExtractionOutsideStartEnd, "path 0 M"},
       {"no_such_file.res", kptUnitsMillimetres, kptExtractionNoResults, ""},
-      {"inch_points.res", kptUnitsInches, kptExtractionSuccess, "path 3 M"},
+      // Output workplane at 10 in, turned half about Z; CAD workplane at (1, 2, 3) in.
+      {"inch_points.res",
+       kptUnitsInches,
+       kptExtractionSuccess,
+       "path 3 M",
+       {"Path 3: Inspection Point 1 (254 50.8 76.2) (-1 0 0) 0.254 0.1016 -0.1016 "
+        "(253.9746 50.8 76.2) 3.175"}},
   };
   for (const FileCase& c : cases) check(c);
 }
 
 TEST(ResultsDataExtractorFile, ReportFilesFollowTheConflictRules) {
   const FileCase cases[] = {
-      {"worked_example.res", kptUnitsMillimetres, kptExtractionSuccess, "path 12(3) M; circle 13"},
+      // Output workplane turned a quarter about X and raised by 50, CAD workplane turned a
+      // quarter about Z and moved by 100; TOOLPATHID 13 puts both back to world.
+      {"worked_example.res",
+       kptUnitsMillimetres,
+       kptExtractionSuccess,
+       "path 12(3) M; circle 13",
+       {"Path 12 (3): Inspection Point 1 (103 1 52) (1 0 0) 0 0.1 -0.1 (102.998 1.002 52) 2.5",
+        "(10 20 0) (0 0 1) 12.5 | (10.004 19.998 0) 12.506 | 0.05 0.1"}},
       {"report_after_own_points.res", kptUnitsMillimetres, kptExtractionResultConflict,
        "path 12(3) M"},
-      {"same_report_twice.res", kptUnitsMillimetres, kptExtractionResultConflict, "circle 20"},
+      {"same_report_twice.res",
+       kptUnitsMillimetres,
+       kptExtractionResultConflict,
+       "circle 20",
+       {"(0 0 -5) (0 0 1) 4 | (0.003 -0.002 -5) 4.005 | - -"}},
       {"report_in_next_instance.res", kptUnitsMillimetres, kptExtractionSuccess,
        "circle 20(1); circle 20(2)"},
-      {"inch_circle.res", kptUnitsInches, kptExtractionSuccess, "circle 30"},
+      {"inch_circle.res",
+       kptUnitsInches,
+       kptExtractionSuccess,
+       "circle 30",
+       {"(50.8 -25.4 -12.7) (0 0 1) 12.7 | (50.8254 -25.4 -12.7) 12.7127 | 0.0508 0.1016"}},
   };
   for (const FileCase& c : cases) check(c);
 }
 
-TEST(ResultsDataExtractorFile, WorkedExampleEndsInCadCoordinates) {
+TEST(ResultsDataExtractorFile, KeepsTheResultsFileNameAndTheReportIdentity) {
   kptResultsDataExtractor extractor;
   ASSERT_EQ(extractor.extract_data(data_file("worked_example.res")), kptExtractionSuccess);
   EXPECT_EQ(extractor.resultsfile_name(), utString("C:\\PROBE\\RUN7.TXT"));
-  ASSERT_EQ(extractor.number_of_results(), 2u);
-  ASSERT_EQ(extractor.measured_paths_count(), 1u);
-
-  // Output workplane turned a quarter about X and raised by 50, CAD workplane turned a quarter
-  // about Z and moved by 100 along X.
-  itIterator<std::shared_ptr<mtrProbePath>> paths = extractor.measured_paths();
-  ASSERT_TRUE(++paths);
-  const auto point = paths()->inspection_point(0);
-  EXPECT_EQ(point->label(), utString("Path 12 (3): Inspection Point 1"));
-  expect_near(point->nominal_point(), giPoint3(103, 1, 52));
-  expect_near(point->measured_point(), giPoint3(102.998, 1.002, 52));
-  expect_near(point->direction().vector(), giVector3(1, 0, 0));
-  EXPECT_FALSE(++paths);
-
-  // TOOLPATHID 13 put both workplanes back to world.
-  const auto circle = result_at<mtrCircleFeature>(extractor, 1);
+  itIterator<std::shared_ptr<mtrToolpathResult>> results = extractor.results();
+  ASSERT_TRUE(++results && ++results);
+  const auto circle = std::dynamic_pointer_cast<mtrCircleFeature>(results());
   ASSERT_NE(circle, nullptr);
-  EXPECT_EQ(circle->pattern_instance(), std::nullopt);
   EXPECT_EQ(circle->print_data(), mtrInspectionPrintData(1, 4));
-  expect_near(circle->nominal().centre(), giPoint3(10, 20, 0));
-  expect_near(circle->actual().centre(), giPoint3(10.004, 19.998, 0));
-  EXPECT_DOUBLE_EQ(circle->actual().radius().value(), 12.506);
-  EXPECT_EQ(circle->diameter_tolerance(), 0.05);
-  EXPECT_EQ(circle->true_position_tolerance(), 0.1);
 }
 
-TEST(ResultsDataExtractorFile, InchFilesAreHeldInMillimetres) {
-  kptResultsDataExtractor extractor;
-  ASSERT_EQ(extractor.extract_data(data_file("inch_points.res"), kptUnits(kptUnitsInches)),
-            kptExtractionSuccess);
-  const auto point = result_at<mtrProbePath>(extractor, 0)->inspection_point(0);
-  // Output workplane at 10 in, turned half about Z; CAD workplane at (1, 2, 3) in.
-  expect_near(point->nominal_point(), giPoint3(254, 50.8, 76.2));
-  expect_near(point->measured_point(), giPoint3(253.9746, 50.8, 76.2));
-  expect_near(point->direction().vector(), giVector3(-1, 0, 0));
-  EXPECT_DOUBLE_EQ(point->o_value(), 0.254);
-  EXPECT_DOUBLE_EQ(point->u_value(), 0.1016);
-  EXPECT_DOUBLE_EQ(point->l_value(), -0.1016);
-  EXPECT_DOUBLE_EQ(point->r_value(), 3.175);
-
-  ASSERT_EQ(extractor.extract_data(data_file("inch_circle.res"), kptUnits(kptUnitsInches)),
-            kptExtractionSuccess);
-  const auto circle = result_at<mtrCircleFeature>(extractor, 0);
-  ASSERT_NE(circle, nullptr);
-  expect_near(circle->nominal().centre(), giPoint3(50.8, -25.4, -12.7));
-  EXPECT_DOUBLE_EQ(circle->nominal().radius().value(), 12.7);
-  EXPECT_DOUBLE_EQ(*circle->diameter_tolerance(), 0.0508);
-  EXPECT_DOUBLE_EQ(*circle->true_position_tolerance(), 0.1016);
-}
-
-TEST(ResultsDataExtractorFile, EndRulesAndCursorPosition) {
-  struct Case {
-    const char* what;
-    unsigned int skip;  // lines the cursor has passed before the extraction
-    kptResultsExtractionStatus status;
-    const char* results;
-  };
-  const utString start("START"), end("END"), tool("TOOLPATHID 4");
-  const utString nominal_line("G800 N1 X1 Y2 Z3 I0 J0 K1 O0 U0.1 L-0.1");
-  const utString measured_line("G801 N2 X1 Y2 Z3 R2.5");
-  const Case cases[] = {
-      {"whole file", 0, kptExtractionSuccess, "path 4 M"},
-      // Parsing starts after the cursor's line: START is never seen.
-      {"from the line after START", 1, kptExtractionNoResults, ""},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
-    kptResultsFileCursor cursor{start, tool, nominal_line, measured_line, end};
-    for (unsigned int i = 0; i < c.skip; ++i) ++cursor;
-    const kptResultsFileCursor before = cursor;
-    CursorExtractor extractor;
-    EXPECT_EQ(extractor.extract_data_from_cursor(cursor, kptUnits()), c.status);
-    EXPECT_EQ(summary(extractor), c.results);
-    EXPECT_TRUE(cursor == before);
-  }
-  // A run without END that gathered nothing: the missing END is reported last.
+TEST(ResultsDataExtractorFile, ParsesFromAfterTheCursorAndAppliesTheEndRules) {
+  const utString start("START"), tool("TOOLPATHID 4");
+  const kptResultsFileCursor lines{start, tool, "G800 N1 X1 Y2 Z3 I0 J0 K1 O0 U0.1 L-0.1",
+                                   "G801 N2 X1 Y2 Z3 R2.5", "END"};
   CursorExtractor extractor;
+  EXPECT_EQ(extractor.extract_data_from_cursor(lines, kptUnits()), kptExtractionSuccess);
+  EXPECT_EQ(summary(extractor), "path 4 M");
+  // Standing on START, the extraction begins with the line after it and never opens a run.
+  kptResultsFileCursor on_start = lines;
+  ++on_start;
+  EXPECT_EQ(extractor.extract_data_from_cursor(on_start, kptUnits()), kptExtractionNoResults);
+  EXPECT_EQ(on_start(), start);
+  // A run without END that gathered nothing: the missing END is reported last.
   EXPECT_EQ(extractor.extract_data_from_cursor(kptResultsFileCursor{start, tool}, kptUnits()),
             kptExtractionMissingEnd);
   // The next extraction starts afresh.
