@@ -19,7 +19,9 @@ public:
 
   // When true (the default), no external entity, external document type or other resource
   // named by the document is ever fetched.
-  void set_disable_entity_resolution(bool disable) noexcept { disable_entity_resolution_ = disable; }
+  void set_disable_entity_resolution(bool disable) noexcept {
+    disable_entity_resolution_ = disable;
+  }
   bool disable_entity_resolution() const noexcept { return disable_entity_resolution_; }
 
   // How many entity expansions a document may cause; 0 (the default) means none, so a document

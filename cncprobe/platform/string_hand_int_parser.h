@@ -1,4 +1,5 @@
-// apStringHandIntParser: reads a whole wide text as a decimal integer, the way settings values are read.
+// apStringHandIntParser: reads a whole wide text as a decimal integer, the way settings values are
+// read.
 #pragma once
 
 #include "cncprobe/export.h"

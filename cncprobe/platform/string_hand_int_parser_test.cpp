@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-
 namespace {
 apString w(const wchar_t* text) { return apString(apStringLiteral, text); }
 }  // namespace

@@ -78,7 +78,9 @@ public:
 
   apString name() const override { return from_utf8(qualified_name(node_->ns, node_->name)); }
 
-  bool has_attribute(const apString& name) const override { return find_attribute(name) != nullptr; }
+  bool has_attribute(const apString& name) const override {
+    return find_attribute(name) != nullptr;
+  }
 
   apString attribute_value(const apString& name) const override {
     const xmlAttr* attribute = find_attribute(name);
@@ -198,7 +200,11 @@ void set_problem(LoadState::Problem& problem, int line, int column, std::string 
   problem.set = true;
   problem.line = known(line);
   problem.column = known(column);
+  // libxml2 ends its messages with a line feed and sometimes breaks them; keep them to one line.
   while (!message.empty() && is_blank(message.back())) message.pop_back();
+  for (char& c : message) {
+    if (c == '\n' || c == '\r') c = ' ';
+  }
   problem.message = std::move(message);
 }
 
@@ -234,8 +240,8 @@ void on_entity_declaration(void* ctx, const xmlChar* name, int, const xmlChar*, 
   refuse(ctx, "The document declares the entity", name, kNoEntities);
 }
 
-void on_unparsed_entity_declaration(void* ctx, const xmlChar* name, const xmlChar*,
-                                    const xmlChar*, const xmlChar*) noexcept {
+void on_unparsed_entity_declaration(void* ctx, const xmlChar* name, const xmlChar*, const xmlChar*,
+                                    const xmlChar*) noexcept {
   refuse(ctx, "The document declares the entity", name, kNoEntities);
 }
 

@@ -33,7 +33,9 @@ public:
   void set_input_units(const kptUnits& units) noexcept { input_units_ = units; }
 
   // The proximity criterion of the projection in the input units.
-  double proximity_criteria() const noexcept { return input_units_.mm_to_units(proximity_criteria_mm_); }
+  double proximity_criteria() const noexcept {
+    return input_units_.mm_to_units(proximity_criteria_mm_);
+  }
   double proximity_criteria_input_units() const noexcept { return proximity_criteria(); }
   // The proximity criterion in millimetres.
   double proximity_criteria_mm() const noexcept { return proximity_criteria_mm_; }
@@ -41,7 +43,9 @@ public:
   void set_proximity_criteria(double value) noexcept;
 
   // The confetti diameter in the input units.
-  double confetti_diameter() const noexcept { return input_units_.mm_to_units(confetti_diameter_mm_); }
+  double confetti_diameter() const noexcept {
+    return input_units_.mm_to_units(confetti_diameter_mm_);
+  }
   double confetti_diameter_input_units() const noexcept { return confetti_diameter(); }
   // The confetti diameter in millimetres.
   double confetti_diameter_mm() const noexcept { return confetti_diameter_mm_; }

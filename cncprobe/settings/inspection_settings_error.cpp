@@ -20,7 +20,9 @@ const apString& standard_message(kptInspectionSettingsErrorCode code) {
 }
 }  // namespace
 
-apString kptInspectionSettingsError::get_message_from_code() const { return standard_message(code_); }
+apString kptInspectionSettingsError::get_message_from_code() const {
+  return standard_message(code_);
+}
 
 apString kptInspectionSettingsError::message() const {
   apString text = get_message_from_code();

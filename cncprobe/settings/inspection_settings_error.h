@@ -27,8 +27,12 @@ public:
   kptInspectionSettingsError& operator=(const kptInspectionSettingsError&) = default;
   ~kptInspectionSettingsError() = default;
 
-  bool operator==(kptInspectionSettingsErrorCode error_code) const noexcept { return code_ == error_code; }
-  bool operator!=(kptInspectionSettingsErrorCode error_code) const noexcept { return code_ != error_code; }
+  bool operator==(kptInspectionSettingsErrorCode error_code) const noexcept {
+    return code_ == error_code;
+  }
+  bool operator!=(kptInspectionSettingsErrorCode error_code) const noexcept {
+    return code_ != error_code;
+  }
   // True for every code but success, so a newer version counts as true as well.
   explicit operator bool() const noexcept { return code_ != kptSettingsSuccess; }
 

@@ -1,4 +1,5 @@
-// kptInspectionSettingsReader: the checks of a settings file in their fixed order, on a working copy.
+// kptInspectionSettingsReader: the checks of a settings file in their fixed order, on a working
+// copy.
 #include "cncprobe/settings/inspection_settings_reader.h"
 
 #include "cncprobe/platform/string_encoding.h"
@@ -28,7 +29,8 @@ bool is_one_of(const apString& text, std::initializer_list<const wchar_t*> words
 }
 }  // namespace
 
-kptInspectionSettingsReader::kptInspectionSettingsReader(std::shared_ptr<axmDocumentFactory> factory)
+kptInspectionSettingsReader::kptInspectionSettingsReader(
+    std::shared_ptr<axmDocumentFactory> factory)
     : factory_(std::move(factory)) {
   if (!factory_) {
     utServiceName found_name;
@@ -65,7 +67,8 @@ kptInspectionSettingsError kptInspectionSettingsReader::update_settings(
   }
   // A host's factory might hand back nothing without saying why; that is no document either.
   const std::shared_ptr<axmElement> root = document ? document->root_element() : nullptr;
-  if (!root) return failure(kptSettingsInvalidXml, wide(L"Error: The document has no root element."));
+  if (!root)
+    return failure(kptSettingsInvalidXml, wide(L"Error: The document has no root element."));
 
   const apStringHandIntParser int_parser;
   const apStringSimpleDoubleParser double_parser;

@@ -4,8 +4,9 @@
 // and then every setting the file leaves out keeps the value it had.
 //
 //   kptInspectionSettings settings;
-//   kptInspectionSettingsError error = kptInspectionSettingsReader::read(apPath("job.xml"), settings);
-//   if (error != kptSettingsSuccess && error != kptSettingsNewerVersion) show(error.message());
+//   kptInspectionSettingsError error = kptInspectionSettingsReader::read(apPath("job.xml"),
+//   settings); if (error != kptSettingsSuccess && error != kptSettingsNewerVersion)
+//   show(error.message());
 //
 // The file: a root element (any name) with an optional attribute version="1", and the optional
 // elements units (imperial, inches, in, metric, millimetres or mm), projection/proximity_criteria,
