@@ -76,8 +76,6 @@ class CNCPROBE_API kptMacroOutputParser {
   [[nodiscard]] bool parse_angle_measurement(kptResultsFileCursor& cursor) const;
 
  private:
-  friend struct kptMacroOutputParserTestPeer;
-
   void init_matchers();
 
   // Header and report opening.
