@@ -30,11 +30,7 @@ apStatus kptFileReferenceExtractor::extract_filenames(const apPath& path) { retu
 apStatus kptFileReferenceExtractor::extract_from_stream(std::istream& stream) {
   forget_all();
   const apIStringEncoding* encoding = apStringEncodingChooser().ut_encoding();
-  // The line bound keeps the value patterns cheap as well: their lazy value group costs time in
-  // the square of a run of blanks or asterisks inside the value. Within kMaxLineBytes every
-  // match completes, in milliseconds, so each reference is matched expensively at most once,
-  // when it is found; longer runs would let a crafted file spend a full match budget on every
-  // line and never finish in reasonable time.
+  // The line bound keeps one line of a file without line ends from being held whole in memory.
   apStringReaderUTF8 reader(kMaxLineBytes);
   const kptFileReferenceParser parser;
 

@@ -26,7 +26,7 @@ class CNCPROBE_API kptFileReferenceExtractor {
 public:
   // The longest line the scan reads; a longer one ends the scan as an unreadable line does.
   // Reference lines hold a keyword and a file name or version, far below this.
-  static constexpr std::size_t kMaxLineBytes = 4096;
+  static constexpr std::size_t kMaxLineBytes = 1024 * 1024;
 
   // All seven references not found.
   kptFileReferenceExtractor() = default;

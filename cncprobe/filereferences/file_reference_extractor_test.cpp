@@ -71,7 +71,7 @@ TEST(FileReferenceExtractor, SampleHeaderWithAnyLineEnds) {
 TEST(FileReferenceExtractor, FirstValueWinsAndWhatEndsTheScan) {
   struct Case { std::string bytes; std::array<std::string, 7> refs; };
   const std::string long_line(kptFileReferenceExtractor::kMaxLineBytes + 1, 'x');
-  const std::string blanks(4000, ' ');  // a costly value, still matched within the line bound
+  const std::string blanks(400000, ' ');  // inner blanks of any length stay in the value
   const Case cases[] = {
       {"RESULTSFILEVERSION 02.0.1\nDOCUMENTID first\nRESULTSFILEVERSION 2.0.11\nDOCUMENTID second\n"
        "CADFILENAME  \nCADFILENAME later\nXMODELVERSION 3 DOCUMENTVERSION 9\n",

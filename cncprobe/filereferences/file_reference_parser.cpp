@@ -6,9 +6,12 @@ namespace {
 // repeated in one line is the one whose value is taken.
 constexpr const char* kPrefix = "^.*";
 // Blanks or asterisks after the keyword, the value, then only blanks and asterisks to the end.
-// The lazy group leaves the closing run of blanks and asterisks (and a stray carriage return)
-// out of the value.
-constexpr const char* kValueTail = "[\\s\\*]+(.*?)[\\s\\*]*$";
+// The value runs to its last character that is no blank or asterisk, so the closing run (and a
+// stray carriage return) stays out of it. This is what the lazy "(.*?)[\s\*]*$" takes, written
+// so that a long run of blanks inside a value is not rescanned at every position: a match costs
+// time in proportion to the line, not to the square of a run in it. The run after the keyword
+// is possessive for the same reason; giving blanks back could never change the value's start.
+constexpr const char* kValueTail = "[\\s\\*]++((?:.*[^\\s\\*])?)[\\s\\*]*$";
 // As the value tail, but the value must be a layout version major.minor.build.
 constexpr const char* kVersionTail =
     "[\\s\\*]+([1-9]\\d*\\.(?:0|[1-9]\\d*)\\.(?:0|[1-9]\\d*))[\\s\\*]*$";

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace {
 std::unique_ptr<reMatcher> compiled(const char* pattern, int options = 16) {
@@ -74,4 +76,53 @@ TEST(Matcher, CatastrophicBacktrackingEndsAsNoMatch) {
   EXPECT_LT(m->match(utString(line.c_str()), 0), 0);
   const std::string long_line(200000, 'a');
   EXPECT_EQ(m->match(utString(long_line.c_str()), 0), 2);
+}
+
+// The parsers write their patterns with possessive runs and greedy value tails so that no line
+// costs quadratic time. Those forms must accept exactly the lines, with exactly the captures, of
+// the plain forms of the record and reference formats: compared here over every short line of
+// the characters that matter.
+TEST(Matcher, LinearTimePatternFormsAgreeWithThePlainForms) {
+  struct Pair {
+    const char* plain;
+    const char* linear;
+    const char* prefix;
+    const char* alphabet;
+  };
+  const Pair pairs[] = {
+      {R"(^X[\s\*]*([-+]?[\s\*]*[\d\.]+)[\s\*]*Y[\s\*]*([-+]?[\s\*]*[\d\.]+)[\s\*]*)",
+       R"(^X[\s\*]*+([-+]?[\s\*]*[\d\.]+)[\s\*]*Y[\s\*]*+([-+]?[\s\*]*[\d\.]+)[\s\*]*)", "X",
+       " *-+1.Y"},
+      {R"(^[\s\*]*CYCLEDEPTH[\s\*]+([-+]?[\s\*]*[\d\.]+)[\s\*]*)",
+       R"(^[\s\*]*CYCLEDEPTH[\s\*]++([-+]?[\s\*]*[\d\.]+)[\s\*]*)", "CYCLEDEPTH", " *-+1.x"},
+      {R"(^[\s\*]*RESULTSFILE[\s\*]+(.*?)[\s\*]*$)",
+       R"(^[\s\*]*RESULTSFILE[\s\*]++((?:.*[^\s\*])?)[\s\*]*$)", "RESULTSFILE", " *\ta."},
+      {R"(^.*NAME[\s\*]+(.*?)[\s\*]*$)", R"(^.*NAME[\s\*]++((?:.*[^\s\*])?)[\s\*]*$)", "",
+       " *aNAME"},
+  };
+  for (const Pair& pair : pairs) {
+    reMatcher plain{utString(pair.plain)}, linear{utString(pair.linear)};
+    utString error;
+    int offset = 0;
+    ASSERT_TRUE(plain.compile(16, error, offset));
+    ASSERT_TRUE(linear.compile(16, error, offset)) << error.str();
+    const std::string alphabet = pair.alphabet;
+    // Every line of up to six characters after the prefix.
+    std::vector<std::string> tails{""};
+    for (std::size_t begin = 0, length = 0; length < 6; ++length) {
+      const std::size_t end = tails.size();
+      for (std::size_t i = begin; i < end; ++i) {
+        for (const char c : alphabet) tails.push_back(tails[i] + c);
+      }
+      begin = end;
+    }
+    for (const std::string& tail : tails) {
+      const utString line((std::string(pair.prefix) + tail).c_str());
+      const int expected = plain.match(line, 0);
+      ASSERT_EQ(linear.match(line, 0), expected) << pair.linear << " on '" << line.str() << "'";
+      for (int group = 1; group < expected; ++group) {
+        ASSERT_EQ(linear.get_substring(group), plain.get_substring(group)) << line.str();
+      }
+    }
+  }
 }

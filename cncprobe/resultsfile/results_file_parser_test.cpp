@@ -152,53 +152,6 @@ TEST(ResultsFileParser, HugeNumbersAndLongBlankRuns) {
             Events{"results_file 'A" + wide + "B'"});
 }
 
-// The record patterns use possessive runs and a greedy file-name tail so that no line costs
-// quadratic time. They must accept exactly the lines, with exactly the captures, that the plain
-// forms of the record format accept: compared here over every short line of the characters that
-// matter.
-TEST(ResultsFileParser, LinearTimePatternFormsAgreeWithThePlainForms) {
-  struct Pair {
-    const char* plain;
-    const char* linear;
-    const char* prefix;
-    const char* alphabet;
-  };
-  const Pair pairs[] = {
-      {R"(^X[\s\*]*([-+]?[\s\*]*[\d\.]+)[\s\*]*Y[\s\*]*([-+]?[\s\*]*[\d\.]+)[\s\*]*)",
-       R"(^X[\s\*]*+([-+]?[\s\*]*[\d\.]+)[\s\*]*Y[\s\*]*+([-+]?[\s\*]*[\d\.]+)[\s\*]*)", "X",
-       " *-+1.Y"},
-      {R"(^[\s\*]*CYCLEDEPTH[\s\*]+([-+]?[\s\*]*[\d\.]+)[\s\*]*)",
-       R"(^[\s\*]*CYCLEDEPTH[\s\*]++([-+]?[\s\*]*[\d\.]+)[\s\*]*)", "CYCLEDEPTH", " *-+1.x"},
-      {R"(^[\s\*]*RESULTSFILE[\s\*]+(.*?)[\s\*]*$)",
-       R"(^[\s\*]*RESULTSFILE[\s\*]++((?:.*[^\s\*])?)[\s\*]*$)", "RESULTSFILE", " *\ta."},
-  };
-  for (const Pair& pair : pairs) {
-    reMatcher plain{utString(pair.plain)}, linear{utString(pair.linear)};
-    utString error;
-    int offset = 0;
-    ASSERT_TRUE(plain.compile(16, error, offset));
-    ASSERT_TRUE(linear.compile(16, error, offset)) << error.str();
-    const std::string alphabet = pair.alphabet;
-    // Every line of up to six characters after the prefix.
-    std::vector<std::string> tails{""};
-    for (std::size_t begin = 0, length = 0; length < 6; ++length) {
-      const std::size_t end = tails.size();
-      for (std::size_t i = begin; i < end; ++i) {
-        for (const char c : alphabet) tails.push_back(tails[i] + c);
-      }
-      begin = end;
-    }
-    for (const std::string& tail : tails) {
-      const utString line((std::string(pair.prefix) + tail).c_str());
-      const int expected = plain.match(line, 0);
-      ASSERT_EQ(linear.match(line, 0), expected) << pair.linear << " on '" << line.str() << "'";
-      for (int group = 1; group < expected; ++group) {
-        ASSERT_EQ(linear.get_substring(group), plain.get_substring(group)) << line.str();
-      }
-    }
-  }
-}
-
 // A line that is no record opens a macro report, which is read to its last line in one call.
 TEST(ResultsFileParser, ReportBetweenRecordsIsOneEvent) {
   RecordingCallback receiver;
