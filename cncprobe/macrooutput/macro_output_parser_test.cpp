@@ -94,9 +94,9 @@ const Lines kCircle = {kDashes,
                        "++OUT OF POS++ ERROR TP 0.021"};
 const Lines kCorner = {"FEATURE NO 2 FEATURE NAME CORNER A",
                        "POSN X/ 0.000 ACTUAL/0.010 DEV/ 0.010/",
-                       "POSN Y - 5.000 ACTUAL - 4.990 DEV 0.010"};
+                       "POSN Y - 5.000/ ACTUAL - 4.990/ DEV 0.010"};
 const Lines kXWall = {"COMPONENT NO 1 FEATURE NO 4",
-                      "SIZE D 12.000 ACTUAL 12.010 TOL 0.050 DEV 0.010",
+                      "SIZE D 12.000/ ACTUAL 12.010/ TOL 0.050/ DEV 0.010",
                       "POSN X 30.000 ACTUAL 30.002 TOL TP 0.100 DEV 0.002",
                       "POSN Y/ 5.000 ACTUAL/ NaN TOL TP/ 0.100 DEV/ NaN"};
 Lines y_wall(const std::string& header, const std::string& x = "30.000",
