@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -36,7 +37,9 @@ kptResultsFileCursor cursor_over(const Lines& lines) {
     for (const std::string& line : lines) text += line + "\n";
     return text;
   }();
-  return kptResultsFileCursor(utString(name.c_str()));
+  kptResultsFileCursor cursor(utString(name.c_str()));  // the lines are read here, once
+  std::remove(name.c_str());
+  return cursor;
 }
 
 struct Outcome {
