@@ -1,7 +1,10 @@
 // kptStringDataParsing: sign handling and locale-independent reading of captured number texts.
 #include "cncprobe/foundation/string_data_parsing.h"
 
+#include <charconv>
 #include <cstdlib>
+#include <string_view>
+#include <system_error>
 
 #include "cncprobe/platform/neutral_numbers.h"
 
@@ -20,9 +23,27 @@ bool only_decimal(const char* begin, const char* end) {
 }  // namespace
 
 double kptStringDataParsing::string_to_double(const utString& text) const {
+  const std::string_view whole = text.view();
+  const bool negative = whole.find('-') != std::string_view::npos;
+  const std::size_t first = whole.find_first_not_of("+- ");
+  const std::string_view rest =
+      first == std::string_view::npos ? std::string_view() : whole.substr(first);
+
+  // The common case, a digit or a decimal point after the signs: read the longest leading
+  // decimal number without building the working text. std::from_chars reads exactly the decimal
+  // forms the C library reads, correctly rounded and in no locale, so the value is the same.
+  if (!rest.empty() && ((rest.front() >= '0' && rest.front() <= '9') || rest.front() == '.')) {
+    double value = 0.0;
+    const auto result = std::from_chars(rest.data(), rest.data() + rest.size(), value,
+                                        std::chars_format::general);
+    if (result.ec == std::errc()) return negative ? -value : value;
+    if (result.ec == std::errc::invalid_argument) return 0.0;  // a lone "." is no number
+    // Out of range: let the C library decide between an infinity and a denormal, as it would.
+  }
+
+  // Everything else goes the long way: the sign in front of the rest, read by the C library.
   // Alive until the number has been read: the host may have selected a decimal comma.
   const nlsNeutralNumbers neutral(nlsTranslationNeutral);
-  const bool negative = text.locate_substring("-") >= 0;
   utString working("");
   if (negative) working << '-';
   working << text.remove_leading_chars("+- ");

@@ -153,6 +153,12 @@ int utString::locate_substring(const utString& needle) const {
   return static_cast<int>(at);
 }
 
+int utString::locate_substring(const char* needle) const {
+  const std::size_t at = view().find(needle ? std::string_view(needle) : std::string_view());
+  if (at == std::string_view::npos || at > static_cast<std::size_t>(INT_MAX)) return -1;
+  return static_cast<int>(at);
+}
+
 utString utString::remove_leading_chars(const char* set) const {
   if (invalid()) return *this;
   const std::string_view text = view();

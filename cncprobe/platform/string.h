@@ -93,6 +93,7 @@ public:
 
   // Index of the first occurrence of `needle`, negative when it does not occur.
   int locate_substring(const utString& needle) const;
+  int locate_substring(const char* needle) const;
 
   // A copy without the leading run of bytes that occur in `set`; this string is unchanged.
   utString remove_leading_chars(const char* set) const;
