@@ -4,8 +4,12 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static ScratchFile file(".res");
-  CountingCallback events;
-  const kptResultsFileParser parser(fuzz_units(size), utObserverPtr<kptResultsFileParserCallback>(&events));
+  static CountingCallback events;
+  // Built once per process: compiling the patterns costs more than parsing a small input.
+  static const kptResultsFileParser parsers[] = {
+      {kptUnits(kptUnitsMillimetres), utObserverPtr<kptResultsFileParserCallback>(&events)},
+      {kptUnits(kptUnitsInches), utObserverPtr<kptResultsFileParserCallback>(&events)}};
+  const kptResultsFileParser& parser = parsers[fuzz_units(size).type() == kptUnitsInches ? 1 : 0];
   kptResultsFileCursor cursor(utString(file.write(data, size).c_str()));
   while (++cursor) {
     const kptResultsFileCursor before = cursor;

@@ -1,0 +1,192 @@
+// Benchmarks of the library's entry points over synthetic results files of 10k to 1M points:
+// reading the lines, extracting the results, scanning the reference lines, reading settings.
+// Each reports throughput (over wall-clock time: reading the file is part of the work) and the
+// peak memory the run added, also as a multiple of the file size.
+#include <benchmark/benchmark.h>
+
+#include <malloc.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "bench/results_file_generator.h"
+#include "cncprobe/cncprobe.h"
+
+namespace {
+
+// The generated files, one per size, written on first use and removed at exit.
+class BenchFiles {
+public:
+  BenchFiles()
+      : dir_(std::filesystem::temp_directory_path() /
+             ("cncprobe-bench-" + std::to_string(getpid()))) {
+    std::filesystem::create_directories(dir_);
+  }
+  ~BenchFiles() {
+    std::error_code ignored;
+    std::filesystem::remove_all(dir_, ignored);
+  }
+
+  const GeneratedResultsFile* results_file(std::size_t points) {
+    auto found = files_.find(points);
+    if (found != files_.end()) return &found->second;
+    GeneratedResultsFile file;
+    const std::string path = (dir_ / ("run_" + std::to_string(points) + ".res")).string();
+    if (!write_results_file(path, points, file)) return nullptr;
+    return &files_.emplace(points, file).first->second;
+  }
+
+  std::string settings_file() {
+    const std::filesystem::path path = dir_ / "settings.xml";
+    std::ofstream(path) << "<?xml version=\"1.0\"?>\n<settings version=\"1\"><units>inches</units>"
+                           "<projection><proximity_criteria>0.1</proximity_criteria></projection>"
+                           "<confetti><diameter>0.25</diameter></confetti><data><precision>"
+                           "<linear_digits>4</linear_digits><angle_digits>2</angle_digits>"
+                           "<unitless_digits>6</unitless_digits></precision><labels>"
+                           "<surface_point_label>Pt </surface_point_label></labels></data>"
+                           "</settings>\n";
+    return path.string();
+  }
+
+private:
+  std::filesystem::path dir_;
+  std::map<std::size_t, GeneratedResultsFile> files_;
+};
+
+BenchFiles& files() {
+  static BenchFiles instance;
+  return instance;
+}
+
+// A field of /proc/self/status in bytes (VmRSS, VmHWM); 0 when unreadable.
+std::size_t status_bytes(const char* field) {
+  std::ifstream status("/proc/self/status");
+  std::string name;
+  std::size_t kib = 0;
+  while (status >> name) {
+    if (name == std::string(field) + ":") {
+      status >> kib;
+      return kib * 1024;
+    }
+    status.ignore(4096, '\n');
+  }
+  return 0;
+}
+
+// The peak resident memory of one benchmark run, above what the process held when it started:
+// hands the heap's free memory back first (so that memory freed by earlier runs is not counted as
+// held), resets the kernel's high-water mark (VmHWM) and remembers the resident size.
+class PeakMemory {
+public:
+  PeakMemory() {
+    malloc_trim(0);
+    std::ofstream("/proc/self/clear_refs") << "5";
+    baseline_ = status_bytes("VmRSS");
+  }
+  // Sets the counters peak_MiB and, for a run over a file, peak_per_file_byte.
+  void report(benchmark::State& state, std::size_t file_bytes = 0) const {
+    const std::size_t peak = status_bytes("VmHWM");
+    const double added = peak > baseline_ ? static_cast<double>(peak - baseline_) : 0.0;
+    state.counters["peak_MiB"] = added / (1024.0 * 1024.0);
+    if (file_bytes > 0) state.counters["peak_per_file_byte"] = added / static_cast<double>(file_bytes);
+  }
+
+private:
+  std::size_t baseline_ = 0;
+};
+
+const GeneratedResultsFile* file_or_skip(benchmark::State& state) {
+  const GeneratedResultsFile* file = files().results_file(static_cast<std::size_t>(state.range(0)));
+  if (file == nullptr) state.SkipWithError("cannot write the generated results file");
+  return file;
+}
+
+void set_throughput(benchmark::State& state, const GeneratedResultsFile& file, std::size_t items) {
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * file.bytes));
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * items));
+  state.counters["file_MiB"] = static_cast<double>(file.bytes) / (1024.0 * 1024.0);
+}
+
+// Reading a file into the cursor's shared list of lines and stepping over every line.
+void BM_CursorRead(benchmark::State& state) {
+  const GeneratedResultsFile* file = file_or_skip(state);
+  if (file == nullptr) return;
+  const utString name(file->path.c_str());
+  const PeakMemory memory;
+  for (auto _ : state) {
+    kptResultsFileCursor cursor(name);
+    std::size_t lines = 0;
+    while (++cursor) ++lines;
+    if (lines != file->lines) state.SkipWithError("the cursor lost lines");
+    benchmark::DoNotOptimize(lines);
+  }
+  set_throughput(state, *file, file->lines);
+  memory.report(state, file->bytes);
+}
+
+// A whole extraction: cursor, record and report parsing, probe paths and features in CAD
+// coordinates. Items are probed points.
+void BM_ExtractData(benchmark::State& state) {
+  const GeneratedResultsFile* file = file_or_skip(state);
+  if (file == nullptr) return;
+  const utString name(file->path.c_str());
+  const PeakMemory memory;
+  for (auto _ : state) {
+    kptResultsDataExtractor extractor;
+    const kptResultsExtractionStatus status = extractor.extract_data(name, kptUnits());
+    if (status != kptExtractionSuccess ||
+        extractor.number_of_results() != file->probe_paths + file->features) {
+      state.SkipWithError("the extraction did not read the generated file completely");
+    }
+    benchmark::DoNotOptimize(extractor.number_of_results());
+  }
+  set_throughput(state, *file, file->points);
+  memory.report(state, file->bytes);
+}
+
+// The reference-line scan; one reference is missing from the generated files, so it reads to
+// the end of the file, its worst case.
+void BM_FileReferences(benchmark::State& state) {
+  const GeneratedResultsFile* file = file_or_skip(state);
+  if (file == nullptr) return;
+  const apPath path(file->path);
+  const PeakMemory memory;
+  for (auto _ : state) {
+    kptFileReferenceExtractor references;
+    if (!references.extract(path).ok() || references.cad_filename().invalid()) {
+      state.SkipWithError("the reference scan failed");
+    }
+    benchmark::DoNotOptimize(references.results_file_version());
+  }
+  set_throughput(state, *file, file->lines);
+  memory.report(state, file->bytes);
+}
+
+// Reading a complete settings file, the XML document factory included.
+void BM_SettingsRead(benchmark::State& state) {
+  const apPath path(files().settings_file());
+  const kptInspectionSettingsReader reader;
+  for (auto _ : state) {
+    kptInspectionSettings settings;
+    if (reader.update_settings(path, settings).code() != kptSettingsSuccess) {
+      state.SkipWithError("the settings file was rejected");
+    }
+    benchmark::DoNotOptimize(settings.confetti_diameter_mm());
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+
+}  // namespace
+
+BENCHMARK(BM_CursorRead)->RangeMultiplier(10)->Range(10'000, 1'000'000)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_ExtractData)->RangeMultiplier(10)->Range(10'000, 1'000'000)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_FileReferences)->RangeMultiplier(10)->Range(10'000, 1'000'000)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_SettingsRead)->Unit(benchmark::kMicrosecond);
+
+BENCHMARK_MAIN();
