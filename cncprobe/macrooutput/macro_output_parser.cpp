@@ -51,7 +51,8 @@ void kptMacroOutputParser::init_matchers() {
   const utString signed_number("[-\\+]?\\s*[\\d\\.]+");
   const utString unsigned_number("\\+?[\\d\\.]+");
   const utString zero_number("(?:0+(?:\\.0*)?|\\.0+)");
-  const utString non_zero_number("[-\\+]?\\s*(?:\\d*\\.?\\d*[1-9]+\\d*|[1-9]+\\d*\\.\\d*)");
+  const utString non_zero_number(
+      "[-\\+]?\\s*(?:[1-9]\\d*+(?:\\.\\d*+)?|0++[1-9]\\d*+|\\d*+\\.0*+[1-9]\\d*+)");
   const utString signed_value = captured(signed_number);
   const utString unsigned_value = captured(unsigned_number);
   const utString non_zero_value = captured(non_zero_number);
@@ -62,53 +63,53 @@ void kptMacroOutputParser::init_matchers() {
   const utString joint("\\/?\\s+");
   const utString after_last("\\/?\\s*");
   const utString line_end("\\/?\\s*$");
-  const utString actual("ACTUAL\\/?\\s*");
-  const utString deviation("DEV\\/?\\s*");
-  utString optional_size_tolerance("(?:TOL\\/?\\s*");
+  const utString actual("ACTUAL\\/?\\s*+");
+  const utString deviation("DEV\\/?\\s*+");
+  utString optional_size_tolerance("(?:TOL\\/?\\s*+");
   optional_size_tolerance << tolerance_value << joint << ")?";
-  utString optional_position_tolerance("(?:TOL TP\\/?\\s*");
+  utString optional_position_tolerance("(?:TOL TP\\/?\\s*+");
   optional_position_tolerance << tolerance_value << joint << ")?";
   const utString not_measured("(?:NaN|EMPTY)");
 
   utString diameter;
   diameter << "^SIZE\\s*"
-           << "D\\/?\\s*" << unsigned_value << joint << actual << unsigned_value << joint
+           << "D\\/?\\s*+" << unsigned_value << joint << actual << unsigned_value << joint
            << optional_size_tolerance << deviation << signed_number << after_last;
   utString x_size;  // the TOL field is mandatory on axis sizes; only its value may be EMPTY
   x_size << "^SIZE\\s*"
-         << "X\\/?\\s*" << signed_value << joint << actual << signed_value << joint << "TOL\\/?\\s*"
+         << "X\\/?\\s*+" << signed_value << joint << actual << signed_value << joint << "TOL\\/?\\s*+"
          << tolerance_value << joint << deviation << signed_number << after_last;
   utString x_position;
   x_position << "^POSN\\s*"
-             << "X\\/?\\s*" << signed_value << joint << actual << signed_value << joint
+             << "X\\/?\\s*+" << signed_value << joint << actual << signed_value << joint
              << optional_position_tolerance << deviation << signed_number << after_last;
   utString z_position;  // a Z position carries no true-position tolerance
   z_position << "^POSN\\s*"
-             << "Z\\/?\\s*" << signed_value << joint << actual << signed_value << joint << deviation
+             << "Z\\/?\\s*+" << signed_value << joint << actual << signed_value << joint << deviation
              << signed_number << after_last;
   utString x_unmeasured;
   x_unmeasured << "^POSN\\s*"
-               << "X\\/?\\s*" << signed_value << joint << actual << not_measured << joint
+               << "X\\/?\\s*+" << signed_value << joint << actual << not_measured << joint
                << optional_position_tolerance << deviation << not_measured << "\\s*";
   utString x_zero_actual;  // the whole line, so that no other text may follow the zero deviation
   x_zero_actual << "^POSN\\s*"
-                << "X\\/?\\s*" << non_zero_value << joint << actual << zero_number << joint
+                << "X\\/?\\s*+" << non_zero_value << joint << actual << zero_number << joint
                 << optional_position_tolerance << deviation << zero_number << line_end;
   utString angle;
-  angle << "^ANG\\/?\\s*" << signed_value << joint << actual << signed_value << joint
+  angle << "^ANG\\/?\\s*+" << signed_value << joint << actual << signed_value << joint
         << optional_size_tolerance << deviation << signed_number << after_last;
-  utString out_of_tolerance("\\s*\\++OUT OF TOL\\++\\s*ERROR\\/?\\s*");
+  utString out_of_tolerance("\\s*\\++OUT OF TOL\\++\\s*ERROR\\/?\\s*+");
   out_of_tolerance << signed_number << after_last;
-  utString out_of_position("\\s*\\++OUT OF POS\\++\\s*ERROR TP\\/?\\s*");
+  utString out_of_position("\\s*\\++OUT OF POS\\++\\s*ERROR TP\\/?\\s*+");
   out_of_position << signed_number << after_last << "(?:RADIAL)?\\s*";
-  utString angle_out_of_tolerance("\\s*\\++ANG OUT OF TOL\\++\\s*ERROR\\/?\\s*");
+  utString angle_out_of_tolerance("\\s*\\++ANG OUT OF TOL\\++\\s*ERROR\\/?\\s*+");
   angle_out_of_tolerance << signed_number << after_last;
 
   separator_matcher = std::make_unique<reMatcher>("^\\s*-+\\s*$");
   component_feature_matcher = std::make_unique<reMatcher>(
       "^\\s*COMPONENT NO\\/?\\s+(\\d+)\\/?\\s+FEATURE NO\\/?\\s+(\\d+)\\s*");
   feature_name_matcher = std::make_unique<reMatcher>(
-      "^\\s*FEATURE NO\\/?\\s+(\\d+)\\/?\\s+FEATURE NAME\\/?\\s+(.*?)\\s*$");
+      "^\\s*FEATURE NO\\/?\\s+(\\d+)\\/?\\s+FEATURE NAME\\/?\\s++((?:.*\\S)?)\\s*$");
   diameter_matcher = std::make_unique<reMatcher>(diameter);
   x_size_matcher = std::make_unique<reMatcher>(x_size);
   y_size_matcher = std::make_unique<reMatcher>(with_axis(x_size, x_to_y));

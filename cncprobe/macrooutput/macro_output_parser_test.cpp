@@ -313,4 +313,24 @@ TEST(MacroOutputParser, LookAheadStaysWithinOneReport) {
   Lines values = {"FEATURE NO 1 FEATURE NAME F"};
   values.resize(100001, "SIZE D 25 ACTUAL 25.01 TOL 0.05 DEV 0.01");
   EXPECT_TRUE(parse_file(values).empty());
+
+  // Lines a quadratic or worse pattern would spend minutes on: long runs of blanks before and
+  // inside values and names, and a long nominal on a zero-actual position line.
+  const std::string blanks(200000, ' '), digits(200000, '0');
+  const Lines slow = {
+      "FEATURE NO 2 FEATURE NAME A" + blanks + "B" + blanks,
+      "POSN X/ " + digits + " ACTUAL/0.010 DEV/ 0.010/",
+      "POSN Y" + blanks + "x",
+      "SIZE D" + blanks + "x",
+      "POSN X " + digits + "1" + blanks + "ACTUAL 0 DEV 0",
+  };
+  for (const std::string& line : slow) {
+    EXPECT_LE(parse_file({"COMPONENT NO 1 FEATURE NO 1", line, line}).size(), 1u)
+        << line.substr(0, 12);
+  }
+  EXPECT_EQ(parse_file({"FEATURE NO 2 FEATURE NAME A" + blanks + "B" + blanks,
+                        "POSN X/ " + digits + "1 ACTUAL/0.000 DEV/ 0.000",
+                        "POSN Y 5 ACTUAL 5.01 DEV 0.01"})
+                .size(),
+            1u);
 }

@@ -99,6 +99,12 @@ TEST(Matcher, LinearTimePatternFormsAgreeWithThePlainForms) {
        R"(^[\s\*]*RESULTSFILE[\s\*]++((?:.*[^\s\*])?)[\s\*]*$)", "RESULTSFILE", " *\ta."},
       {R"(^.*NAME[\s\*]+(.*?)[\s\*]*$)", R"(^.*NAME[\s\*]++((?:.*[^\s\*])?)[\s\*]*$)", "",
        " *aNAME"},
+      {R"(^N\/?\s+(.*?)\s*$)", R"(^N\/?\s++((?:.*\S)?)\s*$)", "N", " \ta/N"},
+      // A position whose nominal is not zero: digits with at most one point and a digit 1 to 9
+      // somewhere after the point or, without a point, anywhere; or a first digit of 1 to 9.
+      {R"(^X\/?\s*([-\+]?\s*(?:\d*\.?\d*[1-9]+\d*|[1-9]+\d*\.\d*))\/?\s+A)",
+       R"(^X\/?\s*+([-\+]?\s*(?:[1-9]\d*+(?:\.\d*+)?|0++[1-9]\d*+|\d*+\.0*+[1-9]\d*+))\/?\s+A)",
+       "X", "01. -/A"},
   };
   for (const Pair& pair : pairs) {
     reMatcher plain{utString(pair.plain)}, linear{utString(pair.linear)};
