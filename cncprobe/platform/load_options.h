@@ -6,6 +6,8 @@
 #include "cncprobe/export.h"
 #include "cncprobe/platform/validate_mode.h"
 
+// The library's own factory (axmDocumentFactory::create_default) is stricter than any setting here
+// allows: it never fetches anything and never expands an entity; it honours the size limit.
 class CNCPROBE_API axmLoadOptions {
 public:
   // The largest document a loader reads by default: 16 MiB.

@@ -1,5 +1,6 @@
-// utService and utServiceName: the process-wide registry through which the library and its host
-// find shared services, such as the XML document factory, by name.
+// utService and utServiceName: the process-wide registry of shared services, found by name.
+//
+// The library and its host find services such as the XML document factory through it.
 //
 //   auto factory = std::make_shared<MyDocumentFactory>();
 //   utService::get_instance()->register_service(utServiceName(utString("xml")), factory);

@@ -1,5 +1,4 @@
-// apStringHandIntParser: reads a whole wide text as a decimal integer, the way settings values are
-// read.
+// apStringHandIntParser: reads a whole wide text as a decimal integer, as settings values are.
 #pragma once
 
 #include "cncprobe/export.h"

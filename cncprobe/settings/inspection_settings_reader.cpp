@@ -1,6 +1,9 @@
-// kptInspectionSettingsReader: the checks of a settings file in their fixed order, on a working
-// copy.
+// kptInspectionSettingsReader: a settings file checked in fixed order on a working copy.
 #include "cncprobe/settings/inspection_settings_reader.h"
+
+#include <initializer_list>
+#include <memory>
+#include <utility>
 
 #include "cncprobe/platform/string_encoding.h"
 #include "cncprobe/platform/string_formatter.h"

@@ -1,5 +1,4 @@
-// Tests of the settings reader: the order of the checks, all-or-nothing commits, units in force,
-// the messages, the factory lookup, and the refusal of entity and external-DTD tricks.
+// Tests of the settings reader: check order, all-or-nothing commits, messages and refusals.
 #include "cncprobe/settings/inspection_settings_reader.h"
 
 #include <gtest/gtest.h>
