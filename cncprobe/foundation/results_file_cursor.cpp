@@ -1,7 +1,12 @@
 // kptResultsFileCursor: reading a results file into its list of lines, and stepping through it.
 #include "cncprobe/foundation/results_file_cursor.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -118,18 +123,31 @@ bool kptResultsFileCursor::operator++() noexcept { return ++position_; }
 
 void kptResultsFileCursor::read_file(const utString& file_name) {
   if (file_name.invalid()) return;
-  std::ifstream stream(file_name.c_str(), std::ios::in | std::ios::binary);
-  if (!stream.is_open()) return;
-  std::vector<char> chunk(kChunkSize);
-  LineSplitter splitter(*lines_);
-  // A short read means the end of the file or a read error (a directory reads as one); either
-  // way the lines read so far, the last one included, are kept.
-  for (;;) {
-    stream.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
-    const std::streamsize got = stream.gcount();
-    if (got > 0) splitter.feed(chunk.data(), chunk.data() + got);
-    if (!stream || got <= 0) break;
+  // Only a regular file is read. A FIFO would block the host until a writer came, and a device
+  // such as a terminal or a random source never ends; both give a cursor without lines, as a
+  // missing file does. Opening without blocking and asking the open file itself leaves no gap
+  // in which the name could be swapped for something else.
+  const int fd = ::open(file_name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return;
+  struct stat info {};
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+    ::close(fd);
+    return;
   }
+  // A small file needs no large buffer; a large one is read a chunk at a time.
+  const std::size_t size = info.st_size > 0 ? static_cast<std::size_t>(info.st_size) : 0;
+  const std::size_t chunk_size = std::clamp<std::size_t>(size + 1, 4096, kChunkSize);
+  const std::unique_ptr<char[]> chunk(new char[chunk_size]);
+  LineSplitter splitter(*lines_);
+  // The end of the file or a read error ends the reading; the lines read so far, the last one
+  // included, are kept.
+  for (;;) {
+    const ssize_t got = ::read(fd, chunk.get(), chunk_size);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    splitter.feed(chunk.get(), chunk.get() + got);
+  }
+  ::close(fd);
   splitter.finish();
 }
 

@@ -2,6 +2,7 @@
 #include "cncprobe/foundation/results_file_cursor.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -91,7 +92,10 @@ TEST_F(ResultsFileCursorTest, LineEndsBlankLinesAndTheEncodingTest) {
 TEST_F(ResultsFileCursorTest, UnreadableFilesGiveNoLines) {
   const fs::path locked = write("START\n");
   fs::permissions(locked, fs::perms::none);
+  // A FIFO without a writer would block and a device never ends: neither is read.
+  ASSERT_EQ(::mkfifo((dir_ / "fifo").c_str(), 0600), 0);
   std::vector<kptResultsFileCursor> cursors = {open(dir_ / "missing.res"), open(dir_),
+                                               open(dir_ / "fifo"), open("/dev/zero"),
                                                kptResultsFileCursor(utString(""))};
   if (::geteuid() != 0) cursors.push_back(open(locked));  // root reads it regardless
   for (kptResultsFileCursor& cursor : cursors) {
