@@ -21,7 +21,7 @@ enum class Format { kText, kJson };
 // Thrown when the input passed the file checks but the library still could not open it; main
 // prints "cncprobe: FILE: <what()>" and exits with kExitUnreadable.
 class UnreadableInput : public std::runtime_error {
-public:
+ public:
   using std::runtime_error::runtime_error;
 };
 

@@ -50,22 +50,32 @@ std::optional<double> point_deviation(const mtrInspectionPoint& point) {
 
 const char* axis_name(mtrProbeWCSAxis axis) {
   switch (axis) {
-    case mtrProbeWCSAxisX: return "x";
-    case mtrProbeWCSAxisY: return "y";
-    case mtrProbeWCSAxisZ: return "z";
+    case mtrProbeWCSAxisX:
+      return "x";
+    case mtrProbeWCSAxisY:
+      return "y";
+    case mtrProbeWCSAxisZ:
+      return "z";
   }
   return nullptr;
 }
 
 const char* kind_name(const mtrToolpathResult& result) {
   switch (result.kind()) {
-    case mtrResultProbePath: return "probe_path";
-    case mtrResultCircle: return "circle";
-    case mtrResultRectangle: return "rectangle";
-    case mtrResultCorner: return "corner";
-    case mtrResultSurface: return "surface";
-    case mtrResultAngleSurface: return "angle";
-    case mtrResultPerpendicularDistance: return "perpendicular_distance";
+    case mtrResultProbePath:
+      return "probe_path";
+    case mtrResultCircle:
+      return "circle";
+    case mtrResultRectangle:
+      return "rectangle";
+    case mtrResultCorner:
+      return "corner";
+    case mtrResultSurface:
+      return "surface";
+    case mtrResultAngleSurface:
+      return "angle";
+    case mtrResultPerpendicularDistance:
+      return "perpendicular_distance";
   }
   return "unknown";
 }
@@ -73,17 +83,23 @@ const char* kind_name(const mtrToolpathResult& result) {
 // What each status means, for a person.
 const char* status_meaning(kptResultsExtractionStatus status) {
   switch (status) {
-    case kptExtractionSuccess: return "every record was read and fitted its toolpath";
-    case kptExtractionMissingEnd: return "the last START has no END after it; the results are kept";
-    case kptExtractionMultipleStarts: return "a second START discarded the results gathered before it";
+    case kptExtractionSuccess:
+      return "every record was read and fitted its toolpath";
+    case kptExtractionMissingEnd:
+      return "the last START has no END after it; the results are kept";
+    case kptExtractionMultipleStarts:
+      return "a second START discarded the results gathered before it";
     case kptExtractionUnmatchedMeasuredPoint:
       return "a measured point had no open nominal point to complete and was dropped";
     case kptExtractionUnmeasuredNominalPoint:
       return "a nominal point followed one that was never measured";
-    case kptExtractionNoResults: return "the file holds no result, or only probe paths without points";
-    case kptExtractionOutsideStartEnd: return "a record outside START ... END was ignored";
+    case kptExtractionNoResults:
+      return "the file holds no result, or only probe paths without points";
+    case kptExtractionOutsideStartEnd:
+      return "a record outside START ... END was ignored";
     case kptExtractionResultConflict:
-      return "a point or feature did not fit the newest result of its toolpath instance and was dropped";
+      return "a point or feature did not fit the newest result of its toolpath instance and was "
+             "dropped";
   }
   return "an unknown status";
 }
@@ -357,9 +373,8 @@ void write_json(const ExtractOptions& options, const kptResultsDataExtractor& ex
   json.string(extractor.resultsfile_name().view());
   json.key("results");
   json.begin_array();
-  for_each_result(extractor, [&](std::size_t, const mtrToolpathResult& result) {
-    write_result(json, result);
-  });
+  for_each_result(
+      extractor, [&](std::size_t, const mtrToolpathResult& result) { write_result(json, result); });
   json.end_array();
   json.end_object();
   json.finish();
@@ -402,7 +417,7 @@ struct Quantity {
   const char* unit;
   std::optional<double> nominal;  // absent for offsets, which have only a deviation
   std::optional<double> actual;
-  double deviation;               // actual - nominal, or the length of an offset
+  double deviation;  // actual - nominal, or the length of an offset
   bool signed_deviation;
   std::optional<double> tolerance;
 };
@@ -413,8 +428,9 @@ Quantity size(std::string name, double nominal, double actual, std::optional<dou
 
 Quantity offset(std::string name, const giPoint3& nominal, const giPoint3& actual,
                 std::optional<double> tolerance) {
-  return {std::move(name), "mm", std::nullopt, std::nullopt,
-          norm(minus(vec(actual), vec(nominal))), false, tolerance};
+  return {
+      std::move(name), "mm",     std::nullopt, std::nullopt, norm(minus(vec(actual), vec(nominal))),
+      false,           tolerance};
 }
 
 // A position along `direction`: the signed distance of each point from the CAD origin.
@@ -433,8 +449,8 @@ std::string upper_axis(mtrProbeWCSAxis axis) {
 std::vector<Quantity> quantities_of(const mtrToolpathResult& result, std::string& kind) {
   if (const auto* f = dynamic_cast<const mtrCircleFeature*>(&result)) {
     kind = "circle";
-    return {size("diameter", 2.0 * f->nominal().radius().value(), 2.0 * f->actual().radius().value(),
-                 f->diameter_tolerance()),
+    return {size("diameter", 2.0 * f->nominal().radius().value(),
+                 2.0 * f->actual().radius().value(), f->diameter_tolerance()),
             offset("centre offset", f->nominal().centre(), f->actual().centre(),
                    f->true_position_tolerance())};
   }
@@ -487,7 +503,8 @@ std::vector<TextTable::Row> feature_rows(std::size_t number, const mtrToolpathRe
     const Quantity& q = quantities[i];
     TextTable::Row row;
     if (i == 0) {
-      row = {std::to_string(number), kind, toolpath_text(result), print_data_text(feature->print_data())};
+      row = {std::to_string(number), kind, toolpath_text(result),
+             print_data_text(feature->print_data())};
     } else {
       row = {"", "", "", ""};
     }
@@ -533,8 +550,9 @@ TextTable::Row point_row(std::size_t number, const mtrInspectionPoint& point) {
   const std::optional<double> deviation = point_deviation(point);
   std::string deviation_text = "not measured";
   if (point.has_measure()) deviation_text = deviation ? signed_fixed(*deviation) : "no direction";
-  return {std::to_string(number), printable_text(point.label().view()), fixed(p.x()), fixed(p.y()),
-          fixed(p.z()), deviation_text};
+  return {std::to_string(number), printable_text(point.label().view()),
+          fixed(p.x()),           fixed(p.y()),
+          fixed(p.z()),           deviation_text};
 }
 
 // Fills the table in two passes over the rows that `rows(sink)` hands to its sink, then prints
@@ -575,7 +593,8 @@ void write_text(const ExtractOptions& options, const kptResultsDataExtractor& ex
   head += "Status:        " + std::to_string(status) + " " + kpt_status_name(status) + ": " +
           status_meaning(status) + "\n";
   const utString results_file = extractor.resultsfile_name();
-  head += "Results file:  " + (results_file.empty() ? std::string("-") : printable_text(results_file.view())) + "\n";
+  head += "Results file:  " +
+          (results_file.empty() ? std::string("-") : printable_text(results_file.view())) + "\n";
   head += "Results:       " + std::to_string(paths + features) + ": " + std::to_string(features) +
           (features == 1 ? " feature, " : " features, ") + std::to_string(paths) +
           (paths == 1 ? " probe path" : " probe paths") + " holding " + std::to_string(points) +
@@ -597,9 +616,11 @@ void write_text(const ExtractOptions& options, const kptResultsDataExtractor& ex
                            {"DEVIATION", TextTable::kRight},
                            {"TOLERANCE", TextTable::kRight}}),
                 [&](auto&& sink) {
-                  for_each_result(extractor, [&](std::size_t number, const mtrToolpathResult& result) {
-                    for (const TextTable::Row& row : feature_rows(number, result)) sink(row);
-                  });
+                  for_each_result(extractor,
+                                  [&](std::size_t number, const mtrToolpathResult& result) {
+                                    for (const TextTable::Row& row : feature_rows(number, result))
+                                      sink(row);
+                                  });
                 });
   }
 
@@ -612,32 +633,33 @@ void write_text(const ExtractOptions& options, const kptResultsDataExtractor& ex
                            {"MEASURED", TextTable::kRight},
                            {"LARGEST DEVIATION", TextTable::kRight}}),
                 [&](auto&& sink) {
-                  for_each_result(extractor, [&](std::size_t number, const mtrToolpathResult& result) {
-                    if (const auto* path = dynamic_cast<const mtrProbePath*>(&result)) {
-                      sink(path_row(number, *path, summarise(*path)));
-                    }
-                  });
+                  for_each_result(
+                      extractor, [&](std::size_t number, const mtrToolpathResult& result) {
+                        if (const auto* path = dynamic_cast<const mtrProbePath*>(&result)) {
+                          sink(path_row(number, *path, summarise(*path)));
+                        }
+                      });
                 });
   }
 
   if (points > 0 && options.points) {
     out.write("\nInspection points (nominal point, deviation along the probing direction, mm)\n");
-    print_table(out,
-                TextTable({{"#", TextTable::kRight},
-                           {"LABEL", TextTable::kLeft},
-                           {"X", TextTable::kRight},
-                           {"Y", TextTable::kRight},
-                           {"Z", TextTable::kRight},
-                           {"DEVIATION", TextTable::kRight}}),
-                [&](auto&& sink) {
-                  for_each_result(extractor, [&](std::size_t number, const mtrToolpathResult& result) {
-                    if (const auto* path = dynamic_cast<const mtrProbePath*>(&result)) {
-                      for_each_point(*path, [&](const mtrInspectionPoint& point) {
-                        sink(point_row(number, point));
-                      });
-                    }
-                  });
-                });
+    print_table(
+        out,
+        TextTable({{"#", TextTable::kRight},
+                   {"LABEL", TextTable::kLeft},
+                   {"X", TextTable::kRight},
+                   {"Y", TextTable::kRight},
+                   {"Z", TextTable::kRight},
+                   {"DEVIATION", TextTable::kRight}}),
+        [&](auto&& sink) {
+          for_each_result(extractor, [&](std::size_t number, const mtrToolpathResult& result) {
+            if (const auto* path = dynamic_cast<const mtrProbePath*>(&result)) {
+              for_each_point(
+                  *path, [&](const mtrInspectionPoint& point) { sink(point_row(number, point)); });
+            }
+          });
+        });
   } else if (points > 0) {
     out.write("\n(cncprobe extract --points lists every inspection point)\n");
   }

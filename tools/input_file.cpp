@@ -14,12 +14,18 @@ namespace {
 
 std::string errno_reason(int error) {
   switch (error) {
-    case ENOENT: return "no such file";
-    case ENOTDIR: return "no such file (a part of the path is not a directory)";
-    case EACCES: return "permission denied";
-    case ENAMETOOLONG: return "the file name is too long";
-    case ELOOP: return "too many symbolic links";
-    default: return std::strerror(error);
+    case ENOENT:
+      return "no such file";
+    case ENOTDIR:
+      return "no such file (a part of the path is not a directory)";
+    case EACCES:
+      return "permission denied";
+    case ENAMETOOLONG:
+      return "the file name is too long";
+    case ELOOP:
+      return "too many symbolic links";
+    default:
+      return std::strerror(error);
   }
 }
 

@@ -24,7 +24,7 @@
 namespace tool {
 
 class JsonWriter {
-public:
+ public:
   explicit JsonWriter(Output& out) : out_(out) {}
 
   void begin_object(bool single_line = false) { open('{', single_line); }
@@ -50,7 +50,7 @@ public:
   // Ends the document with a line end; call once after the outermost container.
   void finish();
 
-private:
+ private:
   struct Frame {
     bool single_line;
     bool empty;

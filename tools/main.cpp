@@ -1,11 +1,10 @@
 // cncprobe: the command line front of the library: extract, refs and settings.
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
 #include <iostream>
 #include <new>
 #include <string>
-
-#include <CLI/CLI.hpp>
 
 #include "tools/commands.h"
 #include "tools/input_file.h"
@@ -35,21 +34,24 @@ kptUnitsType units_of(const std::string& text) {
 }
 
 int run(int argc, char** argv) {
-  CLI::App app("Reads the results files that a CNC machine tool writes while it runs an "
-               "on-machine probing program.",
-               "cncprobe");
+  CLI::App app(
+      "Reads the results files that a CNC machine tool writes while it runs an "
+      "on-machine probing program.",
+      "cncprobe");
   app.set_version_flag("--version", std::string("cncprobe ") + CNCPROBE_TOOL_VERSION);
   app.require_subcommand(1);
-  app.footer(std::string("\n") + kUsage +
-             "\nExit codes: 0 success, 1 the file was read but reports a problem, 2 usage error,\n"
-             "3 the input cannot be read, 4 the tool itself failed (out of memory, output refused).");
+  app.footer(
+      std::string("\n") + kUsage +
+      "\nExit codes: 0 success, 1 the file was read but reports a problem, 2 usage error,\n"
+      "3 the input cannot be read, 4 the tool itself failed (out of memory, output refused).");
 
   tool::ExtractOptions extract_options;
   std::string units = "mm";
   std::string format = "text";
   std::string file;
 
-  CLI::App* extract = app.add_subcommand("extract", "Print every probe path and feature of a results file");
+  CLI::App* extract =
+      app.add_subcommand("extract", "Print every probe path and feature of a results file");
   extract->add_option("FILE", extract_options.file, "The results file")->required();
   extract->add_option("--units", units, "The units the file was written in (default mm)")
       ->check(CLI::IsMember({"mm", "in"}));
@@ -57,7 +59,8 @@ int run(int argc, char** argv) {
       ->check(CLI::IsMember({"text", "json"}));
   extract->add_flag("--points", extract_options.points, "Text: list every inspection point too");
 
-  CLI::App* refs = app.add_subcommand("refs", "Print the reference lines of a results file's header");
+  CLI::App* refs =
+      app.add_subcommand("refs", "Print the reference lines of a results file's header");
   refs->add_option("FILE", file, "The results file")->required();
   refs->add_option("--format", format, "text for a person (default), json for a script")
       ->check(CLI::IsMember({"text", "json"}));

@@ -23,7 +23,8 @@ void Output::flush() {
     const std::size_t written = std::fwrite(buffer_.data(), 1, buffer_.size(), stream_);
     const bool complete = written == buffer_.size();
     buffer_.clear();
-    if (!complete) throw std::system_error(errno, std::generic_category(), "cannot write the output");
+    if (!complete)
+      throw std::system_error(errno, std::generic_category(), "cannot write the output");
   }
   if (std::fflush(stream_) != 0) {
     throw std::system_error(errno, std::generic_category(), "cannot write the output");
@@ -59,7 +60,7 @@ std::size_t utf8_sequence_length(std::string_view bytes, std::size_t i) {
   const unsigned char b0 = byte(i);
   if (b0 < 0x80) return 1;
   std::size_t length = 0;
-  unsigned char low = 0x80;   // the allowed range of the second byte
+  unsigned char low = 0x80;  // the allowed range of the second byte
   unsigned char high = 0xBF;
   if (b0 >= 0xC2 && b0 <= 0xDF) {
     length = 2;
@@ -113,7 +114,8 @@ std::string printable_text(std::string_view bytes) {
 std::size_t display_width(std::string_view utf8) {
   std::size_t width = 0;
   for (const char c : utf8) {
-    if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) ++width;  // count all but continuation bytes
+    if ((static_cast<unsigned char>(c) & 0xC0) != 0x80)
+      ++width;  // count all but continuation bytes
   }
   return width;
 }

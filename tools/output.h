@@ -11,7 +11,7 @@ namespace tool {
 // A buffered writer to one C stream. Writing fails loudly: a stream that refuses bytes (a full
 // disk, a closed pipe) throws std::system_error, which main turns into one error line.
 class Output {
-public:
+ public:
   explicit Output(std::FILE* stream) : stream_(stream) { buffer_.reserve(kFlushAt + 1024); }
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
@@ -28,7 +28,7 @@ public:
   // Hands everything buffered to the stream and flushes it; throws std::system_error on failure.
   void flush();
 
-private:
+ private:
   static constexpr std::size_t kFlushAt = 64 * 1024;
   std::FILE* stream_;
   std::string buffer_;

@@ -14,12 +14,18 @@ namespace {
 
 const char* code_name(kptInspectionSettingsErrorCode code) {
   switch (code) {
-    case kptSettingsSuccess: return "success";
-    case kptSettingsNewerVersion: return "newer_version";
-    case kptSettingsInvalidPath: return "invalid_path";
-    case kptSettingsInvalidVersion: return "invalid_version";
-    case kptSettingsInvalidXml: return "invalid_xml";
-    case kptSettingsInvalidSettings: return "invalid_settings";
+    case kptSettingsSuccess:
+      return "success";
+    case kptSettingsNewerVersion:
+      return "newer_version";
+    case kptSettingsInvalidPath:
+      return "invalid_path";
+    case kptSettingsInvalidVersion:
+      return "invalid_version";
+    case kptSettingsInvalidXml:
+      return "invalid_xml";
+    case kptSettingsInvalidSettings:
+      return "invalid_settings";
   }
   return "unknown";
 }
@@ -85,7 +91,8 @@ void write_text(const std::string& file, const kptInspectionSettingsError& error
   text += "  linear precision     " + std::to_string(settings.linear_precision()) + " digits\n";
   text += "  angular precision    " + std::to_string(settings.angular_precision()) + " digits\n";
   text += "  unitless precision   " + std::to_string(settings.unitless_precision()) + " digits\n";
-  text += "  surface point label  \"" + printable_text(settings.surface_point_label().view()) + "\"\n";
+  text +=
+      "  surface point label  \"" + printable_text(settings.surface_point_label().view()) + "\"\n";
   out.write(text);
 }
 

@@ -26,7 +26,8 @@ void TextTable::print(Output& out, const Row& row) const {
   static const std::string kEmpty;
   std::vector<const std::string*> cells;
   cells.reserve(columns_.size());
-  for (std::size_t i = 0; i < columns_.size(); ++i) cells.push_back(i < row.size() ? &row[i] : &kEmpty);
+  for (std::size_t i = 0; i < columns_.size(); ++i)
+    cells.push_back(i < row.size() ? &row[i] : &kEmpty);
   print_cells(out, cells);
 }
 

@@ -15,7 +15,7 @@
 namespace tool {
 
 class TextTable {
-public:
+ public:
   enum Align { kLeft, kRight };
   struct Column {
     std::string title;
@@ -35,7 +35,7 @@ public:
 
   std::size_t indent = 2;
 
-private:
+ private:
   void print_cells(Output& out, const std::vector<const std::string*>& cells) const;
 
   std::vector<Column> columns_;

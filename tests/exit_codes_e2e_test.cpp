@@ -1,0 +1,129 @@
+// The tool's exit codes and error lines for every outcome, including inputs it must not read.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/tool_runner.h"
+
+namespace e2e {
+namespace {
+
+std::size_t line_count(const std::string& text) {
+  std::size_t lines = 0;
+  for (const char c : text) lines += c == '\n' ? 1 : 0;
+  return lines;
+}
+
+struct ExitCase {
+  const char* name;
+  std::vector<std::string> args;
+  int exit_code;
+  const char* stderr_text;  // a text the standard error must hold; "" when it must be empty
+};
+
+TEST(ToolExitCodes, EveryOutcome) {
+  const std::string bracket = example("bracket_mm.txt");
+  const std::string missing = example("no_such_file.txt");
+  const ExitCase cases[] = {
+      {"extraction success", {"extract", bracket}, 0, ""},
+      {"references found", {"refs", bracket}, 0, ""},
+      {"settings accepted", {"settings", example("bracket_settings.xml")}, 0, ""},
+      {"settings of a newer version", {"settings", example("settings_newer_version.xml")}, 0, ""},
+      {"settings refused",
+       {"settings", example("settings_invalid.xml"), "--format", "json"},
+       1,
+       ""},
+      {"settings not XML", {"settings", bracket}, 1, ""},
+      {"version", {"--version"}, 0, ""},
+      {"help", {"--help"}, 0, ""},
+      {"no command", {}, 2, "cncprobe: "},
+      {"unknown command", {"frobnicate", bracket}, 2, "cncprobe: "},
+      {"missing file argument", {"extract"}, 2, "cncprobe: "},
+      {"unknown option", {"extract", bracket, "--bogus"}, 2, "cncprobe: "},
+      {"bad units", {"extract", bracket, "--units", "cm"}, 2, "cncprobe: "},
+      {"bad format", {"refs", bracket, "--format", "xml"}, 2, "cncprobe: "},
+      {"units on refs", {"refs", bracket, "--units", "in"}, 2, "cncprobe: "},
+      {"two files", {"extract", bracket, bracket}, 2, "cncprobe: "},
+      {"missing results file", {"extract", missing}, 3, ": no such file"},
+      {"missing settings file", {"settings", missing, "--format", "json"}, 3, ": no such file"},
+      {"directory", {"extract", CNCPROBE_EXAMPLES_DIR}, 3, ": is a directory"},
+      {"directory for settings", {"settings", CNCPROBE_EXAMPLES_DIR}, 3, ": is a directory"},
+      {"device", {"refs", "/dev/null"}, 3, ": is a device"},
+      {"empty file name", {"extract", ""}, 3, "no such file"},
+  };
+  for (const ExitCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    const ToolRun run = run_tool(c.args);
+    EXPECT_EQ(run.exit_code, c.exit_code);
+    if (*c.stderr_text == '\0') {
+      EXPECT_EQ(run.err, "");
+      EXPECT_NE(run.out, "");
+      continue;
+    }
+    EXPECT_EQ(run.out, "") << "nothing on standard output after an error";
+    EXPECT_EQ(run.err.rfind("cncprobe: ", 0), 0u) << run.err;
+    EXPECT_NE(run.err.find(c.stderr_text), std::string::npos) << run.err;
+    if (c.exit_code == 2) {
+      EXPECT_NE(run.err.find("usage: cncprobe extract"), std::string::npos) << run.err;
+    } else {
+      EXPECT_EQ(line_count(run.err), 1u) << run.err;
+    }
+  }
+}
+
+TEST(ToolExitCodes, VersionIsTheProjectVersion) {
+  EXPECT_EQ(run_tool({"--version"}).out, std::string("cncprobe ") + CNCPROBE_TOOL_VERSION + "\n");
+}
+
+// A FIFO that nobody writes to would block a reader forever: the tool must refuse it at once.
+TEST(ToolExitCodes, FifoIsRefusedWithoutBlocking) {
+  TempDir dir;
+  const std::string fifo = (dir.path() / "results.fifo").string();
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  for (const char* command : {"extract", "refs", "settings"}) {
+    SCOPED_TRACE(command);
+    const ToolRun run = run_tool({command, fifo}, "", 20);
+    EXPECT_FALSE(run.timed_out);
+    EXPECT_EQ(run.exit_code, 3);
+    EXPECT_EQ(run.err, "cncprobe: " + fifo + ": is a FIFO (named pipe), not a regular file\n");
+  }
+}
+
+TEST(ToolExitCodes, FileWithoutReadPermission) {
+  if (geteuid() == 0) GTEST_SKIP() << "root reads every file";
+  TempDir dir;
+  const std::string file = dir.write("locked.txt", "START\nEND\n");
+  ASSERT_EQ(chmod(file.c_str(), 0), 0);
+  for (const char* command : {"extract", "refs", "settings"}) {
+    SCOPED_TRACE(command);
+    const ToolRun run = run_tool({command, file});
+    EXPECT_EQ(run.exit_code, 3);
+    EXPECT_EQ(run.err, "cncprobe: " + file + ": permission denied\n");
+  }
+}
+
+// Output that cannot be written is a failure of the tool, not a success with nothing printed.
+TEST(ToolExitCodes, FullOutputDeviceIsAFailure) {
+  const ToolRun run =
+      run_tool({"extract", example("bracket_mm.txt"), "--format", "json"}, "/dev/full");
+  EXPECT_EQ(run.exit_code, 4);
+  EXPECT_EQ(run.err.rfind("cncprobe: cannot write the output", 0), 0u) << run.err;
+  EXPECT_EQ(line_count(run.err), 1u);
+}
+
+// A file name that is not UTF-8 still names a file; printed, it becomes U+FFFD and the error line
+// stays one line even when the name holds a line end.
+TEST(ToolExitCodes, FileNameBytesArePrintedSafely) {
+  TempDir dir;
+  const std::string name = (dir.path() / "run\xFF\n1.txt").string();
+  const ToolRun run = run_tool({"extract", name});
+  EXPECT_EQ(run.exit_code, 3);
+  const std::string shown = (dir.path() / "run\xEF\xBF\xBD?1.txt").string();
+  EXPECT_EQ(run.err, "cncprobe: " + shown + ": no such file\n");
+}
+
+}  // namespace
+}  // namespace e2e

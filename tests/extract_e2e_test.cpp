@@ -1,0 +1,228 @@
+// cncprobe extract end to end: the JSON document field by field, statuses, units, text tables.
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/tool_runner.h"
+
+namespace e2e {
+namespace {
+
+using nlohmann::json;
+
+// Every result of examples/bracket_mm.txt, worked out by hand from the file: the contract's
+// fields and nothing else, lengths in mm and CAD coordinates (features at their cycle depth).
+const char* const kBracketResults = R"([
+ {"kind": "probe_path", "toolpath_id": 1, "pattern_instance": null, "points": [
+  {"label": "Path 1: Inspection Point 1", "nominal": [10, 10, 0], "direction": [0, 0, 1],
+   "o": 0, "u": 0.05, "l": -0.05, "measured": [10, 10, -0.004], "r": 2.5},
+  {"label": "Path 1: Inspection Point 2", "nominal": [150, 10, 0], "direction": [0, 0, 1],
+   "o": 0, "u": 0.05, "l": -0.05, "measured": [150, 10, 0.006], "r": 2.5},
+  {"label": "Path 1: Inspection Point 3", "nominal": [150, 90, 0], "direction": [0, 0, 1],
+   "o": 0, "u": 0.05, "l": -0.05, "measured": [150, 90, 0.011], "r": 2.5},
+  {"label": "Path 1: Inspection Point 4", "nominal": [10, 90, 0], "direction": [0, 0, 1],
+   "o": 0, "u": 0.05, "l": -0.05, "measured": [10, 90, -0.002], "r": 2.5}]},
+ {"kind": "probe_path", "toolpath_id": 2, "pattern_instance": 1, "points": [
+  {"label": "Path 2 (1): Inspection Point 1", "nominal": [60, 86, -3], "direction": [0, 1, 0],
+   "o": 0, "u": 0.1, "l": -0.1, "measured": [60, 86.004, -3], "r": 2.5},
+  {"label": "Path 2 (1): Inspection Point 2", "nominal": [60, 74, -3], "direction": [0, -1, 0],
+   "o": 0, "u": 0.1, "l": -0.1, "measured": [60, 73.997, -3], "r": 2.5},
+  {"label": "Path 2 (1): Inspection Point 3", "nominal": [60, 80, 0], "direction": [0, 0, 1],
+   "o": 0, "u": 0.1, "l": -0.1, "measured": [60, 80, 0.008], "r": 2.5}]},
+ {"kind": "probe_path", "toolpath_id": 2, "pattern_instance": 2, "points": [
+  {"label": "Path 2 (2): Inspection Point 1", "nominal": [120, 86, -3], "direction": [0, 1, 0],
+   "o": 0, "u": 0.1, "l": -0.1, "measured": [120, 86.009, -3], "r": 2.5},
+  {"label": "Path 2 (2): Inspection Point 2", "nominal": [120, 74, -3], "direction": [0, -1, 0],
+   "o": 0, "u": 0.1, "l": -0.1, "measured": [120, 74.002, -3], "r": 2.5},
+  {"label": "Path 2 (2): Inspection Point 3", "nominal": [120, 80, 0], "direction": [0, 0, 1],
+   "o": 0, "u": 0.1, "l": -0.1, "measured": [120, 80, -0.005], "r": 2.5}]},
+ {"kind": "circle", "toolpath_id": 3, "pattern_instance": null, "print_data": {"component": 1, "feature": 1},
+  "nominal": {"centre": [40, 50, -8], "normal": [0, 0, 1], "radius": 12.5},
+  "actual": {"centre": [40.004, 49.997, -8], "normal": [0, 0, 1], "radius": 12.506},
+  "diameter_tolerance": 0.05, "true_position_tolerance": 0.1},
+ {"kind": "circle", "toolpath_id": 3, "pattern_instance": null, "print_data": {"feature": 2, "name": "DOWEL HOLE"},
+  "nominal": {"centre": [140, 85, -8], "normal": [0, 0, 1], "radius": 4},
+  "actual": {"centre": [140.062, 85.021, -8], "normal": [0, 0, 1], "radius": 4.0015},
+  "diameter_tolerance": 0.015, "true_position_tolerance": 0.05},
+ {"kind": "rectangle", "toolpath_id": 4, "pattern_instance": null, "print_data": {"component": 1, "feature": 3},
+  "nominal": {"centre": [95, 30, -6], "normal": [0, 0, 1], "length_direction": [1, 0, 0], "length": 40, "width": 25},
+  "actual": {"centre": [95.006, 30.004, -6], "normal": [0, 0, 1], "length_direction": [1, 0, 0], "length": 40.021, "width": 24.988},
+  "length_tolerance": 0.05, "width_tolerance": 0.05, "position_tolerance": 0.1},
+ {"kind": "perpendicular_distance", "toolpath_id": 5, "pattern_instance": null, "print_data": {"component": 1, "feature": 5}, "axis": "x",
+  "nominal": {"point": [140, 30, -4], "normal": [0, 0, 1], "direction": [1, 0, 0], "distance": 12},
+  "actual": {"point": [140.011, 30, -4], "normal": [0, 0, 1], "direction": [1, 0, 0], "distance": 12.018},
+  "distance_tolerance": 0.03, "position_tolerance": 0.08},
+ {"kind": "perpendicular_distance", "toolpath_id": 6, "pattern_instance": null, "print_data": {"component": 1, "feature": 6}, "axis": "y",
+  "nominal": {"point": [20, 65, -10], "normal": [0, 0, 1], "direction": [0, 1, 0], "distance": 8},
+  "actual": {"point": [20, 65.01, -10], "normal": [0, 0, 1], "direction": [0, 1, 0], "distance": 7.955},
+  "distance_tolerance": 0.04, "position_tolerance": null},
+ {"kind": "corner", "toolpath_id": 7, "pattern_instance": null, "print_data": {"component": 1, "feature": 7},
+  "nominal": {"point": [160, 0, -10], "direction": [0, 0, 1]}, "actual": {"point": [160.012, -0.006, -10], "direction": [0, 0, 1]},
+  "true_position_tolerance": 0.1},
+ {"kind": "surface", "toolpath_id": 8, "pattern_instance": null, "print_data": {"component": 1, "feature": 8}, "axis": "x",
+  "nominal": {"point": [160, 0, 0], "normal": [1, 0, 0]}, "actual": {"point": [160.009, 0, 0], "normal": [1, 0, 0]}, "position_tolerance": 0.05},
+ {"kind": "surface", "toolpath_id": 8, "pattern_instance": null, "print_data": {"component": 1, "feature": 9}, "axis": "y",
+  "nominal": {"point": [0, 100, 0], "normal": [0, 1, 0]}, "actual": {"point": [0, 99.994, 0], "normal": [0, 1, 0]}, "position_tolerance": 0.05},
+ {"kind": "surface", "toolpath_id": 8, "pattern_instance": null, "print_data": {"component": 1, "feature": 10}, "axis": "z",
+  "nominal": {"point": [0, 0, -6], "normal": [0, 0, 1]}, "actual": {"point": [0, 0, -6.011], "normal": [0, 0, 1]}, "position_tolerance": null},
+ {"kind": "angle", "toolpath_id": 9, "pattern_instance": null, "print_data": {"feature": 11, "name": "CHAMFER FACE"},
+  "reference_plane": {"point": [160, 100, -2], "normal": [0, 0, 1]}, "reference_direction": [0.8660254037844386, 0.5, 0],
+  "nominal": 45, "actual": 45.18, "angular_tolerance": 0.25}
+])";
+
+// The same members and values; numbers within 1e-9, which the printed round-trip keeps.
+void expect_json_near(const json& actual, const json& expected, const std::string& where = "$") {
+  if (expected.is_number() && actual.is_number()) {
+    EXPECT_NEAR(actual.get<double>(), expected.get<double>(), 1e-9) << where;
+  } else if (actual.type() != expected.type()) {
+    ADD_FAILURE() << where << ": " << actual << " where " << expected << " was expected";
+  } else if (expected.is_object()) {
+    for (const auto& item : actual.items())
+      EXPECT_TRUE(expected.contains(item.key())) << where << "." << item.key();
+    for (const auto& item : expected.items()) {
+      if (!actual.contains(item.key()))
+        ADD_FAILURE() << where << "." << item.key() << " missing";
+      else
+        expect_json_near(actual[item.key()], item.value(), where + "." + item.key());
+    }
+  } else if (expected.is_array()) {
+    ASSERT_EQ(actual.size(), expected.size()) << where;
+    for (std::size_t i = 0; i < expected.size(); ++i)
+      expect_json_near(actual[i], expected[i], where + "[" + std::to_string(i) + "]");
+  } else {
+    EXPECT_EQ(actual, expected) << where;
+  }
+}
+
+TEST(ExtractJson, BracketFieldByField) {
+  const ToolRun run = run_tool({"extract", example("bracket_mm.txt"), "--format", "json"});
+  EXPECT_EQ(run.exit_code, 0) << run.err;
+  json expected = {{"file", example("bracket_mm.txt")},
+                   {"units", "mm"},
+                   {"status", {{"code", 0}, {"name", "success"}}},
+                   {"results_file", "BRACKET_OP20_RUN1.TXT"}};
+  expected["results"] = json::parse(kBracketResults);
+  expect_json_near(parse_json(run), expected);
+}
+
+// The same inch file read as inches and as millimetres: everything printed is millimetres.
+TEST(ExtractJson, UnitsOptionConvertsLengthsNotDirections) {
+  const json inches = parse_json(
+      run_tool({"extract", example("plate_in.txt"), "--units", "in", "--format", "json"}));
+  const json millimetres =
+      parse_json(run_tool({"extract", example("plate_in.txt"), "--format", "json"}));
+  EXPECT_EQ(inches["units"], "in");
+  EXPECT_EQ(millimetres["units"], "mm");
+  expect_json_near(
+      inches["results"][1]["nominal"],
+      json::parse(R"({"centre": [50.8, 38.1, -6.35], "normal": [0, 0, 1], "radius": 12.7})"));
+  expect_json_near(inches["results"][1]["diameter_tolerance"], 0.0508);
+  expect_json_near(millimetres["results"][1]["nominal"]["radius"], 0.5);
+}
+
+const char* const kPoint =
+    "G800 N1 X10 Y20 Z-5 I0 J0 K1 O0 U0.1 L-0.1\nG801 N2 X10 Y20 Z-5.01 R2.5\n";
+const char* const kOpenPoint = "G800 N0 X0 Y0 Z0 I0 J0 K1 O0 U0 L0\n";
+
+TEST(ExtractJson, EveryStatusNameAndExitCode) {
+  const std::string circle =
+      "COMPONENT NO 1 FEATURE NO 4\nSIZE D 25.000 ACTUAL 25.012 TOL 0.050 DEV 0.012\n"
+      "POSN X 10.000 ACTUAL 10.004 DEV 0.004\nPOSN Y 20.000 ACTUAL 19.998 DEV -0.002\n";
+  const std::string p = kPoint;
+  const struct {
+    std::string content;
+    int code;
+    const char* name;
+  } cases[] = {
+      {"START\n" + p + "END\n", 0, "success"},
+      {"START\n" + p, 1, "missing_end"},
+      {"START\n" + p + "START\n" + p + "END\n", 2, "multiple_starts"},
+      {"START\n" + p + "G801 N3 X10 Y20 Z-5 R2.5\nEND\n", 3, "unmatched_measured_point"},
+      {"START\n" + std::string(kOpenPoint) + p + "END\n", 4, "unmeasured_nominal_point"},
+      {"START\nEND\n", 5, "no_results"},
+      {std::string(kOpenPoint) + "START\n" + p + "END\n", 6, "outside_start_end"},
+      {"START\nTOOLPATHID 5\n" + p + circle + "END\n", 7, "result_conflict"},
+  };
+  TempDir dir;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    const std::string file = dir.write("status.txt", c.content);
+    const ToolRun run = run_tool({"extract", file, "--format", "json"});
+    EXPECT_EQ(run.exit_code, c.code == 0 ? 0 : 1);
+    const json doc = parse_json(run);
+    EXPECT_EQ(doc["status"], json({{"code", c.code}, {"name", c.name}}));
+    if (c.code == 4) {  // the point left open has no measure
+      EXPECT_EQ(doc["results"][0]["points"][0]["measured"], nullptr);
+      EXPECT_EQ(doc["results"][0]["points"][0]["r"], nullptr);
+    }
+    const ToolRun text = run_tool({"extract", file});
+    EXPECT_EQ(text.exit_code, run.exit_code);
+    EXPECT_NE(text.out.find("Status:        " + std::to_string(c.code) + " " + c.name + ": "),
+              std::string::npos);
+  }
+}
+
+TEST(ExtractJson, FileNameThatIsNotUtf8IsPrintedWithReplacement) {
+  TempDir dir;
+  const std::string file = dir.write("run\xFF.txt", "START\n" + std::string(kPoint) + "END\n");
+  EXPECT_EQ(parse_json(run_tool({"extract", file, "--format", "json"}))["file"],
+            (dir.path() / "run\xEF\xBF\xBD.txt").string());
+}
+
+// Many points: JSON lists every one; the text prints one row per probe path unless --points.
+TEST(ExtractLarge, JsonListsEveryPointTextSummarises) {
+  std::ostringstream content;
+  content << "START\n";
+  for (int path = 1; path <= 200; ++path) {
+    content << "TOOLPATHID " << path << "\n";
+    for (int i = 0; i < 50; ++i)
+      content << "G800 N1 X" << i << " Y1 Z0 I0 J0 K1 O0 U0.1 L-0.1\nG801 N2 X" << i
+              << " Y1 Z0.001 R1\n";
+  }
+  content << "END\n";
+  TempDir dir;
+  const std::string file = dir.write("large.txt", content.str());
+
+  const json doc = parse_json(run_tool({"extract", file, "--format", "json"}));
+  std::size_t points = 0;
+  for (const json& path : doc["results"]) points += path["points"].size();
+  EXPECT_EQ(points, 10000u);
+  EXPECT_EQ(doc["results"].back()["points"].back()["label"], "Path 200: Inspection Point 50");
+
+  const ToolRun summary = run_tool({"extract", file});
+  EXPECT_EQ(summary.out.find("Inspection Point"), std::string::npos);
+  EXPECT_LT(summary.out.size(), 40u * 1024u);
+  EXPECT_NE(run_tool({"extract", file, "--points"}).out.find("Path 200: Inspection Point 50"),
+            std::string::npos);
+}
+
+TEST(ExtractText, BracketSummaryAndAlignedFeatureTable) {
+  const ToolRun run = run_tool({"extract", example("bracket_mm.txt")});
+  ASSERT_EQ(run.exit_code, 0);
+  EXPECT_NE(run.out.find(
+                "Results:       13: 10 features, 3 probe paths holding 10 points (10 measured)\n"),
+            std::string::npos);
+  EXPECT_NE(run.out.find("  2  2 (1)          3         3            +0.0080"), std::string::npos)
+      << run.out;
+
+  // Every row of the features table ends its deviation where the DEVIATION title ends.
+  std::istringstream lines(run.out);
+  std::string line;
+  while (std::getline(lines, line) && line.find("DEVIATION  TOLERANCE") == std::string::npos) {
+  }
+  const std::size_t end = line.find("DEVIATION") + 9;
+  std::size_t rows = 0;
+  while (std::getline(lines, line) && !line.empty()) {
+    ++rows;
+    ASSERT_GT(line.size(), end) << line;
+    EXPECT_TRUE(std::isdigit(static_cast<unsigned char>(line[end - 1])) && line[end] == ' ')
+        << line;
+  }
+  EXPECT_EQ(rows, 16u);  // 10 features, several with more than one quantity
+}
+
+}  // namespace
+}  // namespace e2e
