@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -123,6 +124,32 @@ TEST(ToolExitCodes, FileNameBytesArePrintedSafely) {
   EXPECT_EQ(run.exit_code, 3);
   const std::string shown = (dir.path() / "run\xEF\xBF\xBD?1.txt").string();
   EXPECT_EQ(run.err, "cncprobe: " + shown + ": no such file\n");
+}
+
+// Every sample file through the command that reads its kind: one valid JSON document, no error
+// line, and an exit code that agrees with the outcome the document reports.
+TEST(ToolExitCodes, EverySampleFileGivesOneDocumentAndAMatchingExitCode) {
+  std::size_t runs = 0;
+  for (const char* root : {CNCPROBE_TEST_DATA_DIR, CNCPROBE_EXAMPLES_DIR}) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+      if (!entry.is_regular_file()) continue;
+      const std::string file = entry.path().string();
+      const bool xml = entry.path().extension() == ".xml";
+      for (const char* command : xml ? std::vector<const char*>{"settings"}
+                                     : std::vector<const char*>{"extract", "refs"}) {
+        SCOPED_TRACE(std::string(command) + " " + file);
+        const ToolRun run = run_tool({command, file, "--format", "json"}, "", 30);
+        ++runs;
+        EXPECT_EQ(run.err, "");
+        const nlohmann::json doc = parse_json(run);
+        int expected = 0;
+        if (std::string(command) == "extract") expected = doc["status"]["code"] == 0 ? 0 : 1;
+        if (std::string(command) == "settings") expected = doc["code"] <= 1 ? 0 : 1;
+        EXPECT_EQ(run.exit_code, expected);
+      }
+    }
+  }
+  EXPECT_GT(runs, 10u);
 }
 
 }  // namespace
