@@ -413,8 +413,7 @@ std::string print_data_text(const mtrInspectionPrintData& data) {
 
 // One measured quantity of a feature: a size, a position or an angle.
 struct Quantity {
-  std::string name;
-  const char* unit;
+  std::string name;               // says "deg" for an angle; every other quantity is a length in mm
   std::optional<double> nominal;  // absent for offsets, which have only a deviation
   std::optional<double> actual;
   double deviation;  // actual - nominal, or the length of an offset
@@ -423,14 +422,13 @@ struct Quantity {
 };
 
 Quantity size(std::string name, double nominal, double actual, std::optional<double> tolerance) {
-  return {std::move(name), "mm", nominal, actual, actual - nominal, true, tolerance};
+  return {std::move(name), nominal, actual, actual - nominal, true, tolerance};
 }
 
 Quantity offset(std::string name, const giPoint3& nominal, const giPoint3& actual,
                 std::optional<double> tolerance) {
-  return {
-      std::move(name), "mm",     std::nullopt, std::nullopt, norm(minus(vec(actual), vec(nominal))),
-      false,           tolerance};
+  return {std::move(name), std::nullopt, std::nullopt, norm(minus(vec(actual), vec(nominal))),
+          false,           tolerance};
 }
 
 // A position along `direction`: the signed distance of each point from the CAD origin.
@@ -477,9 +475,7 @@ std::vector<Quantity> quantities_of(const mtrToolpathResult& result, std::string
     kind = "angle";
     std::optional<double> tolerance;
     if (f->angular_tolerance()) tolerance = f->angular_tolerance()->degrees();
-    Quantity angle = size("angle", f->nominal().degrees(), f->actual().degrees(), tolerance);
-    angle.unit = "deg";
-    return {angle};
+    return {size("angle (deg)", f->nominal().degrees(), f->actual().degrees(), tolerance)};
   }
   if (const auto* f = dynamic_cast<const mtrPerpendicularDistanceFeature*>(&result)) {
     kind = "wall/channel " + upper_axis(f->axis());
@@ -509,7 +505,6 @@ std::vector<TextTable::Row> feature_rows(std::size_t number, const mtrToolpathRe
       row = {"", "", "", ""};
     }
     row.push_back(q.name);
-    row.push_back(q.unit);
     row.push_back(fixed_or_dash(q.nominal));
     row.push_back(fixed_or_dash(q.actual));
     row.push_back(q.signed_deviation ? signed_fixed(q.deviation) : fixed(q.deviation));
@@ -610,7 +605,6 @@ void write_text(const ExtractOptions& options, const kptResultsDataExtractor& ex
                            {"TOOLPATH", TextTable::kLeft},
                            {"FEATURE", TextTable::kLeft},
                            {"QUANTITY", TextTable::kLeft},
-                           {"UNIT", TextTable::kLeft},
                            {"NOMINAL", TextTable::kRight},
                            {"ACTUAL", TextTable::kRight},
                            {"DEVIATION", TextTable::kRight},
