@@ -72,6 +72,11 @@ int run(int argc, char** argv) {
   settings->add_option("--format", format, "text for a person (default), json for a script")
       ->check(CLI::IsMember({"text", "json"}));
 
+  if (argc < 2) {
+    error_line("a command is needed: extract, refs or settings");
+    std::fputs(kUsage, stderr);
+    return tool::kExitUsage;
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
