@@ -1,5 +1,6 @@
-// JsonWriter: writes one JSON document as it goes, so a results file of millions of points is
-// printed without ever holding its document in memory.
+// JsonWriter: writes one JSON document as it goes, never holding the whole document in memory.
+//
+// A results file of millions of points is printed point by point.
 //
 //   JsonWriter json(out);
 //   json.begin_object();

@@ -1,5 +1,7 @@
-// What the cncprobe tool prints goes through here: a buffered standard output, numbers that read
-// back to the same double, and text made valid UTF-8 whatever bytes a results file held.
+// Output rules of the cncprobe tool: buffered writing, round-trip numbers, valid UTF-8 text.
+//
+// Everything the tool prints goes through here: numbers read back to the same double, and text is
+// made valid UTF-8 whatever bytes a results file held.
 #pragma once
 
 #include <cstdio>

@@ -1,5 +1,6 @@
-// TextTable: columns aligned for a person reading a terminal, filled in two passes so that a
-// table of a million rows needs no more memory than one row.
+// TextTable: columns aligned for a person reading a terminal, filled in two passes.
+//
+// The first pass only measures, so a table of a million rows needs no more memory than one row.
 //
 //   TextTable table({{"KIND", TextTable::kLeft}, {"NOMINAL", TextTable::kRight}});
 //   for (const Row& row : rows) table.measure(row);   // first pass: widths only
