@@ -3,31 +3,103 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
 
+#include "cncprobe/platform/neutral_numbers.h"
 #include "cncprobe/platform/test_locale.h"
 
 namespace {
-struct DoubleCase { const char* text; double value; };
-const DoubleCase kDoubles[] = {
-    {"12.5", 12.5}, {"- 12.5", -12.5}, {"+3", 3.0},    {"--5", -5.0},     {"12-3", -12.0},
-    {"1.5.2", 1.5}, {"", 0.0},         {"-", 0.0},     {"*", 0.0},        {"-*10", 0.0},
-    {"ABC", 0.0},   {"+ - 7", -7.0},   {"-.25", -0.25}, {"1e3", 1000.0},  {"3,5", 3.0},
-    {"0x1A", 0.0},  {"inf", 0.0},      {"-nan", 0.0},  {"0.0001", 1e-4},  {"123456.789", 123456.789},
-};
+// The long way every captured number used to take: the sign in front of the text without its
+// leading signs and blanks, read by atof in the neutral format. Only the decimal part counts, so
+// the text is cut at its first letter other than an exponent's (the C library would also read
+// hexadecimal, infinity and NaN forms).
+double read_with_atof(const std::string& text) {
+  const nlsNeutralNumbers neutral(nlsTranslationNeutral);
+  std::string working = text.find('-') != std::string::npos ? "-" : "";
+  const std::size_t first = text.find_first_not_of("+- ");
+  if (first != std::string::npos) working += text.substr(first);
+  for (std::size_t i = 0; i < working.size(); ++i) {
+    const char c = working[i];
+    if (((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')) && c != 'e' && c != 'E') working.resize(i);
+  }
+  return std::atof(working.c_str());
+}
+
+std::uint64_t bits(double value) {
+  std::uint64_t out;
+  std::memcpy(&out, &value, sizeof out);
+  return out;
+}
+
+// Number texts as a machine prints them and as noise makes them: signs apart from the digits,
+// several points, exponents out of range, long mantissas, denormals, letters and commas.
+std::vector<std::string> number_texts() {
+  const char* const signs[] = {"", "-", "+", "- ", "+ -", " ", "--", "\t", " \t-", "*", "-*"};
+  const char* const mantissas[] = {
+      "0", "12.5", ".5", "5.", ".", "1.5.2", "007", "0.1", "123456789012345678901234567890",
+      "9007199254740993", "1.7976931348623157", "1.7976931348623159", "2.2250738585072011",
+      "4.9406564584124654", "2.4703282292062327", "2.4703282292062328", "0.000000000000000000001",
+      "", "e5", "0x1A", "inf", "nan"};
+  const char* const exponents[] = {"", "e", "e+", "E-5", "e308", "e309", "e-308", "e-310", "e-324",
+                                   "e-330", "e+0", "e400", "e99999999999999999999",
+                                   "e-99999999999999999999", "e0001"};
+  const char* const tails[] = {"", "-", "x", " 7", ".3", ",5", "e2", "*"};
+  std::vector<std::string> texts;
+  for (const char* sign : signs) {
+    for (const char* mantissa : mantissas) {
+      for (const char* exponent : exponents) {
+        for (const char* tail : tails) texts.push_back(std::string(sign) + mantissa + exponent + tail);
+      }
+    }
+  }
+  const std::string nines(400, '9');
+  texts.push_back(nines + "." + nines + "e-400");
+  texts.push_back("0." + std::string(350, '0') + "1");
+  texts.push_back(nines + nines);
+  std::mt19937 random(20240611u);
+  const std::string alphabet = "0123456789..--++  eE*,\tx";
+  for (int i = 0; i < 100000; ++i) {
+    std::string text(random() % 24, ' ');
+    for (char& c : text) c = alphabet[random() % alphabet.size()];
+    texts.push_back(text);
+  }
+  return texts;
+}
 
 void expect_doubles_read_neutrally() {
+  struct Case { const char* text; double value; };
+  const Case cases[] = {
+      {"12.5", 12.5}, {"- 12.5", -12.5}, {"+3", 3.0},   {"--5", -5.0},     {"12-3", -12.0},
+      {"1.5.2", 1.5}, {"", 0.0},         {"-", 0.0},    {"*", 0.0},        {"-*10", 0.0},
+      {"ABC", 0.0},   {"+ - 7", -7.0},   {"-.25", -0.25}, {"1e3", 1000.0}, {"3,5", 3.0},
+      {"0x1A", 0.0},  {"inf", 0.0},      {"-nan", 0.0},
+  };
   const kptStringDataParsing parsing{kptUnits(kptUnitsMillimetres)};
-  for (const DoubleCase& c : kDoubles) {
+  for (const Case& c : cases) {
     EXPECT_EQ(parsing.string_to_double(utString(c.text)), c.value) << "'" << c.text << "'";
   }
   EXPECT_EQ(parsing.string_to_double(utString()), 0.0) << "an invalid text";
+
+  // The quick reading of the common case must give, bit for bit, what the long way gives.
+  int differences = 0;
+  for (const std::string& text : number_texts()) {
+    const double quick = parsing.string_to_double(utString(text));
+    const double slow = read_with_atof(text);
+    if (bits(quick) != bits(slow) && ++differences <= 10) {
+      ADD_FAILURE() << "'" << text << "': " << quick << " but atof reads " << slow;
+    }
+  }
+  EXPECT_EQ(differences, 0);
 }
 }  // namespace
 
-TEST(StringDataParsing, StringToDouble) { expect_doubles_read_neutrally(); }
-
-TEST(StringDataParsing, StringToDoubleUnderADecimalCommaLocale) {
+TEST(StringDataParsing, StringToDoubleReadsAsAtofDoesInAnyNumberFormat) {
+  expect_doubles_read_neutrally();
   ScopedThreadLocale comma(kDecimalCommaLocale);
   if (!comma.active()) GTEST_SKIP() << kDecimalCommaLocale << " is not installed (locale -a)";
   ASSERT_TRUE(ScopedThreadLocale::reads_decimal_comma()) << "the comma locale is not in effect";
