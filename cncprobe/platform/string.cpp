@@ -94,7 +94,12 @@ void utString::append(const char* bytes, std::size_t count) {
     utRef fresh = utRef::allocate(ref_.null() ? nullptr : ref_.data(),
                                   static_cast<std::uint32_t>(old_length),
                                   static_cast<std::uint32_t>(capacity));
+    // The bytes may lie in the old storage (a string appending its own text): copy them before
+    // that storage is released.
+    if (count) std::memcpy(fresh.data() + old_length, bytes, count);
+    fresh.set_length(new_length);
     ref_ = std::move(fresh);
+    return;
   }
   if (count) std::memmove(ref_.data() + old_length, bytes, count);
   ref_.set_length(new_length);
@@ -188,13 +193,15 @@ int utString::extract_string(const char* delimiter, utString& piece) {
   const std::string_view text = view();
   const std::string_view delim = delimiter ? std::string_view(delimiter) : std::string_view();
   const std::size_t at = delim.empty() ? std::string_view::npos : text.find(delim);
-  if (at == std::string_view::npos) {
-    piece = *this;
-    *this = utString("");
-  } else {
-    piece = utString(text.substr(0, at));
-    *this = utString(text.substr(at + delim.size()));
+  // Both results are made before either is stored: `piece` may be this very string.
+  utString head = *this;
+  utString rest("");
+  if (at != std::string_view::npos) {
+    head = utString(text.substr(0, at));
+    rest = utString(text.substr(at + delim.size()));
   }
+  *this = std::move(rest);
+  piece = std::move(head);
   return 1;
 }
 

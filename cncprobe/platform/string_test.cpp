@@ -41,9 +41,14 @@ TEST(String, CopiesShareUntilOneChanges) {
   d.extract_string("8", piece);
   EXPECT_STREQ(a.c_str(), "G800");
 
+  // Appending a string's own bytes, which the append outgrows and so moves.
   utString self("ab");
   self << self;
   EXPECT_STREQ(self.c_str(), "abab");
+  self << self.c_str();
+  EXPECT_STREQ(self.c_str(), "abababab");
+  self.extract_string("b", self);
+  EXPECT_STREQ(self.c_str(), "a") << "a string extracting into itself keeps the piece";
 }
 
 TEST(String, AppendsNumbersAndBytes) {
