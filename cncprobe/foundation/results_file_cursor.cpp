@@ -126,8 +126,9 @@ void kptResultsFileCursor::read_file(const utString& file_name) {
   // Only a regular file is read. A FIFO would block the host until a writer came, and a device
   // such as a terminal or a random source never ends; both give a cursor without lines, as a
   // missing file does. Opening without blocking and asking the open file itself leaves no gap
-  // in which the name could be swapped for something else.
-  const int fd = ::open(file_name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  // in which the name could be swapped for something else; and opening a terminal by mistake
+  // must not make it the host's controlling terminal.
+  const int fd = ::open(file_name.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
   if (fd < 0) return;
   struct stat info {};
   if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
