@@ -104,18 +104,5 @@ TEST(SettingsJson, OutcomeAndSettingsAfterTheCall) {
   }
 }
 
-TEST(SettingsJson, XmlErrorCarriesThePosition) {
-  TempDir dir;
-  const std::string file =
-      dir.write("broken.xml", "<settings version=\"1\">\n  <units>mm</units>\n");
-  const ToolRun run = run_tool({"settings", file, "--format", "json"});
-  EXPECT_EQ(run.exit_code, 1);
-  const json doc = parse_json(run);
-  EXPECT_EQ(doc["name"], "invalid_xml");
-  EXPECT_EQ(doc["message"].get<std::string>().rfind(
-                "The inspection settings file is not a valid XML file. Error: (", 0),
-            0u);
-}
-
 }  // namespace
 }  // namespace e2e
