@@ -1,5 +1,7 @@
 // cncprobe: the command line front of the library: extract, refs and settings.
 #include <CLI/CLI.hpp>
+
+#include <clocale>
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -120,6 +122,10 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // The user's character encoding decides which lines that are not UTF-8 still count as text
+  // (a Latin-1 shop floor keeps its accented feature names). Only the character type is taken
+  // from the environment: numbers are read and printed the same whatever the user's locale.
+  std::setlocale(LC_CTYPE, "");
   // Nothing may escape as a crash: every failure ends as one line and a non-zero exit code.
   try {
     return run(argc, argv);
