@@ -77,16 +77,16 @@ void kptMacroOutputParser::init_matchers() {
            << optional_size_tolerance << deviation << signed_number << after_last;
   utString x_size;  // the TOL field is mandatory on axis sizes; only its value may be EMPTY
   x_size << "^SIZE\\s*"
-         << "X\\/?\\s*+" << signed_value << joint << actual << signed_value << joint << "TOL\\/?\\s*+"
-         << tolerance_value << joint << deviation << signed_number << after_last;
+         << "X\\/?\\s*+" << signed_value << joint << actual << signed_value << joint
+         << "TOL\\/?\\s*+" << tolerance_value << joint << deviation << signed_number << after_last;
   utString x_position;
   x_position << "^POSN\\s*"
              << "X\\/?\\s*+" << signed_value << joint << actual << signed_value << joint
              << optional_position_tolerance << deviation << signed_number << after_last;
   utString z_position;  // a Z position carries no true-position tolerance
   z_position << "^POSN\\s*"
-             << "Z\\/?\\s*+" << signed_value << joint << actual << signed_value << joint << deviation
-             << signed_number << after_last;
+             << "Z\\/?\\s*+" << signed_value << joint << actual << signed_value << joint
+             << deviation << signed_number << after_last;
   utString x_unmeasured;
   x_unmeasured << "^POSN\\s*"
                << "X\\/?\\s*+" << signed_value << joint << actual << not_measured << joint
@@ -607,7 +607,10 @@ bool kptMacroOutputParser::parse_surface_body(kptResultsFileCursor& cursor,
       break;
   }
   if (!sized && !positioned) return false;
-  if (positioned) {
+  // A value came from a position line when the position is set. A line whose nominal and actual
+  // both read as the not-set marker gives no position, just as such a size line gives no size
+  // when the planes are built.
+  if (!position.invalid()) {
     // A position with a true-position tolerance locates a feature, it does not face a surface.
     if (position.true_position_tolerance()) return false;
     // A POSN X line followed by a POSN Y line is a corner that failed its own checks.

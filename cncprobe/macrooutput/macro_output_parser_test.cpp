@@ -88,6 +88,8 @@ Lines join(std::initializer_list<Lines> parts) {
 }
 
 const std::string kDashes = "------------------------------";
+// The largest double, written out: a value that reads as the marker of a number not set.
+const std::string kUnset = "17976931348623157" + std::string(292, '0');
 const Lines kCircle = {kDashes,
                        "COMPONENT NO 1 FEATURE NO 4",
                        kDashes,
@@ -192,11 +194,16 @@ TEST(MacroOutputParser, ReadsEachReportKindToItsLastLine) {
        2,
        "angle C3 F1 30 30.1 tol -",
        kptUnitsInches},
-      {"an X probed at 0 with actual 0 is measured: a circle, no Y wall",
+      {"X at 0 with actual 0, and a zero actual with text after it, are measured: no wall",
        {"COMPONENT NO 1 FEATURE NO 5", "SIZE D 8 ACTUAL 8.01 DEV 0.01", "POSN X 0 ACTUAL 0 DEV 0",
-        "POSN Y 5 ACTUAL 5.001 DEV 0.001"},
+        "POSN Y 5 ACTUAL 0 DEV 0 CHECK"},
        4,
-       "circle C1 F5 nominal (0 5) r 4 actual (0 5.001) r 4.005 tol - tp -"},
+       "circle C1 F5 nominal (0 5) r 4 actual (0 0) r 4.005 tol - tp -"},
+      {"a position whose values read as not set counts as no position line",
+       {"COMPONENT NO 3 FEATURE NO 1", "POSN X " + kUnset + " ACTUAL " + kUnset + " TOL TP 1 DEV 0",
+        "POSN Y 1 ACTUAL 1 DEV 0"},
+       2,
+       "surface C3 F1 axis X nominal (unset 0 0) n(1 0 0) actual (unset 0 0) n(1 0 0) tol -"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.what);
