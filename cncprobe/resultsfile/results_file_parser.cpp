@@ -105,13 +105,13 @@ bool kptResultsFileParser::parse_next_object(kptResultsFileCursor& cursor) const
 
 bool kptResultsFileParser::parse_for_start(const utString& line) const {
   if (start_matcher_->match(line, 0) != 1) return false;
-  callback_->on_start();
+  if (callback_) callback_->on_start();
   return true;
 }
 
 bool kptResultsFileParser::parse_for_end(const utString& line) const {
   if (end_matcher_->match(line, 0) != 1) return false;
-  callback_->on_end();
+  if (callback_) callback_->on_end();
   return true;
 }
 
@@ -128,8 +128,10 @@ bool kptResultsFileParser::parse_for_toolpath_instance(const utString& line) con
       long_fraction ? utString(text.c_str(), static_cast<std::size_t>(point) + 5) : text));
   if (!number) return false;
   const unsigned int instance = *number % 100;
-  callback_->on_toolpath_instance(*number / 10000,
-                                  instance == 0 ? std::nullopt : std::optional(instance));
+  if (callback_) {
+    callback_->on_toolpath_instance(*number / 10000,
+                                    instance == 0 ? std::nullopt : std::optional(instance));
+  }
   return true;
 }
 
@@ -147,7 +149,9 @@ bool kptResultsFileParser::parse_for_nominal_point(const utString& line) const {
   const giVector3 direction(n.string_to_double(m.get_substring(4)),
                             n.string_to_double(m.get_substring(5)),
                             n.string_to_double(m.get_substring(6)));
-  callback_->on_nominal_point(point, direction, n.string_to_mm(m.get_substring(7)), upper, lower);
+  if (callback_) {
+    callback_->on_nominal_point(point, direction, n.string_to_mm(m.get_substring(7)), upper, lower);
+  }
   return true;
 }
 
@@ -157,20 +161,20 @@ bool kptResultsFileParser::parse_for_measured_point(const utString& line) const 
   const kptStringDataParsing& n = number_parser_;
   const giPoint3 point(n.string_to_mm(m.get_substring(1)), n.string_to_mm(m.get_substring(2)),
                        n.string_to_mm(m.get_substring(3)));
-  callback_->on_measured_point(point, n.string_to_mm(m.get_substring(4)));
+  if (callback_) callback_->on_measured_point(point, n.string_to_mm(m.get_substring(4)));
   return true;
 }
 
 bool kptResultsFileParser::parse_for_workplane(const utString& line) const {
   // I and R are required by the record but carry nothing the workplane needs.
   if (workplane_matcher_->match(line, 0) != 9) return false;
-  callback_->on_workplane(workplane_from(*workplane_matcher_));
+  if (callback_) callback_->on_workplane(workplane_from(*workplane_matcher_));
   return true;
 }
 
 bool kptResultsFileParser::parse_for_cad_workplane(const utString& line) const {
   if (cad_workplane_matcher_->match(line, 0) != 7) return false;
-  callback_->on_cad_workplane(workplane_from(*cad_workplane_matcher_));
+  if (callback_) callback_->on_cad_workplane(workplane_from(*cad_workplane_matcher_));
   return true;
 }
 
@@ -195,13 +199,15 @@ giWorkplane3 kptResultsFileParser::workplane_from(const reMatcher& m) const {
 
 bool kptResultsFileParser::parse_for_cycle_depth(const utString& line) const {
   if (cycle_depth_matcher_->match(line, 0) != 2) return false;
-  callback_->on_cycle_depth(number_parser_.string_to_mm(cycle_depth_matcher_->get_substring(1)));
+  if (callback_) {
+    callback_->on_cycle_depth(number_parser_.string_to_mm(cycle_depth_matcher_->get_substring(1)));
+  }
   return true;
 }
 
 bool kptResultsFileParser::parse_for_results_file(const utString& line) const {
   if (results_file_matcher_->match(line, 0) != 2) return false;
   // The lazy group stops before trailing blanks and asterisks; it may be empty.
-  callback_->on_results_file(results_file_matcher_->get_substring(1));
+  if (callback_) callback_->on_results_file(results_file_matcher_->get_substring(1));
   return true;
 }

@@ -26,7 +26,8 @@
 class CNCPROBE_API kptResultsFileParser : public kptMacroOutputParser {
 public:
   // A parser for a file printed in `units`, firing its events at `callback`, which it does not own
-  // and which must outlive it. All patterns are compiled here, once.
+  // and which must outlive it (a null callback is allowed: lines are then recognised and consumed
+  // silently). All patterns are compiled here, once.
   kptResultsFileParser(const kptUnits& units, utObserverPtr<kptResultsFileParserCallback> callback);
   ~kptResultsFileParser() override;
   kptResultsFileParser(const kptResultsFileParser&) = delete;

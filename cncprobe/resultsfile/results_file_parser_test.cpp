@@ -124,7 +124,13 @@ const Case kCases[] = {
 };
 
 TEST(ResultsFileParser, RecordsAndTheirEvents) {
-  for (const Case& c : kCases) EXPECT_EQ(parse_line(c.units, c.line), c.events) << c.line;
+  // A parser without a receiver recognises the same lines and fires nothing.
+  const kptResultsFileParser silent{kptUnits(MM), utObserverPtr<kptResultsFileParserCallback>()};
+  for (const Case& c : kCases) {
+    EXPECT_EQ(parse_line(c.units, c.line), c.events) << c.line;
+    kptResultsFileCursor cursor{utString(c.line)};
+    EXPECT_EQ(++cursor && silent.parse_next_object(cursor), !c.events.empty()) << c.line;
+  }
 }
 
 TEST(ResultsFileParser, HugeNumbersAndLongBlankRuns) {
