@@ -11,6 +11,8 @@
 // digits and rounding noise below 1e-9 prints as 0. Never included by library code.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <cstdio>
 #include <functional>
@@ -166,6 +168,24 @@ inline std::vector<std::string> details(const kptResultsDataExtractor& extractor
   itIterator<std::shared_ptr<mtrToolpathResult>> it = extractor.results();
   while (++it) all.push_back(detail(it()));
   return all;
+}
+
+// The measured paths are the very probe paths of results(), in the same order, and both counts
+// agree with what the iterators hand out.
+inline void expect_lists_agree(const kptResultsDataExtractor& extractor) {
+  std::vector<std::shared_ptr<mtrToolpathResult>> paths_in_results;
+  unsigned int results = 0;
+  itIterator<std::shared_ptr<mtrToolpathResult>> all = extractor.results();
+  while (++all) {
+    ++results;
+    if (std::dynamic_pointer_cast<mtrProbePath>(all())) paths_in_results.push_back(all());
+  }
+  std::vector<std::shared_ptr<mtrToolpathResult>> paths;
+  itIterator<std::shared_ptr<mtrProbePath>> it = extractor.measured_paths();
+  while (++it) paths.push_back(it());
+  EXPECT_EQ(paths, paths_in_results);
+  EXPECT_EQ(extractor.number_of_results(), results);
+  EXPECT_EQ(extractor.measured_paths_count(), paths.size());
 }
 
 }  // namespace extraction_test

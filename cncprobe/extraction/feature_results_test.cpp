@@ -46,8 +46,9 @@ TEST(FeatureResults, ReportsAreLiftedToTheCycleDepthAndTakenIntoCad) {
        "(90 0 10) (0 -1 0) 4 | (90 0 10.01) 4.01 | 0.05 0.1"},
       {"rectangle 21(2)",
        [](Receiver& c) {
+         // The position tolerance is the X block's (the parser joins only equivalent ones).
          c.on_rectangle_measurement(kHeader, size(40, 40.02, 0.05), size(30, 29.98, {}),
-                                    position(5, 5.01, 0.1), position(6, 6.02, 0.1));
+                                    position(5, 5.01, 0.1), position(6, 6.02, 0.2));
        },
        "(104 0 5) (0 -1 0) (0 0 1) 40 30 | (103.98 0 5.01) 40.02 29.98 | 0.05 - 0.1"},
       {"distance 21(2)",
@@ -98,10 +99,23 @@ TEST(FeatureResults, ReportsAreLiftedToTheCycleDepthAndTakenIntoCad) {
   }
 }
 
-TEST(FeatureResults, EveryToolpathInstanceStartsAtDepthZeroAndWorld) {
-  kptResultsDataExtractor extractor;
-  run(extractor, {start(), toolpath(12), output_plane(workplane(0, 0, 50)), depth(-5), toolpath(13),
-                  circle()});
-  EXPECT_EQ(details(extractor),
-            std::vector<std::string>{"(10 20 0) (0 0 1) 4 | (10.01 20 0) 4.01 | - -"});
+// A CYCLEDEPTH record counts even outside a run, and a START record keeps it while it puts the
+// workplanes back to world; every TOOLPATHID record brings back both the depth 0 and world.
+TEST(FeatureResults, DepthAndWorkplanesLastUntilTheNextToolpath) {
+  struct Case {
+    std::vector<Event> events;
+    const char* detail;
+  };
+  const Case cases[] = {
+      {{depth(-5), start(), output_plane(workplane(0, 0, 50)), start(), circle()},
+       "(10 20 -5) (0 0 1) 4 | (10.01 20 -5) 4.01 | - -"},
+      {{start(), toolpath(12), output_plane(workplane(0, 0, 50)), depth(-5), toolpath(13),
+        circle()},
+       "(10 20 0) (0 0 1) 4 | (10.01 20 0) 4.01 | - -"},
+  };
+  for (const Case& c : cases) {
+    kptResultsDataExtractor extractor;
+    run(extractor, c.events);
+    EXPECT_EQ(details(extractor), std::vector<std::string>{c.detail});
+  }
 }

@@ -27,6 +27,7 @@ void check(const FileCase& c) {
   EXPECT_STREQ(kpt_status_name(extractor.extract_data(data_file(c.file), kptUnits(c.units))),
                kpt_status_name(c.status));
   EXPECT_EQ(summary(extractor), c.results);
+  expect_lists_agree(extractor);
   if (!c.details.empty()) {
     EXPECT_EQ(details(extractor), c.details);
   }
@@ -43,13 +44,7 @@ class CursorExtractor : public kptResultsDataExtractor {
 TEST(ResultsDataExtractorFile, RecordFilesEndInTheirStatus) {
   const FileCase cases[] = {
       {"missing_end.res", kptUnitsMillimetres, kptExtractionMissingEnd, "path 0 M"},
-      {"multiple_starts.res", kptUnitsMillimetres, kptExtractionMultipleStarts, "path 0 M"},
-      {"unmatched_measured_point.res", kptUnitsMillimetres, kptExtractionUnmatchedMeasuredPoint,
-       "path 0 M"},
-      {"unmeasured_nominal_point.res", kptUnitsMillimetres, kptExtractionUnmeasuredNominalPoint,
-       "path 5(2) UM"},
       {"no_points.res", kptUnitsMillimetres, kptExtractionNoResults, ""},
-      {"outside_start_end.res", kptUnitsMillimetres, kptExtractionOutsideStartEnd, "path 0 M"},
       {"no_such_file.res", kptUnitsMillimetres, kptExtractionNoResults, ""},
       // Output workplane at 10 in, turned half about Z; CAD workplane at (1, 2, 3) in.
       {"inch_points.res",
@@ -79,8 +74,6 @@ TEST(ResultsDataExtractorFile, ReportFilesFollowTheConflictRules) {
        kptExtractionResultConflict,
        "circle 20",
        {"(0 0 -5) (0 0 1) 4 | (0.003 -0.002 -5) 4.005 | - -"}},
-      {"report_in_next_instance.res", kptUnitsMillimetres, kptExtractionSuccess,
-       "circle 20(1); circle 20(2)"},
       {"inch_circle.res",
        kptUnitsInches,
        kptExtractionSuccess,
@@ -113,11 +106,33 @@ TEST(ResultsDataExtractorFile, ParsesFromAfterTheCursorAndAppliesTheEndRules) {
   ++on_start;
   EXPECT_EQ(extractor.extract_data_from_cursor(on_start, kptUnits()), kptExtractionNoResults);
   EXPECT_EQ(on_start(), start);
-  // A run without END that gathered nothing: the missing END is reported last.
+  // The end rules overwrite what went wrong before: no results, then the missing END.
+  EXPECT_EQ(extractor.extract_data_from_cursor({start, "G801 N2 X1 Y2 Z3 R2.5", "END"}, kptUnits()),
+            kptExtractionNoResults);
   EXPECT_EQ(extractor.extract_data_from_cursor(kptResultsFileCursor{start, tool}, kptUnits()),
             kptExtractionMissingEnd);
-  // The next extraction starts afresh.
+}
+
+TEST(ResultsDataExtractorFile, EveryExtractionForgetsTheOneBefore) {
+  // The first file names its results file and sets a toolpath instance and a cycle depth, none
+  // of which a START record resets; its run never ends.
+  CursorExtractor extractor;
   EXPECT_EQ(extractor.extract_data_from_cursor(
-                kptResultsFileCursor(std::initializer_list<utString>{}), kptUnits()),
-            kptExtractionNoResults);
+                {"RESULTSFILE RUN1.TXT", "START", "TOOLPATHID 4.0001", "CYCLEDEPTH -5",
+                 "G800 N1 X1 Y2 Z3 I0 J0 K1 O0 U0.1 L-0.1"},
+                kptUnits()),
+            kptExtractionMissingEnd);
+  EXPECT_EQ(extractor.resultsfile_name(), utString("RUN1.TXT"));
+  const std::initializer_list<utString> circle_run = {"START",
+                                                      "COMPONENT NO 1 FEATURE NO 4",
+                                                      "SIZE D 8.000 ACTUAL 8.010 DEV 0.010",
+                                                      "POSN X 1.000 ACTUAL 1.000 DEV 0.000",
+                                                      "POSN Y 2.000 ACTUAL 2.000 DEV 0.000",
+                                                      "END"};
+  EXPECT_EQ(extractor.extract_data_from_cursor(circle_run, kptUnits()), kptExtractionSuccess);
+  EXPECT_EQ(summary(extractor), "circle 0");
+  EXPECT_EQ(details(extractor),
+            std::vector<std::string>{"(1 2 0) (0 0 1) 4 | (1 2 0) 4.005 | - -"});
+  EXPECT_EQ(extractor.resultsfile_name(), utString(""));
+  EXPECT_TRUE(extractor.resultsfile_name().valid());
 }
