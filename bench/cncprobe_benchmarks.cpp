@@ -3,7 +3,6 @@
 // Each reports throughput (over wall-clock time: reading the file is part of the work) and the
 // peak memory the run added, also as a multiple of the file size.
 #include <benchmark/benchmark.h>
-
 #include <malloc.h>
 #include <unistd.h>
 
@@ -22,7 +21,7 @@ namespace {
 
 // The generated files, one per size, written on first use and removed at exit.
 class BenchFiles {
-public:
+ public:
   BenchFiles()
       : dir_(std::filesystem::temp_directory_path() /
              ("cncprobe-bench-" + std::to_string(getpid()))) {
@@ -54,7 +53,7 @@ public:
     return path.string();
   }
 
-private:
+ private:
   std::filesystem::path dir_;
   std::map<std::size_t, GeneratedResultsFile> files_;
 };
@@ -83,7 +82,7 @@ std::size_t status_bytes(const char* field) {
 // hands the heap's free memory back first (so that memory freed by earlier runs is not counted as
 // held), resets the kernel's high-water mark (VmHWM) and remembers the resident size.
 class PeakMemory {
-public:
+ public:
   PeakMemory() {
     malloc_trim(0);
     std::ofstream("/proc/self/clear_refs") << "5";
@@ -94,10 +93,11 @@ public:
     const std::size_t peak = status_bytes("VmHWM");
     const double added = peak > baseline_ ? static_cast<double>(peak - baseline_) : 0.0;
     state.counters["peak_MiB"] = added / (1024.0 * 1024.0);
-    if (file_bytes > 0) state.counters["peak_per_file_byte"] = added / static_cast<double>(file_bytes);
+    if (file_bytes > 0)
+      state.counters["peak_per_file_byte"] = added / static_cast<double>(file_bytes);
   }
 
-private:
+ private:
   std::size_t baseline_ = 0;
 };
 
@@ -184,9 +184,21 @@ void BM_SettingsRead(benchmark::State& state) {
 
 }  // namespace
 
-BENCHMARK(BM_CursorRead)->RangeMultiplier(10)->Range(10'000, 1'000'000)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_ExtractData)->RangeMultiplier(10)->Range(10'000, 1'000'000)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_FileReferences)->RangeMultiplier(10)->Range(10'000, 1'000'000)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_CursorRead)
+    ->RangeMultiplier(10)
+    ->Range(10'000, 1'000'000)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK(BM_ExtractData)
+    ->RangeMultiplier(10)
+    ->Range(10'000, 1'000'000)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK(BM_FileReferences)
+    ->RangeMultiplier(10)
+    ->Range(10'000, 1'000'000)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 BENCHMARK(BM_SettingsRead)->Unit(benchmark::kMicrosecond);
 
 BENCHMARK_MAIN();

@@ -15,7 +15,7 @@ constexpr int kReportKinds = 9;
 
 // Appends printf-formatted lines to a stream, counting them.
 class LineWriter {
-public:
+ public:
   LineWriter(std::ostream& out, GeneratedResultsFile& summary) : out_(out), summary_(summary) {}
 
   [[gnu::format(printf, 2, 3)]] void line(const char* format, ...) {
@@ -32,7 +32,7 @@ public:
   // The next block number of a machine record.
   unsigned long block() { return ++block_; }
 
-private:
+ private:
   std::ostream& out_;
   GeneratedResultsFile& summary_;
   unsigned long block_ = 0;
@@ -170,8 +170,8 @@ void write_results_file(std::ostream& out, std::size_t points, GeneratedResultsF
     // own toolpath instance.
     ++toolpath;
     w.line("TOOLPATHID %u", toolpath);
-    w.line("G330 N%lu A0 B0 C%d X%.3f Y%.3f Z0 I0 R0", w.block(), static_cast<int>(toolpath % 4) * 90,
-           10.0 * (toolpath % 7), -5.0 * (toolpath % 3));
+    w.line("G330 N%lu A0 B0 C%d X%.3f Y%.3f Z0 I0 R0", w.block(),
+           static_cast<int>(toolpath % 4) * 90, 10.0 * (toolpath % 7), -5.0 * (toolpath % 3));
     if (toolpath % 3 == 0) w.line("CYCLEDEPTH -%.3f", 1.0 + toolpath % 4);
     report(w, static_cast<int>(reports % kReportKinds), reports);
     ++reports;
@@ -180,7 +180,8 @@ void write_results_file(std::ostream& out, std::size_t points, GeneratedResultsF
   w.line("END");
 }
 
-bool write_results_file(const std::string& path, std::size_t points, GeneratedResultsFile& summary) {
+bool write_results_file(const std::string& path, std::size_t points,
+                        GeneratedResultsFile& summary) {
   std::vector<char> buffer(1 << 20);
   std::ofstream out;
   out.rdbuf()->pubsetbuf(buffer.data(), static_cast<std::streamsize>(buffer.size()));

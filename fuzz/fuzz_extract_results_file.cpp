@@ -6,7 +6,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   kptResultsDataExtractor extractor;
   const kptResultsExtractionStatus status =
       extractor.extract_data(utString(file.write(data, size).c_str()), fuzz_units(size));
-  fuzz_check(status >= kptExtractionSuccess && status <= kptExtractionResultConflict, "status out of range");
+  fuzz_check(status >= kptExtractionSuccess && status <= kptExtractionResultConflict,
+             "status out of range");
   unsigned int results = 0;
   itIterator<std::shared_ptr<mtrToolpathResult>> it = extractor.results();
   while (++it) {
@@ -16,6 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       while (++points) fuzz_check(points()->label().valid(), "a point without its label");
     }
   }
-  fuzz_check(results == extractor.number_of_results(), "results() and number_of_results() disagree");
+  fuzz_check(results == extractor.number_of_results(),
+             "results() and number_of_results() disagree");
   return 0;
 }

@@ -8,7 +8,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   kptInspectionSettings settings;
   const kptInspectionSettingsError error =
       kptInspectionSettingsReader::read(apPath(file.write(data, size)), settings);
-  fuzz_check(!error.message().invalid() && error.message().length() > 0, "an error without a message");
+  fuzz_check(!error.message().invalid() && error.message().length() > 0,
+             "an error without a message");
   if (error.code() == kptSettingsSuccess || error.code() == kptSettingsNewerVersion) return 0;
   fuzz_check(settings.proximity_criteria_mm() == before.proximity_criteria_mm() &&
                  settings.confetti_diameter_mm() == before.confetti_diameter_mm() &&

@@ -23,7 +23,7 @@ inline void fuzz_check(bool holds, const char* what) {
 
 // One file per process, rewritten with every input; removed when the process ends normally.
 class ScratchFile {
-public:
+ public:
   explicit ScratchFile(const char* suffix) {
     std::string name = (std::filesystem::temp_directory_path() / "cncprobe-fuzz-XXXXXX").string();
     name += suffix;
@@ -44,7 +44,7 @@ public:
     return path_;
   }
 
-private:
+ private:
   std::string path_;
 };
 
@@ -56,15 +56,17 @@ inline kptUnits fuzz_units(std::size_t size) {
 
 // Counts every event a parser fires.
 class CountingCallback : public kptResultsFileParserCallback {
-public:
+ public:
   unsigned long count() const noexcept { return count_; }
 
-private:
+ private:
   void on_start() override { ++count_; }
   void on_end() override { ++count_; }
   void on_workplane(const giWorkplane3&) override { ++count_; }
   void on_cad_workplane(const giWorkplane3&) override { ++count_; }
-  void on_nominal_point(const giPoint3&, const giVector3&, double, double, double) override { ++count_; }
+  void on_nominal_point(const giPoint3&, const giVector3&, double, double, double) override {
+    ++count_;
+  }
   void on_measured_point(const giPoint3&, double) override { ++count_; }
   void on_toolpath_instance(unsigned int, std::optional<unsigned int>) override { ++count_; }
   void on_cycle_depth(double) override { ++count_; }

@@ -20,7 +20,8 @@ bool replay(const std::filesystem::path& file) {
     std::fprintf(stderr, "cannot read %s\n", file.c_str());
     return false;
   }
-  const std::vector<char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const std::vector<char> bytes((std::istreambuf_iterator<char>(in)),
+                                std::istreambuf_iterator<char>());
   // A copy of exactly the input's size, so a read past its end is caught by the sanitizers.
   std::vector<std::uint8_t> input(bytes.begin(), bytes.end());
   LLVMFuzzerTestOneInput(input.data(), input.size());
@@ -37,7 +38,8 @@ int main(int argc, char** argv) {
     std::vector<std::filesystem::path> files;
     if (std::filesystem::is_directory(arg)) {
       for (const auto& entry : std::filesystem::directory_iterator(arg)) {
-        if (entry.is_regular_file() && entry.path().filename() != ".gitkeep") files.push_back(entry.path());
+        if (entry.is_regular_file() && entry.path().filename() != ".gitkeep")
+          files.push_back(entry.path());
       }
       std::sort(files.begin(), files.end());
     } else {
