@@ -30,6 +30,7 @@ struct reMatcher::Impl {
   pcre2_jit_stack* jit_stack = nullptr;
   utString subject;  // the subject of the last successful match; its groups point into it
   bool matched = false;
+  bool jit = false;  // the JIT code is there: match through its direct entry
 
   ~Impl() { reset(); }
   void reset() {
@@ -43,6 +44,7 @@ struct reMatcher::Impl {
     code = nullptr;
     subject = utString();
     matched = false;
+    jit = false;
   }
 };
 
@@ -55,8 +57,14 @@ int reMatcher::compile(int options, utString& error_text, int& error_offset) {
   int error_code = 0;
   PCRE2_SIZE offset = 0;
   const auto* text = reinterpret_cast<PCRE2_SPTR>(pattern_.valid() ? pattern_.c_str() : "");
+  // Only a line feed is a newline, whatever default the library was built with: "." then takes
+  // every other byte (a carriage return, a NUL, 0x85) and "$" is the end of the line, so the
+  // value tails of the parsers capture the same text in their plain and their linear forms.
+  pcre2_compile_context* context = pcre2_compile_context_create(nullptr);
+  if (context) pcre2_set_newline(context, PCRE2_NEWLINE_LF);
   impl_->code = pcre2_compile(text, pattern_.length(), to_pcre2_options(options), &error_code,
-                              &offset, nullptr);
+                              &offset, context);
+  if (context) pcre2_compile_context_free(context);
   if (!impl_->code) {
     PCRE2_UCHAR message[256];
     pcre2_get_error_message(error_code, message, sizeof message);
@@ -88,6 +96,7 @@ int reMatcher::study(utString& error_text, int /*options*/) {
     error_text = utString(reinterpret_cast<const char*>(message));
     return 0;  // matching falls back to the interpreter
   }
+  impl_->jit = true;
   if (!impl_->jit_stack) {
     impl_->jit_stack = pcre2_jit_stack_create(kJitStackStart, kJitStackMax, nullptr);
     if (impl_->jit_stack) {
@@ -101,9 +110,15 @@ int reMatcher::match(const utString& subject, int start) {
   impl_->matched = false;
   if (!impl_->code || start < 0 || static_cast<std::uint32_t>(start) > subject.length()) return -1;
   const char* text = subject.valid() ? subject.c_str() : "";
-  const int rc = pcre2_match(impl_->code, reinterpret_cast<PCRE2_SPTR>(text), subject.length(),
-                             static_cast<PCRE2_SIZE>(start), 0, impl_->match_data,
-                             impl_->match_context);
+  // Most lines are offered to many patterns and fail at their first byte, so the call itself
+  // counts: the JIT's direct entry skips the checks that do not apply to a JIT-compiled pattern.
+  const auto* bytes = reinterpret_cast<PCRE2_SPTR>(text);
+  const int rc =
+      impl_->jit ? pcre2_jit_match(impl_->code, bytes, subject.length(),
+                                   static_cast<PCRE2_SIZE>(start), 0, impl_->match_data,
+                                   impl_->match_context)
+                 : pcre2_match(impl_->code, bytes, subject.length(), static_cast<PCRE2_SIZE>(start),
+                               0, impl_->match_data, impl_->match_context);
   // rc == 0 cannot happen with match data sized from the pattern; treat it as failure anyway.
   if (rc <= 0) return rc == 0 ? -1 : rc;
   impl_->subject = subject;
