@@ -43,11 +43,15 @@ apString apStringReaderUTF8::read_line(std::istream& stream, int& error) {
   bool at_start = first_line_;
   first_line_ = false;
   std::streambuf* buffer = stream.good() ? stream.rdbuf() : nullptr;
-  if (buffer) {
+  // The stream is asked where it stands only when the next byte could open a mark: asking a file
+  // stream costs a system call, which every line of a long file would pay otherwise.
+  const bool mark_ahead =
+      buffer && Traits::eq_int_type(buffer->sgetc(), Traits::to_int_type(kByteOrderMark[0]));
+  if (mark_ahead) {
     const std::streampos position = buffer->pubseekoff(0, std::ios_base::cur, std::ios_base::in);
     if (position != std::streampos(-1)) at_start = position == std::streampos(0);
   }
-  if (at_start && buffer) {
+  if (at_start && mark_ahead) {
     // Skip the byte-order mark; a partial one is no mark and its bytes stay in the line.
     std::size_t matched = 0;
     while (matched < kByteOrderMarkLength &&
