@@ -91,8 +91,12 @@ kptResultsExtractionStatus kptResultsDataExtractor::extract_data_from_cursor(
     const kptResultsFileParser parser(units, utObserverPtr<kptResultsFileParserCallback>(
                                                  utObserverPtr<kptResultsDataExtractor>(this)));
     // An unknown line is simply passed over; a report leaves the cursor on its last line, and the
-    // next step moves past it.
-    while (++cursor) static_cast<void>(parser.parse_next_object(cursor));
+    // next step moves past it. A cursor left on no line would wrap round to the first line and
+    // read the file forever, so that ends the reading whatever the parser did.
+    while (++cursor) {
+      static_cast<void>(parser.parse_next_object(cursor));
+      if (cursor.undefined()) break;
+    }
   }
   if (number_of_results() == 0 ||
       (number_of_results() == measured_paths_count() && number_of_points() == 0)) {
