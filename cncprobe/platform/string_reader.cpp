@@ -39,7 +39,8 @@ apStringReader::RawLine apStringReader::read_raw_line(std::istream& stream,
 }
 
 apString apStringReaderUTF8::read_line(std::istream& stream, int& error) {
-  std::string bytes;
+  std::string& bytes = bytes_;
+  bytes.clear();
   bool at_start = first_line_;
   first_line_ = false;
   std::streambuf* buffer = stream.good() ? stream.rdbuf() : nullptr;

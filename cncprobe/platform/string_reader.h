@@ -67,4 +67,5 @@ public:
 
 private:
   bool first_line_ = true;
+  std::string bytes_;  // the bytes of the line being read; its room is kept from line to line
 };

@@ -80,24 +80,32 @@ apString::apString(apStringUTF8, const char* text, int& error)
 
 apString::apString(apStringUTF8, std::string_view text, int& error) : valid_(true) {
   error = 0;
-  text_.reserve(text.size());
+  // Never more characters than bytes: write into room made once, then cut to the count.
+  text_.resize(text.size());
+  std::size_t count = 0;
   for (std::size_t i = 0; i < text.size();) {
-    char32_t c = 0;
-    if (decode_one(text, i, c)) {
-      text_ += static_cast<wchar_t>(c);
-    } else {
-      text_ += static_cast<wchar_t>(kReplacement);
+    const auto lead = static_cast<unsigned char>(text[i]);
+    char32_t c = lead;
+    if (lead < 0x80) {
+      ++i;  // ASCII, nearly every byte of a results file
+    } else if (!decode_one(text, i, c)) {
+      c = kReplacement;
       error = 1;
     }
+    text_[count++] = static_cast<wchar_t>(c);
   }
+  text_.resize(count);
 }
 
 std::string apString::utf8(int& error) const {
   error = 0;
-  std::string out;
-  out.reserve(text_.size());
-  for (const wchar_t w : text_) {
-    auto c = static_cast<char32_t>(w);
+  // The ASCII run at the front, usually the whole text, one byte per character.
+  std::size_t ascii = 0;
+  while (ascii < text_.size() && static_cast<char32_t>(text_[ascii]) < 0x80) ++ascii;
+  std::string out(ascii, '\0');
+  for (std::size_t i = 0; i < ascii; ++i) out[i] = static_cast<char>(text_[i]);
+  for (std::size_t i = ascii; i < text_.size(); ++i) {
+    auto c = static_cast<char32_t>(text_[i]);
     if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) {
       c = kReplacement;
       error = 1;
