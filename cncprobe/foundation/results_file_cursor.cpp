@@ -93,15 +93,18 @@ private:
 
   void keep(std::string_view bytes) {
     if (bytes.empty()) return;
-    utString line(bytes.data(), bytes.size());
     // Valid UTF-8, and plain ASCII above all, is the common case: test it without decoding.
-    if (apString::is_valid_utf8(bytes) || readable_in_c_locale(line)) {
-      lines_.insert_last(std::move(line));
+    if (apString::is_valid_utf8(bytes) ||
+        readable_in_c_locale(utString(bytes.data(), bytes.size()))) {
+      lines_.insert_last(arena_.make(bytes.data(), bytes.size()));
     }
   }
 
   utStringcoSList& lines_;
   std::string partial_;
+  // The lines of a file are made together and released together: a few hundred share one
+  // allocation.
+  utStringArena arena_;
 };
 }  // namespace
 

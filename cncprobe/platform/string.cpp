@@ -14,18 +14,37 @@ struct utRef::Rep {
   std::atomic<std::uint32_t> refs;
   std::uint32_t length;
   std::uint32_t capacity;
+  // 0 for a string allocated alone; otherwise how far behind it its arena block begins.
+  std::uint32_t block_offset;
   char* chars() noexcept { return reinterpret_cast<char*>(this + 1); }
 };
 
 namespace {
+// An arena block: a count of the strings alive in it (plus one while the arena still fills it),
+// then the strings, each a Rep followed by its characters and NUL.
+struct ArenaBlock {
+  std::atomic<std::uint32_t> live;
+};
+
 constexpr std::size_t kMaxLength = std::numeric_limits<std::uint32_t>::max() - 1;
-}
 
-utRef::utRef(const utRef& other) noexcept : rep_(other.rep_) {
-  if (rep_) rep_->refs.fetch_add(1, std::memory_order_relaxed);
-}
+// Blocks of 64 KiB: a few hundred lines each, so a line kept long after its file was read holds
+// little memory with it. A string too long to share a block is allocated alone.
+constexpr std::size_t kBlockSize = std::size_t{64} << 10;
+constexpr std::size_t kBlockHeader = 16;
+constexpr std::size_t kLongestInBlock = kBlockSize / 8;
+static_assert(kBlockHeader >= sizeof(ArenaBlock) && kBlockHeader % 8 == 0);
 
-utRef::utRef(utRef&& other) noexcept : rep_(other.rep_) { other.rep_ = nullptr; }
+void release_block(void* memory) noexcept {
+  auto* block = static_cast<ArenaBlock*>(memory);
+  if (block->live.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    block->~ArenaBlock();
+    ::operator delete(memory);
+  }
+}
+}  // namespace
+
+void utRef::add_ref() const noexcept { rep_->refs.fetch_add(1, std::memory_order_relaxed); }
 
 utRef& utRef::operator=(const utRef& other) noexcept {
   utRef copy(other);
@@ -33,26 +52,23 @@ utRef& utRef::operator=(const utRef& other) noexcept {
   return *this;
 }
 
-utRef& utRef::operator=(utRef&& other) noexcept {
-  if (this != &other) {
-    utRef old(std::move(*this));
-    rep_ = other.rep_;
-    other.rep_ = nullptr;
-  }
-  return *this;
-}
-
-utRef::~utRef() {
-  if (rep_ && rep_->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+void utRef::release() noexcept {
+  if (rep_->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    const std::uint32_t offset = rep_->block_offset;
+    char* const memory = reinterpret_cast<char*>(rep_);
     rep_->~Rep();
-    ::operator delete(rep_);
+    if (offset == 0) {
+      ::operator delete(memory);
+    } else {
+      release_block(memory - offset);
+    }
   }
 }
 
 utRef utRef::allocate(const char* bytes, std::uint32_t length, std::uint32_t capacity) {
   capacity = std::max(capacity, length);
   void* memory = ::operator new(sizeof(Rep) + std::size_t{capacity} + 1);
-  Rep* rep = new (memory) Rep{{1}, length, capacity};
+  Rep* rep = new (memory) Rep{{1}, length, capacity, 0};
   if (length) std::memcpy(rep->chars(), bytes, length);
   rep->chars()[length] = '\0';
   return utRef(rep);
@@ -208,4 +224,29 @@ int utString::extract_string(const char* delimiter, utString& piece) {
 bool utString::operator==(const utString& other) const noexcept {
   if (invalid() || other.invalid()) return invalid() == other.invalid();
   return view() == other.view();
+}
+
+utStringArena::~utStringArena() {
+  if (block_) release_block(block_);
+}
+
+utString utStringArena::make(const char* bytes, std::size_t length) {
+  if (length > kLongestInBlock) return utString(bytes, length);
+  // Each string starts on a multiple of 4, as its reference count needs.
+  const std::size_t size = (sizeof(utRef::Rep) + length + 1 + 3) & ~std::size_t{3};
+  if (!block_ || used_ + size > kBlockSize) {
+    void* memory = ::operator new(kBlockSize);
+    if (block_) release_block(block_);
+    block_ = new (memory) ArenaBlock{{1}};
+    used_ = kBlockHeader;
+  }
+  char* const at = static_cast<char*>(block_) + used_;
+  auto* rep = new (at) utRef::Rep{{1}, static_cast<std::uint32_t>(length),
+                                  static_cast<std::uint32_t>(length),
+                                  static_cast<std::uint32_t>(used_)};
+  if (length) std::memcpy(rep->chars(), bytes, length);
+  rep->chars()[length] = '\0';
+  static_cast<ArenaBlock*>(block_)->live.fetch_add(1, std::memory_order_relaxed);
+  used_ += size;
+  return utString(utRef(rep));
 }

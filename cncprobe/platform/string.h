@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "cncprobe/export.h"
 
@@ -25,11 +26,22 @@ inline constexpr utStringLit utStringLiteral{};
 class CNCPROBE_API utRef {
 public:
   utRef() noexcept = default;
-  utRef(const utRef& other) noexcept;
-  utRef(utRef&& other) noexcept;
+  utRef(const utRef& other) noexcept : rep_(other.rep_) {
+    if (rep_) add_ref();
+  }
+  // Moving and destroying an empty handle cost no call: lists of lines move their strings.
+  utRef(utRef&& other) noexcept : rep_(std::exchange(other.rep_, nullptr)) {}
   utRef& operator=(const utRef& other) noexcept;
-  utRef& operator=(utRef&& other) noexcept;
-  ~utRef();
+  utRef& operator=(utRef&& other) noexcept {
+    if (this != &other) {
+      utRef old(std::move(*this));
+      rep_ = std::exchange(other.rep_, nullptr);
+    }
+    return *this;
+  }
+  ~utRef() {
+    if (rep_) release();
+  }
 
   // A fresh, unshared array holding `length` bytes copied from `bytes` (which may be null when
   // length is 0) with room for at least `capacity` bytes plus the terminating NUL.
@@ -43,8 +55,11 @@ public:
   void set_length(std::uint32_t length) noexcept;  // also writes the terminating NUL
 
 private:
+  friend class utStringArena;
   struct Rep;
   explicit utRef(Rep* rep) noexcept : rep_(rep) {}
+  void add_ref() const noexcept;
+  void release() noexcept;  // gives up this handle's share; the last one frees the storage
   Rep* rep_ = nullptr;
 };
 
@@ -112,8 +127,29 @@ public:
   bool operator!=(const utString& other) const noexcept { return !(*this == other); }
 
 private:
+  friend class utStringArena;
+  explicit utString(utRef ref) noexcept : ref_(std::move(ref)) {}
   void append(const char* bytes, std::size_t length);
   void make_unique_valid();
 
   utRef ref_;
+};
+
+// Makes many strings that are made together and mostly released together, such as the lines of
+// one file, in shared blocks: one allocation per block instead of one per string. Each string is
+// an ordinary utString (copies share it, a change detaches it); a block is freed when the last
+// string in it is gone, so a string may outlive the arena. Not for use by two threads at once.
+class utStringArena {
+public:
+  utStringArena() noexcept = default;
+  ~utStringArena();
+  utStringArena(const utStringArena&) = delete;
+  utStringArena& operator=(const utStringArena&) = delete;
+
+  // A valid string of the given bytes, which may contain NUL bytes.
+  utString make(const char* bytes, std::size_t length);
+
+private:
+  void* block_ = nullptr;  // the block being filled
+  std::size_t used_ = 0;   // bytes of it in use
 };

@@ -102,3 +102,29 @@ TEST(String, ExtractStringSplitsAtTheDelimiter) {
   EXPECT_EQ(piece.view(), "1");
   EXPECT_EQ(trailing.extract_string(".", piece), 0) << "nothing is left after a trailing delimiter";
 }
+
+TEST(String, ArenaStringsOutliveTheArenaAndDetachOnChange) {
+  std::vector<utString> kept;
+  {
+    utStringArena arena;
+    for (int i = 0; i < 10000; ++i) {  // lines enough for many blocks
+      const std::string text = "G800 N" + std::to_string(i);
+      kept.push_back(arena.make(text.data(), text.size()));
+    }
+    const std::string long_line(100000, 'x');  // too long to share a block
+    kept.push_back(arena.make(long_line.data(), long_line.size()));
+    kept.push_back(arena.make("", 0));
+  }
+  // Release every other line, so that each block is freed by whichever line goes last.
+  for (std::size_t i = 0; i < 10000; i += 2) kept[i] = utString();
+  utString changed = kept[1];
+  changed << '!';
+  kept[3].convert(::tolower);
+  EXPECT_EQ(kept[1].view(), "G800 N1");
+  EXPECT_EQ(changed.view(), "G800 N1!");
+  EXPECT_EQ(kept[3].view(), "g800 n3");
+  EXPECT_EQ(kept[5].view(), "G800 N5") << "a change in place stays within its own line";
+  EXPECT_EQ(kept[9999].view(), "G800 N9999");
+  EXPECT_EQ(kept[10000].length(), 100000u);
+  EXPECT_TRUE(kept[10001].valid() && kept[10001].empty());
+}
