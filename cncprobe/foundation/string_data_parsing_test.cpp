@@ -73,11 +73,10 @@ std::vector<std::string> number_texts() {
 
 void expect_doubles_read_neutrally() {
   struct Case { const char* text; double value; };
+  // Fixed values, so that the atof reading below is itself held to them.
   const Case cases[] = {
-      {"12.5", 12.5}, {"- 12.5", -12.5}, {"+3", 3.0},   {"--5", -5.0},     {"12-3", -12.0},
-      {"1.5.2", 1.5}, {"", 0.0},         {"-", 0.0},    {"*", 0.0},        {"-*10", 0.0},
-      {"ABC", 0.0},   {"+ - 7", -7.0},   {"-.25", -0.25}, {"1e3", 1000.0}, {"3,5", 3.0},
-      {"0x1A", 0.0},  {"inf", 0.0},      {"-nan", 0.0},
+      {"- 12.5", -12.5}, {"+3", 3.0}, {"--5", -5.0}, {"12-3", -12.0}, {"1.5.2", 1.5}, {"", 0.0},
+      {"-", 0.0},        {"*", 0.0},  {"-*10", 0.0}, {"3,5", 3.0},    {"0x1A", 0.0},  {"-inf", 0.0},
   };
   const kptStringDataParsing parsing{kptUnits(kptUnitsMillimetres)};
   for (const Case& c : cases) {
