@@ -66,8 +66,10 @@ void utRef::release() noexcept {
 }
 
 utRef utRef::allocate(const char* bytes, std::uint32_t length, std::uint32_t capacity) {
-  capacity = std::max(capacity, length);
-  void* memory = ::operator new(sizeof(Rep) + std::size_t{capacity} + 1);
+  // Every allocator hands out multiples of 8 bytes: the bytes up to the next one are room too.
+  const std::size_t size = (sizeof(Rep) + std::size_t{std::max(capacity, length)} + 1 + 7) & ~std::size_t{7};
+  capacity = static_cast<std::uint32_t>(std::min(size - sizeof(Rep) - 1, kMaxLength));
+  void* memory = ::operator new(size);
   Rep* rep = new (memory) Rep{{1}, length, capacity, 0};
   if (length) std::memcpy(rep->chars(), bytes, length);
   rep->chars()[length] = '\0';
@@ -103,9 +105,12 @@ void utString::append(const char* bytes, std::size_t count) {
   const std::size_t old_length = length();
   if (count > kMaxLength - old_length) throw std::length_error("utString: text too long");
   const auto new_length = static_cast<std::uint32_t>(old_length + count);
-  if (ref_.null() || ref_.shared() || ref_.capacity() < new_length) {
-    // Grow geometrically so that byte-by-byte appends stay linear.
-    std::size_t capacity = old_length ? std::max<std::size_t>(new_length, old_length * 2) : new_length;
+  const bool outgrown = !ref_.null() && !ref_.shared() && ref_.capacity() < new_length;
+  if (ref_.null() || ref_.shared() || outgrown) {
+    // A string that outgrows its own storage grows geometrically, so that byte-by-byte appends
+    // stay linear. A new string, or a copy that detaches from shared storage (a point label made
+    // from its path's prefix), takes just what it holds: most are appended to once, if at all.
+    std::size_t capacity = outgrown ? std::max<std::size_t>(new_length, old_length * 2) : new_length;
     capacity = std::min(capacity, kMaxLength);
     utRef fresh = utRef::allocate(ref_.null() ? nullptr : ref_.data(),
                                   static_cast<std::uint32_t>(old_length),
