@@ -1,7 +1,9 @@
 // kptStringDataParsing: sign handling and locale-independent reading of captured number texts.
 #include "cncprobe/foundation/string_data_parsing.h"
 
+#include <cfloat>
 #include <charconv>
+#include <cstdint>
 #include <cstdlib>
 #include <string_view>
 #include <system_error>
@@ -20,26 +22,73 @@ bool only_decimal(const char* begin, const char* end) {
   }
   return true;
 }
+
+// The way almost every printed length looks: at most 15 digits around an optional point and no
+// exponent, such as 123.4567. Its digits as a whole number and that number's power of ten are
+// both exact doubles, so one division gives the correctly rounded value, the same one the C
+// library computes the long way. `used` is the length of the number. False, with nothing read,
+// for any other text.
+bool read_short_decimal(std::string_view text, double& value, std::size_t& used) noexcept {
+#if FLT_EVAL_METHOD != 0
+  return false;  // a wider intermediate would round twice
+#endif
+  static constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6, 1e7,
+                                            1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  const char* p = text.data();
+  const char* const end = p + text.size();
+  // Past 15 digits the whole number may wrap; it is then not used.
+  std::uint64_t digits = 0;
+  const char* const integer = p;
+  while (p != end && static_cast<unsigned char>(*p - '0') < 10) digits = digits * 10 + (*p++ - '0');
+  std::ptrdiff_t count = p - integer;
+  std::ptrdiff_t decimals = 0;
+  if (p != end && *p == '.') {
+    const char* const fraction = ++p;
+    while (p != end && static_cast<unsigned char>(*p - '0') < 10) digits = digits * 10 + (*p++ - '0');
+    decimals = p - fraction;
+    count += decimals;
+  }
+  // An exponent is left to the general reading; so is a text without digits (".").
+  if (count == 0 || count > 15 || (p != end && (*p == 'e' || *p == 'E'))) return false;
+  value = static_cast<double>(digits) / kPowersOfTen[decimals];
+  used = static_cast<std::size_t>(p - text.data());
+  return true;
+}
 }  // namespace
 
 double kptStringDataParsing::string_to_double(const utString& text) const {
+  // The number starts after the leading run of signs and blanks; any "-", in that run or
+  // anywhere behind it, makes it negative.
   const std::string_view whole = text.view();
-  const bool negative = whole.find('-') != std::string_view::npos;
-  const std::size_t first = whole.find_first_not_of("+- ");
-  const std::string_view rest =
-      first == std::string_view::npos ? std::string_view() : whole.substr(first);
+  std::size_t first = 0;
+  bool negative = false;
+  for (; first < whole.size(); ++first) {
+    const char c = whole[first];
+    if (c == '-') {
+      negative = true;
+    } else if (c != '+' && c != ' ') {
+      break;
+    }
+  }
+  const std::string_view rest = whole.substr(first);
+  const auto minus_in = [&](std::string_view part) {
+    return negative || part.find('-') != std::string_view::npos;
+  };
 
   // The common case, a digit or a decimal point after the signs: read the longest leading
-  // decimal number without building the working text. std::from_chars reads exactly the decimal
-  // forms the C library reads, correctly rounded and in no locale, so the value is the same.
+  // decimal number without building the working text. Both quick readings give exactly the
+  // correctly rounded value that the C library gives, and neither depends on a locale.
   if (!rest.empty() && ((rest.front() >= '0' && rest.front() <= '9') || rest.front() == '.')) {
     double value = 0.0;
+    std::size_t used = 0;
+    if (read_short_decimal(rest, value, used)) return minus_in(rest.substr(used)) ? -value : value;
     const auto result = std::from_chars(rest.data(), rest.data() + rest.size(), value,
                                         std::chars_format::general);
-    if (result.ec == std::errc()) return negative ? -value : value;
+    if (result.ec == std::errc()) return minus_in(rest) ? -value : value;
     if (result.ec == std::errc::invalid_argument) return 0.0;  // a lone "." is no number
     // Out of range: let the C library decide between an infinity and a denormal, as it would.
   }
+  negative = minus_in(rest);
 
   // Everything else goes the long way: the sign in front of the rest, read by the C library.
   // Alive until the number has been read: the host may have selected a decimal comma.
