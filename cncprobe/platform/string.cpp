@@ -10,15 +10,6 @@
 #include <new>
 #include <stdexcept>
 
-struct utRef::Rep {
-  std::atomic<std::uint32_t> refs;
-  std::uint32_t length;
-  std::uint32_t capacity;
-  // 0 for a string allocated alone; otherwise how far behind it its arena block begins.
-  std::uint32_t block_offset;
-  char* chars() noexcept { return reinterpret_cast<char*>(this + 1); }
-};
-
 namespace {
 // An arena block: a count of the strings alive in it (plus one while the arena still fills it),
 // then the strings, each a Rep followed by its characters and NUL.
@@ -76,16 +67,6 @@ utRef utRef::allocate(const char* bytes, std::uint32_t length, std::uint32_t cap
   return utRef(rep);
 }
 
-bool utRef::shared() const noexcept {
-  return rep_ && rep_->refs.load(std::memory_order_acquire) > 1;
-}
-char* utRef::data() const noexcept { return rep_->chars(); }
-std::uint32_t utRef::length() const noexcept { return rep_->length; }
-std::uint32_t utRef::capacity() const noexcept { return rep_->capacity; }
-void utRef::set_length(std::uint32_t length) noexcept {
-  rep_->length = length;
-  rep_->chars()[length] = '\0';
-}
 
 utString::utString(const char* text) {
   if (text) append(text, std::strlen(text));

@@ -10,6 +10,7 @@
 //   copy << ' ' << 42;             // copy detaches; line is unchanged
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -47,16 +48,29 @@ public:
   // length is 0) with room for at least `capacity` bytes plus the terminating NUL.
   static utRef allocate(const char* bytes, std::uint32_t length, std::uint32_t capacity);
 
+  // The accessors are inline: every look at a line's characters goes through them.
   bool null() const noexcept { return rep_ == nullptr; }
-  bool shared() const noexcept;
-  char* data() const noexcept;
-  std::uint32_t length() const noexcept;
-  std::uint32_t capacity() const noexcept;
-  void set_length(std::uint32_t length) noexcept;  // also writes the terminating NUL
+  bool shared() const noexcept { return rep_ && rep_->refs.load(std::memory_order_acquire) > 1; }
+  char* data() const noexcept { return rep_->chars(); }
+  std::uint32_t length() const noexcept { return rep_->length; }
+  std::uint32_t capacity() const noexcept { return rep_->capacity; }
+  // Also writes the terminating NUL.
+  void set_length(std::uint32_t length) noexcept {
+    rep_->length = length;
+    rep_->chars()[length] = '\0';
+  }
 
 private:
   friend class utStringArena;
-  struct Rep;
+  // The storage: the count of handles sharing it, then the characters and their NUL.
+  struct Rep {
+    std::atomic<std::uint32_t> refs;
+    std::uint32_t length;
+    std::uint32_t capacity;
+    // 0 for a string allocated alone; otherwise how far behind it its arena block begins.
+    std::uint32_t block_offset;
+    char* chars() noexcept { return reinterpret_cast<char*>(this + 1); }
+  };
   explicit utRef(Rep* rep) noexcept : rep_(rep) {}
   void add_ref() const noexcept;
   void release() noexcept;  // gives up this handle's share; the last one frees the storage
