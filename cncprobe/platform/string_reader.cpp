@@ -16,9 +16,15 @@ apStringReader::RawLine apStringReader::read_raw_line(std::istream& stream,
   const std::istream::sentry ready(stream, true);  // true: blanks are data, not skipped
   if (!ready) return RawLine::kNoLine;             // the sentry has set the fail flag
   std::streambuf* buffer = stream.rdbuf();
+  // Bytes gather in a small run and go to `bytes` a run at a time, not one by one.
+  char run[256];
+  std::size_t held = 0;
+  const std::size_t room = max_line_bytes() > bytes.size() ? max_line_bytes() - bytes.size() : 0;
+  std::size_t taken = 0;
   for (;;) {
     const Traits::int_type next = buffer->sbumpc();
     if (Traits::eq_int_type(next, Traits::eof())) {
+      bytes.append(run, held);
       if (bytes.empty()) {
         stream.setstate(std::ios_base::eofbit | std::ios_base::failbit);
         return RawLine::kNoLine;
@@ -28,13 +34,22 @@ apStringReader::RawLine apStringReader::read_raw_line(std::istream& stream,
       return RawLine::kLine;
     }
     const char byte = Traits::to_char_type(next);
-    if (byte == '\n') return RawLine::kLine;
-    if (byte == '\r') {
-      if (Traits::eq_int_type(buffer->sgetc(), Traits::to_int_type('\n'))) buffer->sbumpc();
+    if (byte == '\n' || byte == '\r') {
+      bytes.append(run, held);
+      if (byte == '\r' && Traits::eq_int_type(buffer->sgetc(), Traits::to_int_type('\n'))) {
+        buffer->sbumpc();
+      }
       return RawLine::kLine;
     }
-    if (bytes.size() >= max_line_bytes()) return RawLine::kTooLong;
-    bytes.push_back(byte);
+    if (taken++ == room) {
+      bytes.append(run, held);
+      return RawLine::kTooLong;
+    }
+    run[held++] = byte;
+    if (held == sizeof run) {
+      bytes.append(run, held);
+      held = 0;
+    }
   }
 }
 

@@ -100,10 +100,14 @@ apString::apString(apStringUTF8, std::string_view text, int& error) : valid_(tru
 std::string apString::utf8(int& error) const {
   error = 0;
   // The ASCII run at the front, usually the whole text, one byte per character.
+  std::string out(text_.size(), '\0');
   std::size_t ascii = 0;
-  while (ascii < text_.size() && static_cast<char32_t>(text_[ascii]) < 0x80) ++ascii;
-  std::string out(ascii, '\0');
-  for (std::size_t i = 0; i < ascii; ++i) out[i] = static_cast<char>(text_[i]);
+  for (; ascii < text_.size(); ++ascii) {
+    const auto c = static_cast<char32_t>(text_[ascii]);
+    if (c >= 0x80) break;
+    out[ascii] = static_cast<char>(c);
+  }
+  out.resize(ascii);
   for (std::size_t i = ascii; i < text_.size(); ++i) {
     auto c = static_cast<char32_t>(text_[i]);
     if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) {
