@@ -153,6 +153,7 @@ private:
 // one file, in shared blocks: one allocation per block instead of one per string. Each string is
 // an ordinary utString (copies share it, a change detaches it); a block is freed when the last
 // string in it is gone, so a string may outlive the arena. Not for use by two threads at once.
+// Internal to the library (the cursor's line storage); hosts cannot link against it.
 class utStringArena {
 public:
   utStringArena() noexcept = default;
