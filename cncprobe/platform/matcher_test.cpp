@@ -99,6 +99,9 @@ TEST(Matcher, LinearTimePatternFormsAgreeWithThePlainForms) {
        R"(^[\s\*]*RESULTSFILE[\s\*]++((?:.*[^\s\*])?)[\s\*]*$)", "RESULTSFILE", " *\ta."},
       {R"(^.*NAME[\s\*]+(.*?)[\s\*]*$)", R"(^.*NAME[\s\*]++((?:.*[^\s\*])?)[\s\*]*$)", "",
        " *aNAME"},
+      // Bytes that some builds of the library count as newlines: only a line feed is one here.
+      {R"(^.*NAME[\s\*]+(.*?)[\s\*]*$)", R"(^.*NAME[\s\*]++((?:.*[^\s\*])?)[\s\*]*$)", "NAME",
+       " *a\r\x85"},
       {R"(^N\/?\s+(.*?)\s*$)", R"(^N\/?\s++((?:.*\S)?)\s*$)", "N", " \ta/N"},
       // A position whose nominal is not zero: digits with at most one point and a digit 1 to 9
       // somewhere after the point or, without a point, anywhere; or a first digit of 1 to 9.
