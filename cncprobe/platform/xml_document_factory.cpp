@@ -343,6 +343,22 @@ private:
                     L" bytes, the most a document may have.");
   }
 
+  // Swaps the calling thread's generic error handler for one that drops every message.
+  class QuietGenericErrors {
+  public:
+    QuietGenericErrors() : handler_(xmlGenericError), context_(xmlGenericErrorContext) {
+      xmlSetGenericErrorFunc(nullptr, drop);
+    }
+    ~QuietGenericErrors() { xmlSetGenericErrorFunc(context_, handler_); }
+    QuietGenericErrors(const QuietGenericErrors&) = delete;
+    QuietGenericErrors& operator=(const QuietGenericErrors&) = delete;
+
+  private:
+    static void drop(void*, const char*, ...) {}
+    xmlGenericErrorFunc handler_;
+    void* context_;
+  };
+
   static std::shared_ptr<axmDocument> parse(const std::string& bytes, axmParseError& error) {
     xmlParserCtxtPtr ctxt = xmlCreateMemoryParserCtxt(bytes.data(), static_cast<int>(bytes.size()));
     if (!ctxt) {
@@ -363,7 +379,13 @@ private:
     xmlCtxtUseOptions(ctxt, XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
 
     t_loading_context = ctxt;
-    xmlParseDocument(ctxt);
+    {
+      // Some of libxml2's complaints (an encoding it cannot convert, for one) bypass the
+      // parser's own handlers and go to the thread's generic handler, which prints to stderr.
+      // A library prints nothing: silence it for this parse and give the host its own back.
+      const QuietGenericErrors quiet;
+      xmlParseDocument(ctxt);
+    }
     t_loading_context = nullptr;
 
     xmlDoc* doc = ctxt->myDoc;
