@@ -39,12 +39,15 @@ bool read_short_decimal(std::string_view text, double& value, std::size_t& used)
   // Past 15 digits the whole number may wrap; it is then not used.
   std::uint64_t digits = 0;
   const char* const integer = p;
-  while (p != end && static_cast<unsigned char>(*p - '0') < 10) digits = digits * 10 + (*p++ - '0');
+  const auto digit = [&end](const char* at) {
+    return at != end && static_cast<unsigned char>(*at - '0') < 10;
+  };
+  while (digit(p)) digits = digits * 10 + static_cast<std::uint64_t>(*p++ - '0');
   std::ptrdiff_t count = p - integer;
   std::ptrdiff_t decimals = 0;
   if (p != end && *p == '.') {
     const char* const fraction = ++p;
-    while (p != end && static_cast<unsigned char>(*p - '0') < 10) digits = digits * 10 + (*p++ - '0');
+    while (digit(p)) digits = digits * 10 + static_cast<std::uint64_t>(*p++ - '0');
     decimals = p - fraction;
     count += decimals;
   }

@@ -25,7 +25,8 @@ double read_with_atof(const std::string& text) {
   if (first != std::string::npos) working += text.substr(first);
   for (std::size_t i = 0; i < working.size(); ++i) {
     const char c = working[i];
-    if (((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')) && c != 'e' && c != 'E') working.resize(i);
+    const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+    if (letter && c != 'e' && c != 'E') working.resize(i);
   }
   return std::atof(working.c_str());
 }
@@ -53,7 +54,9 @@ std::vector<std::string> number_texts() {
   for (const char* sign : signs) {
     for (const char* mantissa : mantissas) {
       for (const char* exponent : exponents) {
-        for (const char* tail : tails) texts.push_back(std::string(sign) + mantissa + exponent + tail);
+        for (const char* tail : tails) {
+          texts.push_back(std::string(sign) + mantissa + exponent + tail);
+        }
       }
     }
   }

@@ -48,7 +48,8 @@ struct reMatcher::Impl {
   }
 };
 
-reMatcher::reMatcher(const utString& pattern) : pattern_(pattern), impl_(std::make_unique<Impl>()) {}
+reMatcher::reMatcher(const utString& pattern)
+    : pattern_(pattern), impl_(std::make_unique<Impl>()) {}
 
 reMatcher::~reMatcher() = default;
 

@@ -58,7 +58,8 @@ void utRef::release() noexcept {
 
 utRef utRef::allocate(const char* bytes, std::uint32_t length, std::uint32_t capacity) {
   // Every allocator hands out multiples of 8 bytes: the bytes up to the next one are room too.
-  const std::size_t size = (sizeof(Rep) + std::size_t{std::max(capacity, length)} + 1 + 7) & ~std::size_t{7};
+  const std::size_t wanted = sizeof(Rep) + std::size_t{std::max(capacity, length)} + 1;
+  const std::size_t size = (wanted + 7) & ~std::size_t{7};
   capacity = static_cast<std::uint32_t>(std::min(size - sizeof(Rep) - 1, kMaxLength));
   void* memory = ::operator new(size);
   Rep* rep = new (memory) Rep{{1}, length, capacity, 0};
@@ -91,7 +92,8 @@ void utString::append(const char* bytes, std::size_t count) {
     // A string that outgrows its own storage grows geometrically, so that byte-by-byte appends
     // stay linear. A new string, or a copy that detaches from shared storage (a point label made
     // from its path's prefix), takes just what it holds: most are appended to once, if at all.
-    std::size_t capacity = outgrown ? std::max<std::size_t>(new_length, old_length * 2) : new_length;
+    std::size_t capacity =
+        outgrown ? std::max<std::size_t>(new_length, old_length * 2) : new_length;
     capacity = std::min(capacity, kMaxLength);
     utRef fresh = utRef::allocate(ref_.null() ? nullptr : ref_.data(),
                                   static_cast<std::uint32_t>(old_length),
