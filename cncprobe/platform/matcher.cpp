@@ -63,8 +63,11 @@ int reMatcher::compile(int options, utString& error_text, int& error_offset) {
   // value tails of the parsers capture the same text in their plain and their linear forms.
   pcre2_compile_context* context = pcre2_compile_context_create(nullptr);
   if (context) pcre2_set_newline(context, PCRE2_NEWLINE_LF);
-  impl_->code = pcre2_compile(text, pattern_.length(), to_pcre2_options(options), &error_code,
-                              &offset, context);
+  // "." is any byte, a line feed included, and "$" is the end of the subject alone: a host may
+  // build a cursor from lines of its own, and those lines are matched as the file's would be.
+  const uint32_t always = PCRE2_DOTALL | PCRE2_DOLLAR_ENDONLY;
+  impl_->code = pcre2_compile(text, pattern_.length(), to_pcre2_options(options) | always,
+                              &error_code, &offset, context);
   if (context) pcre2_compile_context_free(context);
   if (!impl_->code) {
     PCRE2_UCHAR message[256];

@@ -6,6 +6,9 @@
 //   m.study(error, 0);              // JIT-compiles
 //   if (m.match(line, 0) == 2) use(m.get_substring(1));
 //
+// Patterns are Perl-compatible and case-sensitive; "." is any byte (a line feed included) and "$"
+// is the end of the subject only.
+//
 // A matcher keeps the subject and group offsets of its last match, so it serves one thread at a
 // time. Matching allocates nothing: the match data and the JIT stack are made once per matcher.
 #pragma once

@@ -30,6 +30,8 @@ TEST(Matcher, ResultIsOneMoreThanTheHighestGroupThatTookPart) {
       {R"(^(a)(b)(c)?)", "abx", 3},
       {R"(^(x)?y)", "y", 1},
       {R"(^(x)?(y))", "y", 3},
+      {R"(^.*START)", "A\nSTART", 1},  // "." is any byte
+      {R"(^X$)", "X\n", -1},           // "$" is the end of the subject only
   };
   for (const Case& c : cases) {
     EXPECT_EQ(compiled(c.pattern)->match(utString(c.subject), 0), c.result)
