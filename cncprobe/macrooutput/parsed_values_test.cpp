@@ -25,43 +25,30 @@ TEST(ParsedValues, OnlyBothNumbersAtTheMarkerMakeAValueInvalid) {
   EXPECT_FALSE(kptParsedAngle(giAngle(giAngleDegrees, 0.0), giAngle()).invalid());
 }
 
-TEST(ParsedValues, ASetterAlwaysMakesTheTolerancePresentAndResetRemovesIt) {
+TEST(ParsedValues, TolerancesFollowCopiesAndGoWithAssignmentAndReset) {
   kptParsedDimension d(10.0, 10.01);
-  EXPECT_FALSE(d.tolerance());
-  d.set_tolerance(0.0);
+  d.set_tolerance(0.0);  // a zero tolerance is still a tolerance
   ASSERT_TRUE(d.tolerance());
-  EXPECT_EQ(*d.tolerance(), 0.0);
   d = kptParsedDimension(1.0, 2.0);
   EXPECT_FALSE(d.tolerance()) << "assigning a value without tolerance removes it";
   d.set_tolerance(-1.0);
   d.reset();
-  EXPECT_TRUE(d.invalid());
-  EXPECT_FALSE(d.tolerance());
+  EXPECT_TRUE(d.invalid() && !d.tolerance());
 
   kptParsedPosition p(1.0, 1.1);
   p.set_true_position_tolerance(0.05);
-  const kptParsedPosition copy = p;
-  ASSERT_TRUE(copy.true_position_tolerance());
-  EXPECT_EQ(*copy.true_position_tolerance(), 0.05);
-
+  EXPECT_EQ(kptParsedPosition(p).true_position_tolerance(), 0.05);
   kptParsedCoordinate c(3.0);
   c.set_true_position_tolerance(0.1);
   c.reset();
-  EXPECT_TRUE(c.invalid());
-  EXPECT_FALSE(c.true_position_tolerance());
-}
+  EXPECT_TRUE(c.invalid() && !c.true_position_tolerance());
 
-TEST(ParsedValues, AngleToleranceTravelsWithCopiesAndTestsAsAPointer) {
   kptParsedAngle a(giAngle(giAngleDegrees, 30.0), giAngle(giAngleDegrees, 30.5));
-  EXPECT_EQ(static_cast<const void*>(a.tolerance()), nullptr);
   a.set_tolerance(giAngle(giAngleDegrees, 0.25));
-  kptParsedAngle copy(a);
-  ASSERT_NE(static_cast<const void*>(copy.tolerance()), nullptr);
-  EXPECT_EQ(copy.tolerance().value().degrees(), 0.25);
   kptParsedAngle assigned;
   assigned = a;
-  EXPECT_EQ(assigned.actual().degrees(), 30.5);
   ASSERT_NE(static_cast<const void*>(assigned.tolerance()), nullptr);
+  EXPECT_EQ(assigned.tolerance().value().degrees(), 0.25);
   assigned.reset();
   EXPECT_TRUE(assigned.invalid());
   EXPECT_EQ(static_cast<const void*>(assigned.tolerance()), nullptr);

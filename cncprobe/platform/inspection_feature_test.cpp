@@ -60,21 +60,3 @@ TEST(InspectionFeature, KindMatchesTheClassTree) {
   }
 }
 
-TEST(InspectionFeature, TolerancesStayAbsentUntilSet) {
-  mtrCircleFeature c(1, kPrint, circle(4), circle(4.01));
-  EXPECT_EQ(c.nominal().radius().value(), 4);
-  EXPECT_EQ(c.actual().radius().value(), 4.01);
-  EXPECT_FALSE(c.diameter_tolerance());
-  c.set_true_position_tolerance(0.0);  // a zero tolerance is still a tolerance
-  EXPECT_FALSE(c.diameter_tolerance());
-  EXPECT_EQ(c.true_position_tolerance(), 0.0);
-
-  mtrAngleSurfaceFeature a(1, kPrint, giPlane(kZ, giPoint3(0, 0, -3)), kX,
-                           giAngle(giAngleDegrees, 30), giAngle(giAngleDegrees, 30.2));
-  EXPECT_EQ(a.reference_plane().point(), giPoint3(0, 0, -3));
-  EXPECT_EQ(a.actual().degrees(), 30.2);
-  EXPECT_FALSE(a.angular_tolerance());
-  a.set_angular_tolerance(giAngle(giAngleDegrees, 0.5));
-  ASSERT_TRUE(a.angular_tolerance());
-  EXPECT_EQ(a.angular_tolerance()->degrees(), 0.5);
-}

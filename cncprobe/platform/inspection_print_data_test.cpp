@@ -23,19 +23,8 @@ TEST(InspectionPrintData, SameFeatureOnlyForSameFormAndValues) {
                                    << c.b.component_number() << "/" << c.b.feature_number();
     EXPECT_EQ(c.b == c.a, c.equal);
   }
+  mtrInspectionPrintData numbered(3, 12u);
+  numbered.set_invalid();
+  EXPECT_EQ(numbered, invalid);
 }
 
-TEST(InspectionPrintData, ReadsBackAndBecomesInvalid) {
-  EXPECT_TRUE(mtrInspectionPrintData().invalid());
-  mtrInspectionPrintData numbered(3, 12u);
-  EXPECT_FALSE(numbered.invalid());
-  EXPECT_EQ(numbered.component_number(), 3u);
-  EXPECT_EQ(numbered.feature_number(), 12u);
-  const mtrInspectionPrintData named(7, utString("SLOT A"));
-  EXPECT_EQ(named.form(), mtrInspectionPrintData::kFeatureName);
-  EXPECT_EQ(named.feature_number(), 7u);
-  EXPECT_EQ(named.feature_name(), utString("SLOT A"));
-  numbered.set_invalid();
-  EXPECT_TRUE(numbered.invalid());
-  EXPECT_EQ(numbered, mtrInspectionPrintData());
-}

@@ -47,7 +47,7 @@ TEST(Iterator, WalksThroughTheUndefinedPosition) {
   }
 }
 
-TEST(Iterator, CopiesMoveIndependently) {
+TEST(Iterator, CopiesMoveIndependentlyAndResetRestarts) {
   const List list = make_list({1, 2, 3});
   itIterator<std::shared_ptr<int>> first = itIterators::make_iter(list);
   ++first;
@@ -57,22 +57,10 @@ TEST(Iterator, CopiesMoveIndependently) {
   first = second;
   EXPECT_EQ(walk(first, 2), "-1");
   EXPECT_EQ(*second(), 3);
+  first.reset();
+  EXPECT_TRUE(first.undefined());
+  EXPECT_EQ(walk(first, 1), "1");
+  itIterator<std::shared_ptr<int>> empty;
+  EXPECT_EQ(walk(empty, 2), "--");
 }
 
-TEST(Iterator, ResetReturnsToTheUndefinedPosition) {
-  const List list = make_list({1, 2});
-  itIterator<std::shared_ptr<int>> it = itIterators::make_iter(list);
-  ++it;
-  ++it;
-  it.reset();
-  EXPECT_TRUE(it.undefined());
-  EXPECT_EQ(walk(it, 1), "1");
-}
-
-TEST(Iterator, EmptyHandleIsAnEmptySequence) {
-  itIterator<std::shared_ptr<int>> it;
-  itIterator<std::shared_ptr<int>> copy = it;
-  EXPECT_EQ(walk(copy, 2), "--");
-  it.reset();
-  EXPECT_TRUE(it.undefined());
-}
