@@ -1,14 +1,5 @@
 // Test-only: a receiver of parser events that writes every event down as one readable line.
 //
-// Tests compare the recorded lines with the lines they expect, so a table row can name the events
-// a results-file line must fire:
-//
-//   RecordingCallback receiver;
-//   kptResultsFileParser parser(kptUnits(),
-//                               utObserverPtr<kptResultsFileParserCallback>(&receiver));
-//   ... parse ...
-//   EXPECT_EQ(receiver.events, (std::vector<std::string>{"toolpath_instance 12 3"}));
-//
 // Numbers are printed with ten significant digits; magnitudes below 1e-10 print as 0, so rounding
 // noise of unit conversions and rotations does not show. A value that is not set prints "unset",
 // an absent optional "-". Never included by library code.
@@ -28,17 +19,8 @@
 
 class RecordingCallback : public kptResultsFileParserCallback {
 public:
-  RecordingCallback() = default;
-  // A receiver that sets `*destroyed` to true when its destructor runs.
-  explicit RecordingCallback(bool* destroyed) : destroyed_(destroyed) {}
-  ~RecordingCallback() override {
-    if (destroyed_ != nullptr) *destroyed_ = true;
-  }
-
   // One line per event, in the order the events arrived.
   std::vector<std::string> events;
-  // The workplanes of on_workplane and on_cad_workplane, in order, for checks beyond ten digits.
-  std::vector<giWorkplane3> workplanes;
 
   // A number as the event lines print it.
   static std::string number(double value) {
@@ -95,11 +77,9 @@ private:
   void on_start() override { events.push_back("start"); }
   void on_end() override { events.push_back("end"); }
   void on_workplane(const giWorkplane3& w) override {
-    workplanes.push_back(w);
     events.push_back("workplane " + workplane(w));
   }
   void on_cad_workplane(const giWorkplane3& w) override {
-    workplanes.push_back(w);
     events.push_back("cad_workplane " + workplane(w));
   }
   void on_nominal_point(const giPoint3& p, const giVector3& direction, double o, double u,
@@ -165,6 +145,4 @@ private:
                      " " + number(angle.actual().stored_value()) + " tol " +
                      (tolerance ? number(tolerance.value().degrees()) : "-"));
   }
-
-  bool* destroyed_ = nullptr;
 };
