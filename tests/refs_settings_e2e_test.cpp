@@ -35,71 +35,46 @@ TEST(RefsJson, FoundEmptyAndMissingReferences) {
       json::parse(R"({"text": null, "major": 0, "minor": 0, "build": 0, "unversioned": true})"));
 }
 
+json settings(int version, const char* units, double proximity, double confetti, int linear,
+              int angular, int unitless, const char* label) {
+  return {{"version", version}, {"input_units", units}, {"proximity_criteria_mm", proximity},
+          {"confetti_diameter_mm", confetti}, {"linear_precision", linear},
+          {"angular_precision", angular}, {"unitless_precision", unitless},
+          {"surface_point_label", label}};
+}
+
 TEST(SettingsJson, OutcomeAndSettingsAfterTheCall) {
-  const json defaults = {{"version", 0},
-                         {"input_units", "mm"},
-                         {"proximity_criteria_mm", 0.8},
-                         {"confetti_diameter_mm", 4.0},
-                         {"linear_precision", 3},
-                         {"angular_precision", 3},
-                         {"unitless_precision", 5},
-                         {"surface_point_label", "Surface Point "}};
-  json defaults_in = defaults;
-  defaults_in["input_units"] = "in";
   const std::string refused =
       "There are invalid inspection settings. The diameter setting should be a positive rational "
       "number.";
   const struct {
     const char* file;
     const char* units;
-    int exit_code;
-    int code;
+    int exit_code, code;
     const char* name;
     std::string message;
     json settings;
   } cases[] = {
-      {"bracket_settings.xml",
-       "mm",
-       0,
-       0,
-       "success",
+      {"bracket_settings.xml", "mm", 0, 0, "success",
        "The inspection settings file was parsed successfully.",
-       {{"version", 1},
-        {"input_units", "mm"},
-        {"proximity_criteria_mm", 0.5},
-        {"confetti_diameter_mm", 3.0},
-        {"linear_precision", 4},
-        {"angular_precision", 2},
-        {"unitless_precision", 6},
-        {"surface_point_label", "Probe Point"}}},
-      {"settings_newer_version.xml",
-       "mm",
-       0,
-       1,
-       "newer_version",
+       settings(1, "mm", 0.5, 3.0, 4, 2, 6, "Probe Point")},
+      {"settings_newer_version.xml", "mm", 0, 1, "newer_version",
        "The inspection settings file was parsed successfully, but the version was newer than "
        "supported.",
-       {{"version", 2},
-        {"input_units", "in"},
-        {"proximity_criteria_mm", 0.02 * 25.4},
-        {"confetti_diameter_mm", 0.125 * 25.4},
-        {"linear_precision", 5},
-        {"angular_precision", 3},
-        {"unitless_precision", 5},
-        {"surface_point_label", "Surface Point "}}},
-      {"settings_invalid.xml", "mm", 1, 5, "invalid_settings", refused, defaults},
+       settings(2, "in", 0.02 * 25.4, 0.125 * 25.4, 5, 3, 5, "Surface Point ")},
+      {"settings_invalid.xml", "mm", 1, 5, "invalid_settings", refused,
+       settings(0, "mm", 0.8, 4.0, 3, 3, 5, "Surface Point ")},
       // Refused: the settings keep the units they started from, which --units chose.
-      {"settings_invalid.xml", "in", 1, 5, "invalid_settings", refused, defaults_in},
+      {"settings_invalid.xml", "in", 1, 5, "invalid_settings", refused,
+       settings(0, "in", 0.8, 4.0, 3, 3, 5, "Surface Point ")},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.file) + " " + c.units);
     const ToolRun run =
         run_tool({"settings", example(c.file), "--units", c.units, "--format", "json"});
     EXPECT_EQ(run.exit_code, c.exit_code);
-    EXPECT_EQ(parse_json(run), json({{"file", example(c.file)},
-                                     {"code", c.code},
-                                     {"name", c.name},
-                                     {"message", c.message},
+    EXPECT_EQ(parse_json(run), json({{"file", example(c.file)}, {"code", c.code},
+                                     {"name", c.name}, {"message", c.message},
                                      {"settings", c.settings}}));
   }
 }

@@ -1,77 +1,46 @@
 // Child-process runner for the end-to-end tests of the cncprobe tool.
 #include "tests/tool_runner.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
+#include <stdlib.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
-#include <thread>
-
-extern char** environ;
 
 namespace e2e {
-
 namespace {
-
 std::string read_file(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
   std::ostringstream text;
-  text << in.rdbuf();
+  text << std::ifstream(path, std::ios::binary).rdbuf();
   return text.str();
 }
-
+// `text` as one shell word.
+std::string quoted(const std::string& text) {
+  std::string word = "'";
+  for (const char c : text) word += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return word + "'";
+}
 }  // namespace
 
 ToolRun run_tool(const std::vector<std::string>& args, const std::string& stdout_path,
                  int timeout_seconds) {
   TempDir capture;
-  const std::string out_path =
-      stdout_path.empty() ? (capture.path() / "out").string() : stdout_path;
-  const std::string err_path = (capture.path() / "err").string();
-
-  std::vector<std::string> argv_text{CNCPROBE_TOOL_PATH};
-  argv_text.insert(argv_text.end(), args.begin(), args.end());
-  std::vector<char*> argv;
-  for (std::string& arg : argv_text) argv.push_back(arg.data());
-  argv.push_back(nullptr);
-
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 1, out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                   0600);
-  posix_spawn_file_actions_addopen(&actions, 2, err_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                   0600);
-  pid_t pid = 0;
-  const int spawned = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
+  const std::string out = stdout_path.empty() ? (capture.path() / "out").string() : stdout_path;
+  const std::string err = (capture.path() / "err").string();
+  // timeout(1) kills a hanging tool with SIGKILL and then exits with 137.
+  std::string command = "timeout -s KILL " + std::to_string(timeout_seconds) + " " +
+                        quoted(CNCPROBE_TOOL_PATH);
+  for (const std::string& arg : args) command += " " + quoted(arg);
+  command += " </dev/null >" + quoted(out) + " 2>" + quoted(err);
+  const int status = std::system(command.c_str());
   ToolRun run;
-  if (spawned != 0) {
-    ADD_FAILURE() << "cannot start " << argv[0];
-    return run;
-  }
-
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(timeout_seconds);
-  int status = 0;
-  while (waitpid(pid, &status, WNOHANG) == 0) {
-    if (std::chrono::steady_clock::now() > deadline) {
-      kill(pid, SIGKILL);
-      waitpid(pid, &status, 0);
-      run.timed_out = true;
-      break;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  if (!run.timed_out && WIFEXITED(status)) run.exit_code = WEXITSTATUS(status);
-  if (stdout_path.empty()) run.out = read_file(out_path);
-  run.err = read_file(err_path);
+  const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  run.timed_out = code == 137;
+  run.exit_code = code > 128 ? -1 : code;
+  if (stdout_path.empty()) run.out = read_file(out);
+  run.err = read_file(err);
   return run;
 }
 
@@ -96,16 +65,10 @@ TempDir::~TempDir() {
 }
 
 std::string TempDir::write(const std::string& name, const std::string& content) const {
-  const std::filesystem::path file = path_ / name;
-  std::ofstream(file, std::ios::binary) << content;
-  return file.string();
+  std::ofstream(path_ / name, std::ios::binary) << content;
+  return (path_ / name).string();
 }
 
-std::string example(const std::string& name) {
-  return std::string(CNCPROBE_EXAMPLES_DIR) + "/" + name;
-}
-std::string test_data(const std::string& name) {
-  return std::string(CNCPROBE_TEST_DATA_DIR) + "/" + name;
-}
-
+std::string example(const std::string& name) { return CNCPROBE_EXAMPLES_DIR "/" + name; }
+std::string test_data(const std::string& name) { return CNCPROBE_TEST_DATA_DIR "/" + name; }
 }  // namespace e2e

@@ -15,14 +15,12 @@ struct ToolRun {
   std::string err;
 };
 
-// Runs the tool with `args`, standard input from /dev/null. Standard output goes to `stdout_path`
-// when it is given (for example /dev/full). A run that takes longer than `timeout_seconds` is
-// killed and reported as timed out, so a tool that hangs fails its test instead of stalling it.
+// Runs the tool with `args`, standard input from /dev/null, standard output to `stdout_path` when
+// given (e.g. /dev/full). A run longer than `timeout_seconds` is killed and reported as timed out.
 ToolRun run_tool(const std::vector<std::string>& args, const std::string& stdout_path = "",
                  int timeout_seconds = 120);
 
-// The tool's standard output parsed as one JSON document; a test failure (and null) when it is
-// not one.
+// The standard output as one JSON document; a test failure (and null) when it is not one.
 nlohmann::json parse_json(const ToolRun& run);
 
 // A fresh directory under the system's temporary directory, removed with everything in it.
@@ -34,7 +32,7 @@ class TempDir {
   TempDir& operator=(const TempDir&) = delete;
 
   const std::filesystem::path& path() const { return path_; }
-  // Writes `content` to the file `name` in the directory and returns its path.
+  // Writes `content` to the file `name` in the directory; returns its path.
   std::string write(const std::string& name, const std::string& content) const;
 
  private:
