@@ -68,7 +68,6 @@ TEST_F(SettingsReader, RefusedFilesReportOnlyTheFirstProblemAndChangeNothing) {
   struct Case { const char* body; const wchar_t* custom; };
   const Case cases[] = {
       {"<s version='0'><units>INCHES</units></s>", version},
-      {"<s version='-1'/>", version},
       {"<s version='abc'/>", version},
       {"<s version='2'><confetti><diameter>0</diameter></confetti><units>INCHES</units></s>", units},
       {"<s><units>Metric</units></s>", units},
@@ -105,7 +104,6 @@ TEST_F(SettingsReader, AcceptedFilesCommitEveryValueTheyNameInTheUnitsInForce) {
       {"<s version='2'><units>imperial</units><projection><proximity_criteria>0</proximity_criteria>"
        "</projection></s>", kptUnitsMillimetres, "v2 u1 p0 d4 3/3/5 'Surface Point '"},
       {"<s><units>metric</units></s>", kptUnitsInches, "v1 u0 p0.8 d4 3/3/5 'Surface Point '"},
-      {"<s><units>millimetres</units></s>", kptUnitsInches, "v1 u0 p0.8 d4 3/3/5 'Surface Point '"},
       {"<s><units>in</units><units>x</units></s>", kptUnitsMillimetres, "v1 u1 p0.8 d4 3/3/5 'Surface Point '"},
       {"<s>\n <data>\n  <precision><unitless_digits>\n 9\n </unitless_digits></precision>\n"
        "  <labels><surface_point_label/></labels>\n </data>\n</s>\n",
