@@ -7,40 +7,25 @@
 
 using namespace extraction_test;
 
+// clang-format off
 TEST(OutputTransformation, MapsThroughOutputThenCad) {
-  struct Case {
-    const char* what;
-    giWorkplane3 output;
-    giWorkplane3 cad;
-    giPoint3 point;
-    const char* expected;  // the point, then the same coordinates taken as a vector
-  };
-  const giWorkplane3 world(giWorkplaneWorld);
+  // expected: the point, then the same coordinates taken as a vector
+  struct Case { giWorkplane3 output, cad; giPoint3 point; const char* expected; };
   const Case cases[] = {
-      {"both world", world, world, {1, 2, 3}, "(1 2 3) (1 2 3)"},
-      {"both moved", workplane(0, 0, 50), workplane(100, 0, 0), {1, 2, 3}, "(101 2 53) (1 2 3)"},
+      {giWorkplane3(giWorkplaneWorld), giWorkplane3(giWorkplaneWorld), {1, 2, 3}, "(1 2 3) (1 2 3)"},
+      {workplane(0, 0, 50), workplane(100, 0, 0), {1, 2, 3}, "(101 2 53) (1 2 3)"},
       // The output frame acts first; the other order would give (-91 0 0).
-      {"output turned half about Z",
-       workplane(10, 0, 0, 0, 0, 180),
-       workplane(100, 0, 0),
-       {1, 0, 0},
-       "(109 0 0) (-1 0 0)"},
-      {"odd turns and moves",
-       workplane(3, -4, 12.5, 0, 0, 30),
-       workplane(250, -80, 33, 0, 90),
-       {2, 0, 1},
-       "(263.5 -83 28.26794919) (1 1 -1.732050808)"},
+      {workplane(10, 0, 0, 0, 0, 180), workplane(100, 0, 0), {1, 0, 0}, "(109 0 0) (-1 0 0)"},
+      {workplane(3, -4, 12.5, 0, 0, 30), workplane(250, -80, 33, 0, 90), {2, 0, 1}, "(263.5 -83 28.26794919) (1 1 -1.732050808)"},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
     kptOutputTransformation t;
     t.set_output_workplane(c.output);
     t.set_cad_workplane(c.cad);
-    EXPECT_EQ(str(t.local_to_cad(c.point)) + " " +
-                  str(t.local_to_cad(giVector3(c.point.x(), c.point.y(), c.point.z()))),
-              c.expected);
+    EXPECT_EQ(str(t.local_to_cad(c.point)) + " " + str(t.local_to_cad(giVector3(c.point.x(), c.point.y(), c.point.z()))), c.expected);
   }
 }
+// clang-format on
 
 TEST(OutputTransformation, ResetAndReplacementForgetEarlierWorkplanes) {
   kptOutputTransformation t;

@@ -41,47 +41,29 @@ class CursorExtractor : public kptResultsDataExtractor {
 
 }  // namespace
 
-TEST(ResultsDataExtractorFile, RecordFilesEndInTheirStatus) {
+// clang-format off
+TEST(ResultsDataExtractorFile, FilesEndInTheirStatusUnderTheConflictRules) {
   const FileCase cases[] = {
       {"missing_end.res", kptUnitsMillimetres, kptExtractionMissingEnd, "path 0 M"},
       {"no_points.res", kptUnitsMillimetres, kptExtractionNoResults, ""},
       {"no_such_file.res", kptUnitsMillimetres, kptExtractionNoResults, ""},
       // Output workplane at 10 in, turned half about Z; CAD workplane at (1, 2, 3) in.
-      {"inch_points.res",
-       kptUnitsInches,
-       kptExtractionSuccess,
-       "path 3 M",
-       {"Path 3: Inspection Point 1 (254 50.8 76.2) (-1 0 0) 0.254 0.1016 -0.1016 "
-        "(253.9746 50.8 76.2) 3.175"}},
-  };
-  for (const FileCase& c : cases) check(c);
-}
-
-TEST(ResultsDataExtractorFile, ReportFilesFollowTheConflictRules) {
-  const FileCase cases[] = {
+      {"inch_points.res", kptUnitsInches, kptExtractionSuccess, "path 3 M",
+       {"Path 3: Inspection Point 1 (254 50.8 76.2) (-1 0 0) 0.254 0.1016 -0.1016 (253.9746 50.8 76.2) 3.175"}},
       // Output workplane turned a quarter about X and raised by 50, CAD workplane turned a
       // quarter about Z and moved by 100; TOOLPATHID 13 puts both back to world.
-      {"worked_example.res",
-       kptUnitsMillimetres,
-       kptExtractionSuccess,
-       "path 12(3) M; circle 13",
+      {"worked_example.res", kptUnitsMillimetres, kptExtractionSuccess, "path 12(3) M; circle 13",
        {"Path 12 (3): Inspection Point 1 (103 1 52) (1 0 0) 0 0.1 -0.1 (102.998 1.002 52) 2.5",
         "(10 20 0) (0 0 1) 12.5 | (10.004 19.998 0) 12.506 | 0.05 0.1"}},
-      {"report_after_own_points.res", kptUnitsMillimetres, kptExtractionResultConflict,
-       "path 12(3) M"},
-      {"same_report_twice.res",
-       kptUnitsMillimetres,
-       kptExtractionResultConflict,
-       "circle 20",
+      {"report_after_own_points.res", kptUnitsMillimetres, kptExtractionResultConflict, "path 12(3) M"},
+      {"same_report_twice.res", kptUnitsMillimetres, kptExtractionResultConflict, "circle 20",
        {"(0 0 -5) (0 0 1) 4 | (0.003 -0.002 -5) 4.005 | - -"}},
-      {"inch_circle.res",
-       kptUnitsInches,
-       kptExtractionSuccess,
-       "circle 30",
+      {"inch_circle.res", kptUnitsInches, kptExtractionSuccess, "circle 30",
        {"(50.8 -25.4 -12.7) (0 0 1) 12.7 | (50.8254 -25.4 -12.7) 12.7127 | 0.0508 0.1016"}},
   };
   for (const FileCase& c : cases) check(c);
 }
+// clang-format on
 
 TEST(ResultsDataExtractorFile, KeepsTheResultsFileNameAndTheReportIdentity) {
   kptResultsDataExtractor extractor;
@@ -123,16 +105,12 @@ TEST(ResultsDataExtractorFile, EveryExtractionForgetsTheOneBefore) {
                 kptUnits()),
             kptExtractionMissingEnd);
   EXPECT_EQ(extractor.resultsfile_name(), utString("RUN1.TXT"));
-  const std::initializer_list<utString> circle_run = {"START",
-                                                      "COMPONENT NO 1 FEATURE NO 4",
-                                                      "SIZE D 8.000 ACTUAL 8.010 DEV 0.010",
-                                                      "POSN X 1.000 ACTUAL 1.000 DEV 0.000",
-                                                      "POSN Y 2.000 ACTUAL 2.000 DEV 0.000",
-                                                      "END"};
-  EXPECT_EQ(extractor.extract_data_from_cursor(circle_run, kptUnits()), kptExtractionSuccess);
+  EXPECT_EQ(extractor.extract_data_from_cursor(
+                {"START", "COMPONENT NO 1 FEATURE NO 4", "SIZE D 8.000 ACTUAL 8.010 DEV 0.010",
+                 "POSN X 1.000 ACTUAL 1.000 DEV 0.000", "POSN Y 2.000 ACTUAL 2.000 DEV 0.000", "END"},
+                kptUnits()),
+            kptExtractionSuccess);
   EXPECT_EQ(summary(extractor), "circle 0");
-  EXPECT_EQ(details(extractor),
-            std::vector<std::string>{"(1 2 0) (0 0 1) 4 | (1 2 0) 4.005 | - -"});
-  EXPECT_EQ(extractor.resultsfile_name(), utString(""));
-  EXPECT_TRUE(extractor.resultsfile_name().valid());
+  EXPECT_EQ(details(extractor), std::vector<std::string>{"(1 2 0) (0 0 1) 4 | (1 2 0) 4.005 | - -"});
+  EXPECT_TRUE(extractor.resultsfile_name().valid() && extractor.resultsfile_name().empty());
 }

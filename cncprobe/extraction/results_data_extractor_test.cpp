@@ -27,66 +27,39 @@ void check(const Case& c) {
 }  // namespace
 
 // clang-format off
-TEST(ResultsDataExtractor, PairsPointsStrictlyInSequence) {
-  const Case cases[] = {
+TEST(ResultsDataExtractor, PairsPointsInSequenceWithinTheRun) {
+  for (const Case& c : std::initializer_list<Case>{
       {{start(), nominal(), measured(), end()}, kptExtractionSuccess, "path 0 M"},
       {{start(), nominal(), nominal(), measured()}, kptExtractionUnmeasuredNominalPoint, "path 0 UM"},
-      {{start(), measured()}, kptExtractionUnmatchedMeasuredPoint, ""},
       {{start(), nominal(), measured(), measured()}, kptExtractionUnmatchedMeasuredPoint, "path 0 M"},
-      // The latest problem wins.
-      {{start(), measured(), nominal(), nominal()}, kptExtractionUnmeasuredNominalPoint, "path 0 UU"},
-  };
-  for (const Case& c : cases) check(c);
-}
-
-TEST(ResultsDataExtractor, KeepsTheRunAndTheToolpathContext) {
-  const Case cases[] = {
+      {{start(), measured(), nominal(), nominal()}, kptExtractionUnmeasuredNominalPoint, "path 0 UU"},  // the latest problem wins
       {{nominal()}, kptExtractionOutsideStartEnd, ""},
       {{start(), nominal(), measured(), end(), nominal()}, kptExtractionOutsideStartEnd, "path 0 M"},
       {{toolpath(5)}, kptExtractionOutsideStartEnd, ""},
       {{output_plane(workplane(1, 0, 0))}, kptExtractionOutsideStartEnd, ""},
       {{cad_plane(workplane(1, 0, 0))}, kptExtractionOutsideStartEnd, ""},
+      {{start(), end(), circle()}, kptExtractionOutsideStartEnd, ""},
       // A second START discards the first run's points but keeps the toolpath context.
-      {{start(), toolpath(12, 3), nominal(), measured(), start(), nominal(), measured()},
-       kptExtractionMultipleStarts, "path 12(3) M"},
-  };
-  for (const Case& c : cases) check(c);
+      {{start(), toolpath(12, 3), nominal(), measured(), start(), nominal(), measured()}, kptExtractionMultipleStarts, "path 12(3) M"},
+  }) check(c);
 }
 
-TEST(ResultsDataExtractor, DecidesBetweenNewCurrentAndConflictingPaths) {
-  const Case cases[] = {
-      {{start(), toolpath(12, 1), nominal(), measured(), toolpath(12, 2), nominal(), measured()},
-       kptExtractionSuccess, "path 12(1) M; path 12(2) M"},
-      {{start(), toolpath(12), nominal(), measured(), toolpath(12, 0), nominal()},
-       kptExtractionSuccess, "path 12 M; path 12(0) U"},
-      {{start(), toolpath(12, 1), nominal(), toolpath(12, 2), measured()},
-       kptExtractionResultConflict, "path 12(1) U"},
-      {{start(), toolpath(12, 1), nominal(), measured(), toolpath(13), nominal(), measured(),
-        toolpath(12, 1), nominal()}, kptExtractionSuccess, "path 12(1) M; path 13 M; path 12(1) U"},
+TEST(ResultsDataExtractor, DecidesBetweenNewCurrentAndConflictingResults) {
+  for (const Case& c : std::initializer_list<Case>{
+      {{start(), toolpath(12, 1), nominal(), measured(), toolpath(12, 2), nominal(), measured()}, kptExtractionSuccess, "path 12(1) M; path 12(2) M"},
+      {{start(), toolpath(12), nominal(), measured(), toolpath(12, 0), nominal()}, kptExtractionSuccess, "path 12 M; path 12(0) U"},
+      {{start(), toolpath(12, 1), nominal(), toolpath(12, 2), measured()}, kptExtractionResultConflict, "path 12(1) U"},
+      {{start(), toolpath(12, 1), nominal(), measured(), toolpath(13), nominal(), measured(), toolpath(12, 1), nominal()}, kptExtractionSuccess, "path 12(1) M; path 13 M; path 12(1) U"},
       // Points may not follow a feature of their toolpath...
       {{start(), toolpath(12), circle(), nominal()}, kptExtractionResultConflict, "circle 12"},
-      {{start(), toolpath(13), nominal(), measured(), toolpath(12), circle(), measured()},
-       kptExtractionResultConflict, "path 13 M; circle 12"},
+      {{start(), toolpath(13), nominal(), measured(), toolpath(12), circle(), measured()}, kptExtractionResultConflict, "path 13 M; circle 12"},
       // ...unless the newest path is theirs: then they continue it past the features.
-      {{start(), toolpath(12), nominal(), measured(), toolpath(13), circle(1), toolpath(12),
-        circle(2), nominal(), measured()}, kptExtractionSuccess, "path 12 MM; circle 13; circle 12"},
-  };
-  for (const Case& c : cases) check(c);
-}
-
-TEST(ResultsDataExtractor, DecidesWhetherAReportIsANewFeature) {
-  const Case cases[] = {
+      {{start(), toolpath(12), nominal(), measured(), toolpath(13), circle(1), toolpath(12), circle(2), nominal(), measured()}, kptExtractionSuccess, "path 12 MM; circle 13; circle 12"},
       {{start(), toolpath(12), circle(1), circle(1)}, kptExtractionResultConflict, "circle 12"},
-      {{start(), toolpath(12, 1), circle(1), toolpath(12, 2), circle(1)}, kptExtractionSuccess,
-       "circle 12(1); circle 12(2)"},
-      {{start(), toolpath(12), circle(1), toolpath(12, 1), circle(1)}, kptExtractionSuccess,
-       "circle 12; circle 12(1)"},
+      {{start(), toolpath(12, 1), circle(1), toolpath(12, 2), circle(1)}, kptExtractionSuccess, "circle 12(1); circle 12(2)"},
+      {{start(), toolpath(12), circle(1), toolpath(12, 1), circle(1)}, kptExtractionSuccess, "circle 12; circle 12(1)"},
       {{start(), toolpath(12), circle(1), circle(2)}, kptExtractionSuccess, "circle 12; circle 12"},
-      {{start(), toolpath(12), nominal(), measured(), toolpath(13), circle()}, kptExtractionSuccess,
-       "path 12 M; circle 13"},
-      {{start(), end(), circle()}, kptExtractionOutsideStartEnd, ""},
-  };
-  for (const Case& c : cases) check(c);
+  }) check(c);
 }
 // clang-format on
 

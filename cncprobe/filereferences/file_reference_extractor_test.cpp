@@ -26,8 +26,7 @@ std::array<std::string, 7> all(const kptFileReferenceExtractor& x) {
   for (int i = 0; i < 7; ++i) out[i] = refs[i]->valid() ? refs[i]->str() : "<none>";
   return out;
 }
-const std::array<std::string, 7> kNone = {"<none>", "<none>", "<none>", "<none>",
-                                          "<none>", "<none>", "<none>"};
+const std::array<std::string, 7> kNone = {"<none>", "<none>", "<none>", "<none>", "<none>", "<none>", "<none>"};
 
 std::string slurp(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
@@ -138,7 +137,6 @@ TEST(FileReferenceExtractor, VersionTextToNumbers) {
     std::istringstream in(std::string("RESULTSFILEVERSION ") + c.text);
     StreamExtractor refs;
     (void)refs.extract_from_stream(in);
-    EXPECT_EQ(refs.results_file_version_text().str(), c.text);
     EXPECT_TRUE(refs.results_file_version() == c.version) << c.text;
     EXPECT_EQ(refs.results_file_version_text().str(), c.text) << "the text stays as found";
   }

@@ -37,12 +37,7 @@ Lines lines_of(kptResultsFileCursor cursor) {
 
 class ResultsFileCursorTest : public ::testing::Test {
 protected:
-  void SetUp() override {
-    dir_ = fs::temp_directory_path() /
-           ("cncprobe_cursor_" + std::to_string(::getpid()) + "_" +
-            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::create_directories(dir_);
-  }
+  void SetUp() override { fs::create_directories(dir_); }
   void TearDown() override { fs::remove_all(dir_); }
 
   fs::path write(const std::string& bytes) {
@@ -51,11 +46,12 @@ protected:
     return path;
   }
   static kptResultsFileCursor open(const fs::path& path) {
-    const utString name(path.string());
-    return kptResultsFileCursor(name);
+    return kptResultsFileCursor(utString(path.string()));
   }
 
-  fs::path dir_;
+  fs::path dir_ = fs::temp_directory_path() /
+                 ("cncprobe_cursor_" + std::to_string(::getpid()) + "_" +
+                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
   int files_ = 0;
 };
 }  // namespace
@@ -83,9 +79,8 @@ TEST_F(ResultsFileCursorTest, LineEndsBlankLinesAndTheEncodingTest) {
   };
   for (const Case& c : cases) {
     const fs::path path = write(c.bytes);
-    const std::string shown = testing::PrintToString(c.bytes.substr(0, 40));
-    EXPECT_TRUE(lines_of(open(path)) == c.lines) << shown;
-    EXPECT_TRUE(LineByLine::read(path) == c.lines) << shown;
+    EXPECT_TRUE(lines_of(open(path)) == c.lines && LineByLine::read(path) == c.lines)
+        << testing::PrintToString(c.bytes.substr(0, 40));
   }
 }
 
@@ -120,18 +115,13 @@ TEST_F(ResultsFileCursorTest, CopiesShareLinesAndKeepTheirOwnPosition) {
   kptResultsFileCursor original = open(path);
   ++original;
   kptResultsFileCursor copy = original;
-  EXPECT_EQ(copy, original);
-  EXPECT_EQ(&copy(), &original()) << "a copy shares the line, it does not copy it";
+  EXPECT_TRUE(copy == original && &copy() == &original()) << "a copy shares the line";
   ++copy;
   EXPECT_NE(copy, original);
   EXPECT_EQ(original().view(), "START") << "stepping a copy leaves the original";
   original = copy;
-  EXPECT_EQ(original, copy);
-  EXPECT_EQ(original().view(), "G800") << "assigning the copy back moves the original";
-
-  kptResultsFileCursor first = open(path);
-  kptResultsFileCursor second = open(path);
-  EXPECT_NE(first, second) << "separately built cursors differ even when both are undefined";
-  ++first, ++second;
+  EXPECT_TRUE(original == copy && original().view() == "G800");
+  // Separately built cursors differ, even when both are undefined.
+  kptResultsFileCursor first = open(path), second = open(path);
   EXPECT_NE(first, second);
 }

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <random>
@@ -31,12 +30,6 @@ double read_with_atof(const std::string& text) {
   return std::atof(working.c_str());
 }
 
-std::uint64_t bits(double value) {
-  std::uint64_t out;
-  std::memcpy(&out, &value, sizeof out);
-  return out;
-}
-
 // Number texts as a machine prints them and as noise makes them: signs apart from the digits,
 // several points, exponents out of range, long mantissas, denormals, letters and commas.
 std::vector<std::string> number_texts() {
@@ -51,19 +44,13 @@ std::vector<std::string> number_texts() {
                                    "e-99999999999999999999", "e0001"};
   const char* const tails[] = {"", "-", "x", " 7", ".3", ",5", "e2", "*"};
   std::vector<std::string> texts;
-  for (const char* sign : signs) {
-    for (const char* mantissa : mantissas) {
-      for (const char* exponent : exponents) {
-        for (const char* tail : tails) {
-          texts.push_back(std::string(sign) + mantissa + exponent + tail);
-        }
-      }
-    }
-  }
+  for (const char* sign : signs)
+    for (const char* mantissa : mantissas)
+      for (const char* exponent : exponents)
+        for (const char* tail : tails) texts.push_back(std::string(sign) + mantissa + exponent + tail);
   const std::string nines(400, '9');
-  texts.push_back(nines + "." + nines + "e-400");
-  texts.push_back("0." + std::string(350, '0') + "1");
-  texts.push_back(nines + nines);
+  texts.insert(texts.end(), {nines + "." + nines + "e-400", "0." + std::string(350, '0') + "1",
+                       nines + nines});
   std::mt19937 random(20240611u);
   const std::string alphabet = "0123456789..--++  eE*,\tx";
   for (int i = 0; i < 100000; ++i) {
@@ -92,7 +79,7 @@ void expect_doubles_read_neutrally() {
   for (const std::string& text : number_texts()) {
     const double quick = parsing.string_to_double(utString(text));
     const double slow = read_with_atof(text);
-    if (bits(quick) != bits(slow) && ++differences <= 10) {
+    if (std::memcmp(&quick, &slow, sizeof quick) != 0 && ++differences <= 10) {
       ADD_FAILURE() << "'" << text << "': " << quick << " but atof reads " << slow;
     }
   }
@@ -131,8 +118,6 @@ TEST(StringDataParsing, StringToUnsignedInt) {
   for (const Case& c : cases) {
     unsigned int value = 4242;
     EXPECT_EQ(parsing.string_to_unsigned_int(utString(c.text), value), c.ok) << c.text;
-    if (c.ok) {
-      EXPECT_EQ(value, c.value) << c.text;
-    }
+    EXPECT_TRUE(!c.ok || value == c.value) << c.text << " read as " << value;
   }
 }
