@@ -370,23 +370,6 @@ bool kptMacroOutputParser::parse_y_wall_channel_values(kptResultsFileCursor& val
                                    y_position.true_position_tolerance());
 }
 
-bool kptMacroOutputParser::parse_x_wall_channel_info(kptResultsFileCursor& cursor,
-                                                     mtrInspectionPrintData& header,
-                                                     kptParsedDimension& width,
-                                                     kptParsedPosition& x_position,
-                                                     kptParsedCoordinate& y_coordinate) const {
-  header.set_invalid();
-  x_position.reset();
-  y_coordinate.reset();
-  kptResultsFileCursor values = cursor;
-  if (!parse_report_opening(values, header) ||
-      !parse_x_wall_channel_values(values, width, x_position, y_coordinate)) {
-    return false;
-  }
-  cursor = values;
-  return true;
-}
-
 bool kptMacroOutputParser::parse_y_wall_channel_info(kptResultsFileCursor& cursor,
                                                      mtrInspectionPrintData& header,
                                                      kptParsedDimension& width,

@@ -104,10 +104,8 @@ class CNCPROBE_API kptMacroOutputParser {
                                         const std::optional<double>& b);
   static void take_error_line(kptResultsFileCursor& cursor, reMatcher& matcher);
 
-  // Wall or channel blocks, each with its own report opening; used alone and in rectangles.
-  bool parse_x_wall_channel_info(kptResultsFileCursor& cursor, mtrInspectionPrintData& header,
-                                 kptParsedDimension& width, kptParsedPosition& x_position,
-                                 kptParsedCoordinate& y_coordinate) const;
+  // The Y wall or channel block of a rectangle, with its own report opening. (The X block opens
+  // the report itself, so its values are read straight after the shared opening.)
   bool parse_y_wall_channel_info(kptResultsFileCursor& cursor, mtrInspectionPrintData& header,
                                  kptParsedDimension& width, kptParsedCoordinate& x_coordinate,
                                  kptParsedPosition& y_position) const;
