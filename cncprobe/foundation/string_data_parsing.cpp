@@ -60,9 +60,13 @@ bool read_short_decimal(std::string_view text, double& value, std::size_t& used)
 }  // namespace
 
 double kptStringDataParsing::string_to_double(const utString& text) const {
+  return string_to_double(text.view());
+}
+
+double kptStringDataParsing::string_to_double(std::string_view text) const {
   // The number starts after the leading run of signs and blanks; any "-", in that run or
   // anywhere behind it, makes it negative.
-  const std::string_view whole = text.view();
+  const std::string_view whole = text;
   std::size_t first = 0;
   bool negative = false;
   for (; first < whole.size(); ++first) {
@@ -98,7 +102,7 @@ double kptStringDataParsing::string_to_double(const utString& text) const {
   const nlsNeutralNumbers neutral(nlsTranslationNeutral);
   utString working("");
   if (negative) working << '-';
-  working << text.remove_leading_chars("+- ");
+  working << utString(rest);  // the text without its leading signs and blanks
   const char* begin = working.c_str();
   char* end = nullptr;
   const double value = std::strtod(begin, &end);
@@ -106,6 +110,10 @@ double kptStringDataParsing::string_to_double(const utString& text) const {
 }
 
 double kptStringDataParsing::string_to_mm(const utString& text) const {
+  return units_.units_to_mm(string_to_double(text.view()));
+}
+
+double kptStringDataParsing::string_to_mm(std::string_view text) const {
   return units_.units_to_mm(string_to_double(text));
 }
 

@@ -232,9 +232,9 @@ bool kptMacroOutputParser::parse_matched_size(kptResultsFileCursor& cursor, reMa
   kptResultsFileCursor size = cursor;
   const int result = matcher.match(size(), 0);
   if (result != 3 && result != 4) return false;
-  dimension = kptParsedDimension(number_parser_.string_to_mm(matcher.get_substring(1)),
-                                 number_parser_.string_to_mm(matcher.get_substring(2)));
-  if (result == 4) dimension.set_tolerance(number_parser_.string_to_mm(matcher.get_substring(3)));
+  dimension = kptParsedDimension(number_parser_.string_to_mm(matcher.group_view(1)),
+                                 number_parser_.string_to_mm(matcher.group_view(2)));
+  if (result == 4) dimension.set_tolerance(number_parser_.string_to_mm(matcher.group_view(3)));
   take_error_line(size, *out_of_tolerance_matcher);
   cursor = size;
   return true;
@@ -267,10 +267,10 @@ bool kptMacroOutputParser::parse_measured_position(const utString& line, reMatch
   position.reset();
   const int result = matcher.match(line, 0);
   if (result != 3 && result != 4) return false;
-  position = kptParsedPosition(number_parser_.string_to_mm(matcher.get_substring(1)),
-                               number_parser_.string_to_mm(matcher.get_substring(2)));
+  position = kptParsedPosition(number_parser_.string_to_mm(matcher.group_view(1)),
+                               number_parser_.string_to_mm(matcher.group_view(2)));
   if (result == 4) {
-    position.set_true_position_tolerance(number_parser_.string_to_mm(matcher.get_substring(3)));
+    position.set_true_position_tolerance(number_parser_.string_to_mm(matcher.group_view(3)));
   }
   return true;
 }
@@ -295,9 +295,9 @@ bool kptMacroOutputParser::parse_coordinate_position(const utString& line, reMat
   coordinate.reset();
   const int result = matcher.match(line, 0);
   if (result != 2 && result != 3) return false;
-  coordinate = kptParsedCoordinate(number_parser_.string_to_mm(matcher.get_substring(1)));
+  coordinate = kptParsedCoordinate(number_parser_.string_to_mm(matcher.group_view(1)));
   if (result == 3) {
-    coordinate.set_true_position_tolerance(number_parser_.string_to_mm(matcher.get_substring(2)));
+    coordinate.set_true_position_tolerance(number_parser_.string_to_mm(matcher.group_view(2)));
   }
   return true;
 }
@@ -321,7 +321,7 @@ bool kptMacroOutputParser::parse_angle(const utString& line, kptParsedAngle& ang
   // Angles are degrees whatever the file's units.
   const auto degrees = [&](int group) {
     return giAngle(giAngleDegrees,
-                   number_parser_.string_to_double(angle_matcher->get_substring(group)));
+                   number_parser_.string_to_double(angle_matcher->group_view(group)));
   };
   angle = kptParsedAngle(degrees(1), degrees(2));
   if (result == 4) angle.set_tolerance(degrees(3));

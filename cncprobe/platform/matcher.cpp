@@ -131,11 +131,16 @@ int reMatcher::match(const utString& subject, int start) {
 }
 
 utString reMatcher::get_substring(int group) const {
-  if (!impl_->matched || group < 0) return utString();
-  if (static_cast<uint32_t>(group) >= pcre2_get_ovector_count(impl_->match_data)) return utString();
+  const std::string_view text = group_view(group);
+  return text.data() ? utString(text.data(), text.size()) : utString();
+}
+
+std::string_view reMatcher::group_view(int group) const noexcept {
+  if (!impl_->matched || group < 0) return {};
+  if (static_cast<uint32_t>(group) >= pcre2_get_ovector_count(impl_->match_data)) return {};
   const PCRE2_SIZE* ovector = pcre2_get_ovector_pointer(impl_->match_data);
   const PCRE2_SIZE begin = ovector[2 * group];
   const PCRE2_SIZE end = ovector[2 * group + 1];
-  if (begin == PCRE2_UNSET || end < begin) return utString();
-  return utString(impl_->subject.c_str() + begin, end - begin);
+  if (begin == PCRE2_UNSET || end < begin) return {};
+  return std::string_view(impl_->subject.c_str() + begin, end - begin);
 }

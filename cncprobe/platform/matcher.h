@@ -14,6 +14,7 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 
 #include "cncprobe/export.h"
 #include "cncprobe/platform/string.h"
@@ -49,6 +50,9 @@ public:
   // The text that `group` (from 1; 0 is the whole match) covered in the last successful match;
   // an invalid string for a group that did not take part or when the last match failed.
   utString get_substring(int group) const;
+  // The same text as a view into the subject of the last successful match, without a copy; an
+  // empty view where get_substring gives an invalid string. Valid until the next match.
+  std::string_view group_view(int group) const noexcept;
 
   const utString& pattern() const noexcept { return pattern_; }
 

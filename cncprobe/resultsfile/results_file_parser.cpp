@@ -139,18 +139,18 @@ bool kptResultsFileParser::parse_for_nominal_point(const utString& line) const {
   reMatcher& m = *nominal_point_matcher_;
   if (m.match(line, 0) != 10) return false;
   const kptStringDataParsing& n = number_parser_;
-  const double upper = n.string_to_mm(m.get_substring(8));
-  const double lower = n.string_to_mm(m.get_substring(9));
+  const double upper = n.string_to_mm(m.group_view(8));
+  const double lower = n.string_to_mm(m.group_view(9));
   // A lower limit above the upper one is no usable tolerance band.
   if (lower > upper) return false;
-  const giPoint3 point(n.string_to_mm(m.get_substring(1)), n.string_to_mm(m.get_substring(2)),
-                       n.string_to_mm(m.get_substring(3)));
+  const giPoint3 point(n.string_to_mm(m.group_view(1)), n.string_to_mm(m.group_view(2)),
+                       n.string_to_mm(m.group_view(3)));
   // The probing direction is printed as a plain vector: neither normalised nor unit-converted.
-  const giVector3 direction(n.string_to_double(m.get_substring(4)),
-                            n.string_to_double(m.get_substring(5)),
-                            n.string_to_double(m.get_substring(6)));
+  const giVector3 direction(n.string_to_double(m.group_view(4)),
+                            n.string_to_double(m.group_view(5)),
+                            n.string_to_double(m.group_view(6)));
   if (callback_) {
-    callback_->on_nominal_point(point, direction, n.string_to_mm(m.get_substring(7)), upper, lower);
+    callback_->on_nominal_point(point, direction, n.string_to_mm(m.group_view(7)), upper, lower);
   }
   return true;
 }
@@ -159,9 +159,9 @@ bool kptResultsFileParser::parse_for_measured_point(const utString& line) const 
   reMatcher& m = *measured_point_matcher_;
   if (m.match(line, 0) != 5) return false;
   const kptStringDataParsing& n = number_parser_;
-  const giPoint3 point(n.string_to_mm(m.get_substring(1)), n.string_to_mm(m.get_substring(2)),
-                       n.string_to_mm(m.get_substring(3)));
-  if (callback_) callback_->on_measured_point(point, n.string_to_mm(m.get_substring(4)));
+  const giPoint3 point(n.string_to_mm(m.group_view(1)), n.string_to_mm(m.group_view(2)),
+                       n.string_to_mm(m.group_view(3)));
+  if (callback_) callback_->on_measured_point(point, n.string_to_mm(m.group_view(4)));
   return true;
 }
 
@@ -181,11 +181,11 @@ bool kptResultsFileParser::parse_for_cad_workplane(const utString& line) const {
 giWorkplane3 kptResultsFileParser::workplane_from(const reMatcher& m) const {
   const kptStringDataParsing& n = number_parser_;
   // Angles are degrees whatever the file's units; only the origin is a length.
-  const giAngle a(giAngleDegrees, n.string_to_double(m.get_substring(1)));
-  const giAngle b(giAngleDegrees, n.string_to_double(m.get_substring(2)));
-  const giAngle c(giAngleDegrees, n.string_to_double(m.get_substring(3)));
-  const giPoint3 origin(n.string_to_mm(m.get_substring(4)), n.string_to_mm(m.get_substring(5)),
-                        n.string_to_mm(m.get_substring(6)));
+  const giAngle a(giAngleDegrees, n.string_to_double(m.group_view(1)));
+  const giAngle b(giAngleDegrees, n.string_to_double(m.group_view(2)));
+  const giAngle c(giAngleDegrees, n.string_to_double(m.group_view(3)));
+  const giPoint3 origin(n.string_to_mm(m.group_view(4)), n.string_to_mm(m.group_view(5)),
+                        n.string_to_mm(m.group_view(6)));
   // The frame turns about world X by A first, then about Y by B, then about Z by C, and is then
   // moved to the origin: M = T · Rz · Ry · Rx.
   giXform3 frame(giXformTranslate, giVector3(origin.x(), origin.y(), origin.z()));
@@ -200,7 +200,7 @@ giWorkplane3 kptResultsFileParser::workplane_from(const reMatcher& m) const {
 bool kptResultsFileParser::parse_for_cycle_depth(const utString& line) const {
   if (cycle_depth_matcher_->match(line, 0) != 2) return false;
   if (callback_) {
-    callback_->on_cycle_depth(number_parser_.string_to_mm(cycle_depth_matcher_->get_substring(1)));
+    callback_->on_cycle_depth(number_parser_.string_to_mm(cycle_depth_matcher_->group_view(1)));
   }
   return true;
 }
