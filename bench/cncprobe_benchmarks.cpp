@@ -16,6 +16,7 @@
 
 #include "bench/results_file_generator.h"
 #include "cncprobe/cncprobe.h"
+#include "cncprobe/foundation/results_file_cursor.h"
 
 namespace {
 

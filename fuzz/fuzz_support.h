@@ -13,6 +13,8 @@
 #include <string>
 
 #include "cncprobe/cncprobe.h"
+#include "cncprobe/events/results_file_parser_callback.h"
+#include "cncprobe/resultsfile/results_file_parser.h"
 
 // Stops the run, so the fuzzer records the input, when an outcome breaks the library's contract.
 inline void fuzz_check(bool holds, const char* what) {

@@ -5,7 +5,7 @@
 
 #include "cncprobe/filereferences/file_reference_extractor.h"
 #include "cncprobe/filereferences/results_file_version.h"
-#include "cncprobe/platform/path.h"
+#include "cncprobe/platform/text/path.h"
 #include "tools/commands.h"
 #include "tools/json_writer.h"
 

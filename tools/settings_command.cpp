@@ -1,7 +1,7 @@
 // cncprobe settings: an inspection-settings XML file read into default settings.
 #include <string>
 
-#include "cncprobe/platform/path.h"
+#include "cncprobe/platform/text/path.h"
 #include "cncprobe/settings/inspection_settings.h"
 #include "cncprobe/settings/inspection_settings_error.h"
 #include "cncprobe/settings/inspection_settings_reader.h"

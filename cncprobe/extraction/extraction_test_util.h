@@ -22,12 +22,12 @@
 #include <vector>
 
 #include "cncprobe/extraction/results_data_extractor.h"
-#include "cncprobe/platform/angle_surface_feature.h"
-#include "cncprobe/platform/circle_feature.h"
-#include "cncprobe/platform/corner_feature.h"
-#include "cncprobe/platform/perpendicular_distance_feature.h"
-#include "cncprobe/platform/rectangle_feature.h"
-#include "cncprobe/platform/surface_feature.h"
+#include "cncprobe/platform/model/angle_surface_feature.h"
+#include "cncprobe/platform/model/circle_feature.h"
+#include "cncprobe/platform/model/corner_feature.h"
+#include "cncprobe/platform/model/perpendicular_distance_feature.h"
+#include "cncprobe/platform/model/rectangle_feature.h"
+#include "cncprobe/platform/model/surface_feature.h"
 
 namespace extraction_test {
 

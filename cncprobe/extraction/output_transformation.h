@@ -12,9 +12,9 @@
 #pragma once
 
 #include "cncprobe/export.h"
-#include "cncprobe/platform/point3.h"
-#include "cncprobe/platform/vector3.h"
-#include "cncprobe/platform/workplane3.h"
+#include "cncprobe/platform/geometry/point3.h"
+#include "cncprobe/platform/geometry/vector3.h"
+#include "cncprobe/platform/geometry/workplane3.h"
 
 class CNCPROBE_API kptOutputTransformation {
  public:

@@ -4,8 +4,8 @@
 #include <fstream>
 
 #include "cncprobe/filereferences/file_reference_parser.h"
-#include "cncprobe/platform/string_encoding.h"
-#include "cncprobe/platform/string_reader.h"
+#include "cncprobe/platform/text/internal/string_encoding.h"
+#include "cncprobe/platform/text/internal/string_reader.h"
 
 apStatus kptFileReferenceExtractor::extract(const apPath& path) {
   // Forget first: a call that fails must not leave the references of an earlier file behind.

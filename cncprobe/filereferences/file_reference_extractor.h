@@ -18,9 +18,9 @@
 
 #include "cncprobe/export.h"
 #include "cncprobe/filereferences/results_file_version.h"
-#include "cncprobe/platform/path.h"
-#include "cncprobe/platform/status.h"
-#include "cncprobe/platform/string.h"
+#include "cncprobe/platform/text/path.h"
+#include "cncprobe/platform/text/status.h"
+#include "cncprobe/platform/text/string.h"
 
 class CNCPROBE_API kptFileReferenceExtractor {
 public:

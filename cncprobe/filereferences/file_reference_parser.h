@@ -15,8 +15,9 @@
 #include <memory>
 
 #include "cncprobe/export.h"
-#include "cncprobe/platform/matcher.h"
-#include "cncprobe/platform/string.h"
+#include "cncprobe/platform/text/string.h"
+
+class reMatcher;
 
 class CNCPROBE_API kptFileReferenceParser {
 public:

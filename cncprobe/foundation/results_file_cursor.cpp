@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-#include "cncprobe/platform/wide_string.h"
+#include "cncprobe/platform/text/wide_string.h"
 
 namespace {
 // The longest line a utString holds; a longer run of bytes is cut into lines of this length.

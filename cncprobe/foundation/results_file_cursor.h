@@ -15,8 +15,8 @@
 #include <memory>
 
 #include "cncprobe/export.h"
-#include "cncprobe/platform/string.h"
-#include "cncprobe/platform/string_list.h"
+#include "cncprobe/platform/text/string.h"
+#include "cncprobe/platform/text/string_list.h"
 
 class CNCPROBE_API kptResultsFileCursor {
 public:

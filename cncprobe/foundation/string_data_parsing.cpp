@@ -8,7 +8,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "cncprobe/platform/neutral_numbers.h"
+#include "cncprobe/platform/text/internal/neutral_numbers.h"
 
 namespace {
 // The C library also reads hexadecimal ("0x1A"), "inf" and "nan" forms. The numbers a machine

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "cncprobe/platform/neutral_numbers.h"
-#include "cncprobe/platform/test_locale.h"
+#include "cncprobe/platform/text/internal/neutral_numbers.h"
+#include "cncprobe/platform/text/internal/test_locale.h"
 
 namespace {
 // The long way every captured number used to take: the sign in front of the text without its

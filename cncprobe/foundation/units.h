@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "cncprobe/export.h"
-#include "cncprobe/platform/point3.h"
+#include "cncprobe/platform/geometry/point3.h"
 
 // The units of a machine program's printed lengths. Every conversion tests for kptUnitsInches
 // only, so any other value, even one outside this list, reads as millimetres.

@@ -3,13 +3,14 @@
 
 #include <cmath>
 
-#include "cncprobe/platform/angle.h"
-#include "cncprobe/platform/circle2.h"
-#include "cncprobe/platform/length.h"
-#include "cncprobe/platform/plane.h"
-#include "cncprobe/platform/point2.h"
-#include "cncprobe/platform/point3.h"
-#include "cncprobe/platform/unit_vec3.h"
+#include "cncprobe/platform/geometry/angle.h"
+#include "cncprobe/platform/geometry/circle2.h"
+#include "cncprobe/platform/geometry/length.h"
+#include "cncprobe/platform/geometry/plane.h"
+#include "cncprobe/platform/geometry/point2.h"
+#include "cncprobe/platform/geometry/point3.h"
+#include "cncprobe/platform/geometry/unit_vec3.h"
+#include "cncprobe/platform/text/internal/matcher.h"
 
 namespace {
 // The option value every matcher is compiled with: anchored at the start offset, so the error

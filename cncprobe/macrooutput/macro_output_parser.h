@@ -22,16 +22,17 @@
 #include "cncprobe/foundation/results_file_cursor.h"
 #include "cncprobe/foundation/string_data_parsing.h"
 #include "cncprobe/foundation/units.h"
-#include "cncprobe/macrooutput/parsed_angle.h"
-#include "cncprobe/macrooutput/parsed_coordinate.h"
-#include "cncprobe/macrooutput/parsed_dimension.h"
-#include "cncprobe/macrooutput/parsed_position.h"
-#include "cncprobe/platform/inspection_print_data.h"
-#include "cncprobe/platform/matcher.h"
-#include "cncprobe/platform/observer_ptr.h"
-#include "cncprobe/platform/probe_wcs_axis.h"
-#include "cncprobe/platform/string.h"
-#include "cncprobe/resultsfile/results_file_parser_callback.h"
+#include "cncprobe/events/parsed_angle.h"
+#include "cncprobe/events/parsed_coordinate.h"
+#include "cncprobe/events/parsed_dimension.h"
+#include "cncprobe/events/parsed_position.h"
+#include "cncprobe/platform/model/inspection_print_data.h"
+#include "cncprobe/platform/support/observer_ptr.h"
+#include "cncprobe/platform/model/probe_wcs_axis.h"
+#include "cncprobe/platform/text/string.h"
+#include "cncprobe/events/results_file_parser_callback.h"
+
+class reMatcher;
 
 class CNCPROBE_API kptMacroOutputParser {
  public:

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "cncprobe/resultsfile/recording_callback_test_util.h"
+#include "cncprobe/events/recording_callback_test_util.h"
 
 namespace {
 using Lines = std::vector<std::string>;

@@ -5,11 +5,12 @@
 #include <cstdint>
 #include <optional>
 
-#include "cncprobe/platform/angle.h"
-#include "cncprobe/platform/axis.h"
-#include "cncprobe/platform/point3.h"
-#include "cncprobe/platform/vector3.h"
-#include "cncprobe/platform/xform3.h"
+#include "cncprobe/platform/geometry/angle.h"
+#include "cncprobe/platform/geometry/axis.h"
+#include "cncprobe/platform/geometry/point3.h"
+#include "cncprobe/platform/geometry/vector3.h"
+#include "cncprobe/platform/geometry/xform3.h"
+#include "cncprobe/platform/text/internal/matcher.h"
 
 namespace {
 // Words and values of a record are separated by any run of blanks and asterisks.

@@ -17,11 +17,12 @@
 #include "cncprobe/foundation/string_data_parsing.h"
 #include "cncprobe/foundation/units.h"
 #include "cncprobe/macrooutput/macro_output_parser.h"
-#include "cncprobe/platform/matcher.h"
-#include "cncprobe/platform/observer_ptr.h"
-#include "cncprobe/platform/string.h"
-#include "cncprobe/platform/workplane3.h"
-#include "cncprobe/resultsfile/results_file_parser_callback.h"
+#include "cncprobe/platform/support/observer_ptr.h"
+#include "cncprobe/platform/text/string.h"
+#include "cncprobe/platform/geometry/workplane3.h"
+#include "cncprobe/events/results_file_parser_callback.h"
+
+class reMatcher;
 
 class CNCPROBE_API kptResultsFileParser : public kptMacroOutputParser {
 public:

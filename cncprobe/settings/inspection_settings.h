@@ -11,7 +11,7 @@
 
 #include "cncprobe/export.h"
 #include "cncprobe/foundation/units.h"
-#include "cncprobe/platform/string.h"
+#include "cncprobe/platform/text/string.h"
 
 class CNCPROBE_API kptInspectionSettings {
 public:

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "cncprobe/export.h"
-#include "cncprobe/platform/wide_string.h"
+#include "cncprobe/platform/text/wide_string.h"
 
 // What reading a settings file came to. Success and newer version mean the settings were read.
 enum kptInspectionSettingsErrorCode : std::int32_t {

@@ -5,10 +5,10 @@
 #include <memory>
 #include <utility>
 
-#include "cncprobe/platform/string_encoding.h"
-#include "cncprobe/platform/string_formatter.h"
-#include "cncprobe/platform/string_hand_int_parser.h"
-#include "cncprobe/platform/string_simple_double_parser.h"
+#include "cncprobe/platform/text/internal/string_encoding.h"
+#include "cncprobe/platform/text/internal/string_formatter.h"
+#include "cncprobe/platform/text/internal/string_hand_int_parser.h"
+#include "cncprobe/platform/text/internal/string_simple_double_parser.h"
 
 namespace {
 apString wide(const wchar_t* text) { return apString(apStringLiteral, text); }

@@ -17,8 +17,8 @@
 #include <memory>
 
 #include "cncprobe/export.h"
-#include "cncprobe/platform/document_factory.h"
-#include "cncprobe/platform/path.h"
+#include "cncprobe/platform/xml/document_factory.h"
+#include "cncprobe/platform/text/path.h"
 #include "cncprobe/settings/inspection_settings.h"
 #include "cncprobe/settings/inspection_settings_error.h"
 

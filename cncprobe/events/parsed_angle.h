@@ -1,0 +1,39 @@
+// kptParsedAngle: a printed angle with its nominal, actual and optional tolerance, in degrees.
+#pragma once
+
+#include "cncprobe/export.h"
+#include "cncprobe/events/unset_value.h"
+#include "cncprobe/platform/geometry/angle.h"
+#include "cncprobe/platform/support/optional_arg.h"
+
+// An angle line: nominal, actual and an optional angular tolerance, in degrees.
+class CNCPROBE_API kptParsedAngle {
+public:
+  // Both angles not set, no tolerance.
+  kptParsedAngle() noexcept { mark_unset(); }
+  kptParsedAngle(const giAngle& nominal, const giAngle& actual) noexcept
+      : nominal_(nominal), actual_(actual) {}
+
+  const giAngle& nominal() const noexcept { return nominal_; }
+  const giAngle& actual() const noexcept { return actual_; }
+  // A copy of the optional tolerance; it converts to a null pointer when absent.
+  utOptionalArg<giAngle> tolerance() const { return tolerance_; }
+  void set_tolerance(const giAngle& tolerance) { tolerance_ = utOptionalArg<giAngle>(tolerance); }
+  bool invalid() const noexcept {
+    return nominal_.stored_value() == kptUnsetValue && actual_.stored_value() == kptUnsetValue;
+  }
+  void reset() noexcept {
+    mark_unset();
+    tolerance_ = utOptionalArg<giAngle>();
+  }
+
+private:
+  void mark_unset() noexcept {
+    nominal_.stored_value() = kptUnsetValue;
+    actual_.stored_value() = kptUnsetValue;
+  }
+
+  giAngle nominal_;
+  giAngle actual_;
+  utOptionalArg<giAngle> tolerance_;
+};

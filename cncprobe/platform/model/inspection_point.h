@@ -1,0 +1,48 @@
+// mtrInspectionPoint: one point of a probe path: the nominal point and, once probed, its measure.
+#pragma once
+
+#include "cncprobe/export.h"
+#include "cncprobe/platform/geometry/point3.h"
+#include "cncprobe/platform/text/string.h"
+#include "cncprobe/platform/geometry/unit_vec3.h"
+
+class CNCPROBE_API mtrInspectionPoint {
+public:
+  // An unmeasured point: nominal point and unit direction (CAD coordinates), the values O, U and
+  // L of its nominal-point record (mm, passed through), and its label; all kept as given.
+  mtrInspectionPoint(const giPoint3& nominal, const giUnitVec3& direction, double o, double u,
+                     double l, const utString& label)
+      : nominal_(nominal), direction_(direction), o_(o), u_(u), l_(l), label_(label) {}
+
+  const giPoint3& nominal_point() const noexcept { return nominal_; }
+  const giUnitVec3& direction() const noexcept { return direction_; }
+  double o_value() const noexcept { return o_; }
+  double u_value() const noexcept { return u_; }
+  double l_value() const noexcept { return l_; }
+  const utString& label() const noexcept { return label_; }
+
+  // True once set_measure has been called.
+  bool has_measure() const noexcept { return has_measure_; }
+  // The measured point (CAD coordinates); the origin while unmeasured.
+  const giPoint3& measured_point() const noexcept { return measured_; }
+  // The R value of the measured-point record (mm, passed through); 0 while unmeasured.
+  double r_value() const noexcept { return r_; }
+
+  // Records the measured point and R value; a second call replaces the first.
+  void set_measure(const giPoint3& measured, double r) noexcept {
+    measured_ = measured;
+    r_ = r;
+    has_measure_ = true;
+  }
+
+private:
+  giPoint3 nominal_;
+  giUnitVec3 direction_;
+  double o_;
+  double u_;
+  double l_;
+  utString label_;
+  giPoint3 measured_;
+  double r_ = 0.0;
+  bool has_measure_ = false;
+};

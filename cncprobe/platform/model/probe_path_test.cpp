@@ -1,0 +1,40 @@
+// Tests of mtrProbePath and its points: appending, measuring the last point, reading back.
+#include "cncprobe/platform/model/probe_path.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+void add_point(mtrProbePath& path, double x, const char* label) {
+  path.add_inspection_point(giPoint3(x, 2, 3), giUnitVec3(gi_AxisZ), 0.5, 1.5, 2.5, label);
+}
+
+}  // namespace
+
+TEST(ProbePath, MeasuresOnlyTheLastPoint) {
+  mtrProbePath path(12);
+  EXPECT_EQ(path.inspection_points_count(), 0u);
+  path.set_measure_of_last_point(giPoint3(9, 9, 9), 0.1);  // nothing to measure yet
+  EXPECT_EQ(path.inspection_points_count(), 0u);
+
+  add_point(path, 1, "first");
+  add_point(path, 2, "second");
+  ASSERT_EQ(path.inspection_points_count(), 2u);
+  EXPECT_FALSE(path.inspection_point(1)->has_measure());
+
+  path.set_measure_of_last_point(giPoint3(2.01, 2, 3), 0.25);
+  const std::shared_ptr<mtrInspectionPoint> first = path.inspection_point(0);
+  const std::shared_ptr<mtrInspectionPoint> second = path.inspection_point(1);
+  EXPECT_FALSE(first->has_measure());
+  EXPECT_TRUE(second->has_measure());
+  EXPECT_EQ(second->measured_point(), giPoint3(2.01, 2, 3));
+  EXPECT_EQ(second->r_value(), 0.25);
+  EXPECT_EQ(path.inspection_point(2), nullptr);
+  // The iterator hands out the same shared points.
+  itIterator<std::shared_ptr<mtrInspectionPoint>> it = path.inspection_points();
+  ASSERT_TRUE(++it && it() == first && ++it && it() == second);
+  EXPECT_FALSE(++it);
+}
+

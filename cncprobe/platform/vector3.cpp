@@ -1,6 +1,0 @@
-// giVector3: length.
-#include "cncprobe/platform/vector3.h"
-
-#include <cmath>
-
-double giVector3::length() const noexcept { return std::hypot(x_, y_, z_); }
