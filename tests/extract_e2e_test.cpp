@@ -114,8 +114,9 @@ TEST(ExtractText, BracketSummaryAndFeatureRow) {
       << run.out;
   // One row per probe path unless --points asks for every point.
   EXPECT_EQ(run.out.find("Inspection Point"), std::string::npos);
-  EXPECT_NE(run_tool({"extract", example("bracket_mm.txt"), "--points"}).out.find(
-                "Inspection Point"), std::string::npos);
+  EXPECT_NE(
+      run_tool({"extract", example("bracket_mm.txt"), "--points"}).out.find("Inspection Point"),
+      std::string::npos);
 }
 
 }  // namespace

@@ -37,9 +37,13 @@ TEST(RefsJson, FoundEmptyAndMissingReferences) {
 
 json settings(int version, const char* units, double proximity, double confetti, int linear,
               int angular, int unitless, const char* label) {
-  return {{"version", version}, {"input_units", units}, {"proximity_criteria_mm", proximity},
-          {"confetti_diameter_mm", confetti}, {"linear_precision", linear},
-          {"angular_precision", angular}, {"unitless_precision", unitless},
+  return {{"version", version},
+          {"input_units", units},
+          {"proximity_criteria_mm", proximity},
+          {"confetti_diameter_mm", confetti},
+          {"linear_precision", linear},
+          {"angular_precision", angular},
+          {"unitless_precision", unitless},
           {"surface_point_label", label}};
 }
 
@@ -73,8 +77,10 @@ TEST(SettingsJson, OutcomeAndSettingsAfterTheCall) {
     const ToolRun run =
         run_tool({"settings", example(c.file), "--units", c.units, "--format", "json"});
     EXPECT_EQ(run.exit_code, c.exit_code);
-    EXPECT_EQ(parse_json(run), json({{"file", example(c.file)}, {"code", c.code},
-                                     {"name", c.name}, {"message", c.message},
+    EXPECT_EQ(parse_json(run), json({{"file", example(c.file)},
+                                     {"code", c.code},
+                                     {"name", c.name},
+                                     {"message", c.message},
                                      {"settings", c.settings}}));
   }
 }

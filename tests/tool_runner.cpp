@@ -30,8 +30,8 @@ ToolRun run_tool(const std::vector<std::string>& args, const std::string& stdout
   const std::string out = stdout_path.empty() ? (capture.path() / "out").string() : stdout_path;
   const std::string err = (capture.path() / "err").string();
   // timeout(1) kills a hanging tool with SIGKILL and then exits with 137.
-  std::string command = "timeout -s KILL " + std::to_string(timeout_seconds) + " " +
-                        quoted(CNCPROBE_TOOL_PATH);
+  std::string command =
+      "timeout -s KILL " + std::to_string(timeout_seconds) + " " + quoted(CNCPROBE_TOOL_PATH);
   for (const std::string& arg : args) command += " " + quoted(arg);
   command += " </dev/null >" + quoted(out) + " 2>" + quoted(err);
   const int status = std::system(command.c_str());

@@ -14,8 +14,9 @@ namespace tool {
 namespace {
 
 TEST(JsonNumber, ReadsBackToTheSameDoubleNonFiniteIsNull) {
-  const double values[] = {0.0, -0.0, 0.1, 1.0 / 3.0, 25.4254, 2.54 * 0.1, -127.0, 1e300, -1e-300,
-                           DBL_MAX, DBL_MIN, 5e-324, 123456789012345678.0, 0.30000000000000004};
+  const double values[] = {
+      0.0,   -0.0,    0.1,     1.0 / 3.0, 25.4254, 2.54 * 0.1,           -127.0,
+      1e300, -1e-300, DBL_MAX, DBL_MIN,   5e-324,  123456789012345678.0, 0.30000000000000004};
   for (const double value : values) {
     char buffer[kNumberBufferSize];
     const std::string text(format_json_number(value, buffer));
@@ -31,17 +32,26 @@ TEST(JsonNumber, ReadsBackToTheSameDoubleNonFiniteIsNull) {
   }
 }
 
-struct Utf8Case { const char* name; std::string in, out; };
+struct Utf8Case {
+  const char* name;
+  std::string in, out;
+};
 
 const std::string kFFFD = "\xEF\xBF\xBD";
 
 TEST(ValidUtf8, EveryBadByteBecomesOneReplacement) {
   const Utf8Case cases[] = {
       {"four-byte", "\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},
-      {"latin-1 byte inside ascii", "a\xFF" "b", "a" + kFFFD + "b"},
+      {"latin-1 byte inside ascii",
+       "a\xFF"
+       "b",
+       "a" + kFFFD + "b"},
       {"stray continuation", "\x80", kFFFD},
       {"cut two-byte at end", "x\xC3", "x" + kFFFD},
-      {"cut three-byte", "\xE2\x82" "A", kFFFD + kFFFD + "A"},
+      {"cut three-byte",
+       "\xE2\x82"
+       "A",
+       kFFFD + kFFFD + "A"},
       {"overlong slash", "\xC0\xAF", kFFFD + kFFFD},
       {"overlong three-byte", "\xE0\x80\xAF", kFFFD + kFFFD + kFFFD},
       {"surrogate", "\xED\xA0\x80", kFFFD + kFFFD + kFFFD},

@@ -1,6 +1,5 @@
 // cncprobe: the command line front of the library: extract, refs and settings.
 #include <CLI/CLI.hpp>
-
 #include <clocale>
 #include <cstdio>
 #include <exception>

@@ -1,14 +1,14 @@
 // kptParsedAngle: a printed angle with its nominal, actual and optional tolerance, in degrees.
 #pragma once
 
-#include "cncprobe/export.h"
 #include "cncprobe/events/unset_value.h"
+#include "cncprobe/export.h"
 #include "cncprobe/platform/geometry/angle.h"
 #include "cncprobe/platform/support/optional_arg.h"
 
 // An angle line: nominal, actual and an optional angular tolerance, in degrees.
 class CNCPROBE_API kptParsedAngle {
-public:
+ public:
   // Both angles not set, no tolerance.
   kptParsedAngle() noexcept { mark_unset(); }
   kptParsedAngle(const giAngle& nominal, const giAngle& actual) noexcept
@@ -27,7 +27,7 @@ public:
     tolerance_ = utOptionalArg<giAngle>();
   }
 
-private:
+ private:
   void mark_unset() noexcept {
     nominal_.stored_value() = kptUnsetValue;
     actual_.stored_value() = kptUnsetValue;

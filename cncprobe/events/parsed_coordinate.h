@@ -3,12 +3,12 @@
 
 #include <optional>
 
-#include "cncprobe/export.h"
 #include "cncprobe/events/unset_value.h"
+#include "cncprobe/export.h"
 
 // A coordinate that was printed but not measured: nominal and an optional true-position tolerance.
 class CNCPROBE_API kptParsedCoordinate {
-public:
+ public:
   kptParsedCoordinate() noexcept = default;
   explicit kptParsedCoordinate(double nominal) noexcept : nominal_(nominal) {}
 
@@ -18,7 +18,7 @@ public:
   bool invalid() const noexcept { return nominal_ == kptUnsetValue; }
   void reset() noexcept { *this = kptParsedCoordinate(); }
 
-private:
+ private:
   double nominal_ = kptUnsetValue;
   std::optional<double> tolerance_;
 };

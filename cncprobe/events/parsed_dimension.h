@@ -3,12 +3,12 @@
 
 #include <optional>
 
-#include "cncprobe/export.h"
 #include "cncprobe/events/unset_value.h"
+#include "cncprobe/export.h"
 
 // A size (diameter, width, length): nominal, actual and an optional size tolerance.
 class CNCPROBE_API kptParsedDimension {
-public:
+ public:
   kptParsedDimension() noexcept = default;
   // The two values in this order; no tolerance.
   kptParsedDimension(double nominal, double actual) noexcept : nominal_(nominal), actual_(actual) {}
@@ -22,7 +22,7 @@ public:
   bool invalid() const noexcept { return nominal_ == kptUnsetValue && actual_ == kptUnsetValue; }
   void reset() noexcept { *this = kptParsedDimension(); }
 
-private:
+ private:
   double nominal_ = kptUnsetValue;
   double actual_ = kptUnsetValue;
   std::optional<double> tolerance_;

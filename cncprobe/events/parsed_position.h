@@ -3,12 +3,12 @@
 
 #include <optional>
 
-#include "cncprobe/export.h"
 #include "cncprobe/events/unset_value.h"
+#include "cncprobe/export.h"
 
 // A measured position along one axis: nominal, actual and an optional true-position tolerance.
 class CNCPROBE_API kptParsedPosition {
-public:
+ public:
   kptParsedPosition() noexcept = default;
   kptParsedPosition(double nominal, double actual) noexcept : nominal_(nominal), actual_(actual) {}
 
@@ -19,7 +19,7 @@ public:
   bool invalid() const noexcept { return nominal_ == kptUnsetValue && actual_ == kptUnsetValue; }
   void reset() noexcept { *this = kptParsedPosition(); }
 
-private:
+ private:
   double nominal_ = kptUnsetValue;
   double actual_ = kptUnsetValue;
   std::optional<double> tolerance_;

@@ -10,10 +10,13 @@
 
 TEST(ParsedValues, OnlyBothNumbersAtTheMarkerMakeAValueInvalid) {
   const double nan = std::nan("");
-  struct Case { double nominal, actual; bool invalid; };
-  for (const Case& c : {Case{kptUnsetValue, kptUnsetValue, true}, Case{0.0, 0.0, false},
-                        Case{5.0, kptUnsetValue, false}, Case{kptUnsetValue, 5.0, false},
-                        Case{nan, nan, false}}) {
+  struct Case {
+    double nominal, actual;
+    bool invalid;
+  };
+  for (const Case& c :
+       {Case{kptUnsetValue, kptUnsetValue, true}, Case{0.0, 0.0, false},
+        Case{5.0, kptUnsetValue, false}, Case{kptUnsetValue, 5.0, false}, Case{nan, nan, false}}) {
     EXPECT_EQ(kptParsedDimension(c.nominal, c.actual).invalid(), c.invalid);
     EXPECT_EQ(kptParsedPosition(c.nominal, c.actual).invalid(), c.invalid);
     EXPECT_EQ(kptParsedCoordinate(c.nominal).invalid(), c.nominal == kptUnsetValue);

@@ -14,11 +14,11 @@
 #include "cncprobe/events/parsed_angle.h"
 #include "cncprobe/events/parsed_dimension.h"
 #include "cncprobe/events/parsed_position.h"
-#include "cncprobe/events/unset_value.h"
 #include "cncprobe/events/results_file_parser_callback.h"
+#include "cncprobe/events/unset_value.h"
 
 class RecordingCallback : public kptResultsFileParserCallback {
-public:
+ public:
   // One line per event, in the order the events arrived.
   std::vector<std::string> events;
 
@@ -73,7 +73,7 @@ public:
     return point(p.point()) + " n" + vector(p.normal());
   }
 
-private:
+ private:
   void on_start() override { events.push_back("start"); }
   void on_end() override { events.push_back("end"); }
   void on_workplane(const giWorkplane3& w) override {

@@ -1,4 +1,5 @@
-// kptResultsFileParserCallback: the events through which every recognised record and report arrives.
+// kptResultsFileParserCallback: the events through which every recognised record and report
+// arrives.
 //
 // The parsers build no results themselves: each machine record or printed macro report they
 // recognise ends in exactly one call of one of these operations, synchronously, in the order of
@@ -13,22 +14,22 @@
 
 #include <optional>
 
-#include "cncprobe/export.h"
 #include "cncprobe/events/parsed_angle.h"
 #include "cncprobe/events/parsed_dimension.h"
 #include "cncprobe/events/parsed_position.h"
+#include "cncprobe/export.h"
 #include "cncprobe/platform/geometry/circle2.h"
-#include "cncprobe/platform/model/inspection_print_data.h"
 #include "cncprobe/platform/geometry/plane.h"
 #include "cncprobe/platform/geometry/point2.h"
 #include "cncprobe/platform/geometry/point3.h"
-#include "cncprobe/platform/model/probe_wcs_axis.h"
-#include "cncprobe/platform/text/string.h"
 #include "cncprobe/platform/geometry/vector3.h"
 #include "cncprobe/platform/geometry/workplane3.h"
+#include "cncprobe/platform/model/inspection_print_data.h"
+#include "cncprobe/platform/model/probe_wcs_axis.h"
+#include "cncprobe/platform/text/string.h"
 
 class CNCPROBE_API kptResultsFileParserCallback {
-public:
+ public:
   // A line that contains START anywhere: a run begins.
   virtual void on_start() = 0;
   // A line that begins with END: the run ends.

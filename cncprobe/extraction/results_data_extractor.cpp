@@ -4,20 +4,20 @@
 
 #include <charconv>
 
-#include "cncprobe/platform/model/angle_surface_feature.h"
 #include "cncprobe/platform/geometry/circle3.h"
+#include "cncprobe/platform/geometry/inf_line3.h"
+#include "cncprobe/platform/geometry/plane.h"
+#include "cncprobe/platform/geometry/vector2.h"
+#include "cncprobe/platform/model/angle_surface_feature.h"
 #include "cncprobe/platform/model/circle_feature.h"
 #include "cncprobe/platform/model/corner_feature.h"
-#include "cncprobe/platform/geometry/inf_line3.h"
 #include "cncprobe/platform/model/inspection_feature.h"
-#include "cncprobe/platform/support/observer_ptr.h"
 #include "cncprobe/platform/model/perpendicular_distance.h"
 #include "cncprobe/platform/model/perpendicular_distance_feature.h"
-#include "cncprobe/platform/geometry/plane.h"
 #include "cncprobe/platform/model/rectangle3.h"
 #include "cncprobe/platform/model/rectangle_feature.h"
 #include "cncprobe/platform/model/surface_feature.h"
-#include "cncprobe/platform/geometry/vector2.h"
+#include "cncprobe/platform/support/observer_ptr.h"
 #include "cncprobe/resultsfile/results_file_parser.h"
 
 namespace {

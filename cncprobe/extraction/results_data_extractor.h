@@ -18,19 +18,19 @@
 #include <optional>
 #include <vector>
 
+#include "cncprobe/events/results_file_parser_callback.h"
 #include "cncprobe/export.h"
 #include "cncprobe/extraction/output_transformation.h"
 #include "cncprobe/foundation/results_file_cursor.h"
 #include "cncprobe/foundation/units.h"
-#include "cncprobe/platform/model/inspection_print_data.h"
-#include "cncprobe/platform/support/iterator.h"
 #include "cncprobe/platform/geometry/point2.h"
+#include "cncprobe/platform/geometry/unit_vec3.h"
+#include "cncprobe/platform/model/inspection_print_data.h"
 #include "cncprobe/platform/model/probe_path.h"
 #include "cncprobe/platform/model/probe_wcs_axis.h"
-#include "cncprobe/platform/text/string.h"
 #include "cncprobe/platform/model/toolpath_result.h"
-#include "cncprobe/platform/geometry/unit_vec3.h"
-#include "cncprobe/events/results_file_parser_callback.h"
+#include "cncprobe/platform/support/iterator.h"
+#include "cncprobe/platform/text/string.h"
 
 // The outcome of an extraction: success, or the latest problem met (the end rules 5 and 1 last).
 enum kptResultsExtractionStatus : std::int32_t {

@@ -105,12 +105,14 @@ TEST(ResultsDataExtractorFile, EveryExtractionForgetsTheOneBefore) {
                 kptUnits()),
             kptExtractionMissingEnd);
   EXPECT_EQ(extractor.resultsfile_name(), utString("RUN1.TXT"));
-  EXPECT_EQ(extractor.extract_data_from_cursor(
-                {"START", "COMPONENT NO 1 FEATURE NO 4", "SIZE D 8.000 ACTUAL 8.010 DEV 0.010",
-                 "POSN X 1.000 ACTUAL 1.000 DEV 0.000", "POSN Y 2.000 ACTUAL 2.000 DEV 0.000", "END"},
-                kptUnits()),
-            kptExtractionSuccess);
+  EXPECT_EQ(
+      extractor.extract_data_from_cursor(
+          {"START", "COMPONENT NO 1 FEATURE NO 4", "SIZE D 8.000 ACTUAL 8.010 DEV 0.010",
+           "POSN X 1.000 ACTUAL 1.000 DEV 0.000", "POSN Y 2.000 ACTUAL 2.000 DEV 0.000", "END"},
+          kptUnits()),
+      kptExtractionSuccess);
   EXPECT_EQ(summary(extractor), "circle 0");
-  EXPECT_EQ(details(extractor), std::vector<std::string>{"(1 2 0) (0 0 1) 4 | (1 2 0) 4.005 | - -"});
+  EXPECT_EQ(details(extractor),
+            std::vector<std::string>{"(1 2 0) (0 0 1) 4 | (1 2 0) 4.005 | - -"});
   EXPECT_TRUE(extractor.resultsfile_name().valid() && extractor.resultsfile_name().empty());
 }

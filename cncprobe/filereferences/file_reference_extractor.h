@@ -23,7 +23,7 @@
 #include "cncprobe/platform/text/string.h"
 
 class CNCPROBE_API kptFileReferenceExtractor {
-public:
+ public:
   // The longest line the scan reads; a longer one ends the scan as an unreadable line does.
   // Reference lines hold a keyword and a file name or version, far below this.
   static constexpr std::size_t kMaxLineBytes = 1024 * 1024;
@@ -55,12 +55,12 @@ public:
   // fit a signed 32-bit integer. Evaluated anew on every call.
   [[nodiscard]] kptResultsFileVersion results_file_version() const;
 
-protected:
+ protected:
   // Forgets every reference, then scans `stream` from where it stands as extract scans a file;
   // stops reading as soon as all seven are known. Always apStatus(1).
   apStatus extract_from_stream(std::istream& stream);
 
-private:
+ private:
   void forget_all();
   bool all_found() const noexcept;
 

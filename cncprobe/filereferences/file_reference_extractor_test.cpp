@@ -20,13 +20,18 @@ const fs::path kSample = fs::path(CNCPROBE_TEST_DATA_DIR) / "references" / "head
 // The seven references in member order; invalid ones as "<none>".
 std::array<std::string, 7> all(const kptFileReferenceExtractor& x) {
   std::array<std::string, 7> out;
-  const utString* refs[] = {&x.results_file_version_text(), &x.settings_filename(), &x.cad_filename(),
-                            &x.cldata_filename(), &x.document_version(), &x.document_id(),
+  const utString* refs[] = {&x.results_file_version_text(),
+                            &x.settings_filename(),
+                            &x.cad_filename(),
+                            &x.cldata_filename(),
+                            &x.document_version(),
+                            &x.document_id(),
                             &x.model_version()};
   for (int i = 0; i < 7; ++i) out[i] = refs[i]->valid() ? refs[i]->str() : "<none>";
   return out;
 }
-const std::array<std::string, 7> kNone = {"<none>", "<none>", "<none>", "<none>", "<none>", "<none>", "<none>"};
+const std::array<std::string, 7> kNone = {"<none>", "<none>", "<none>", "<none>",
+                                          "<none>", "<none>", "<none>"};
 
 std::string slurp(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
@@ -51,9 +56,13 @@ struct StreamExtractor : kptFileReferenceExtractor {
 }  // namespace
 
 TEST(FileReferenceExtractor, SampleHeaderWithAnyLineEnds) {
-  const std::array<std::string, 7> expected = {
-      "2.1.0", "C:\\jobs\\bracket\\inspection settings.xml", "C:\\jobs\\bracket\\bracket.model",
-      "C:\\jobs\\bracket\\op20 probe.cl", "7", "BRK-0042 (rev B)", "3.2."};
+  const std::array<std::string, 7> expected = {"2.1.0",
+                                               "C:\\jobs\\bracket\\inspection settings.xml",
+                                               "C:\\jobs\\bracket\\bracket.model",
+                                               "C:\\jobs\\bracket\\op20 probe.cl",
+                                               "7",
+                                               "BRK-0042 (rev B)",
+                                               "3.2."};
   const std::string lf = slurp(kSample);
   std::string crlf, cr;
   for (const char c : lf) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
@@ -68,7 +77,10 @@ TEST(FileReferenceExtractor, SampleHeaderWithAnyLineEnds) {
 }
 
 TEST(FileReferenceExtractor, FirstValueWinsAndWhatEndsTheScan) {
-  struct Case { std::string bytes; std::array<std::string, 7> refs; };
+  struct Case {
+    std::string bytes;
+    std::array<std::string, 7> refs;
+  };
   const std::string long_line(kptFileReferenceExtractor::kMaxLineBytes + 1, 'x');
   const std::string blanks(400000, ' ');  // inner blanks of any length stay in the value
   const Case cases[] = {
@@ -81,7 +93,10 @@ TEST(FileReferenceExtractor, FirstValueWinsAndWhatEndsTheScan) {
        {"<none>", "<none>", "a", "<none>", "<none>", "<none>", "<none>"}},
       {"CADFILENAME a" + blanks + "b\nMODELVERSION 3",  // a last line without line end counts
        {"<none>", "<none>", "a" + blanks + "b", "<none>", "<none>", "<none>", "3"}},
-      {std::string("\x7F" "ELF\x02\x01\x00\x00\xFF\xFE\nCADFILENAME a\n", 17), kNone},
+      {std::string("\x7F"
+                   "ELF\x02\x01\x00\x00\xFF\xFE\nCADFILENAME a\n",
+                   17),
+       kNone},
       {"", kNone},
       {"START\nEND\n", kNone},
   };
@@ -100,9 +115,9 @@ TEST(FileReferenceExtractor, RefusedPathsForgetEarlierReferences) {
   fs::permissions(unreadable.native(), fs::perms::none);
   const bool root_reads_anyway = ::access(unreadable.native().c_str(), R_OK) == 0;
 
-  for (const apPath& path : {apPath((scratch.dir / "missing.txt").string()), apPath(scratch.dir.string()),
-                             apPath((scratch.dir / "fifo").string()), apPath(""),
-                             apPath(std::string("\xFF.txt")), unreadable}) {
+  for (const apPath& path : {apPath((scratch.dir / "missing.txt").string()),
+                             apPath(scratch.dir.string()), apPath((scratch.dir / "fifo").string()),
+                             apPath(""), apPath(std::string("\xFF.txt")), unreadable}) {
     if (root_reads_anyway && path.native() == unreadable.native()) continue;
     kptFileReferenceExtractor refs;
     ASSERT_EQ(refs.extract(apPath(kSample.string())).value(), 1);
@@ -126,7 +141,10 @@ TEST(FileReferenceExtractor, ScanEndsOnceAllSevenAreKnown) {
 }
 
 TEST(FileReferenceExtractor, VersionTextToNumbers) {
-  struct Case { const char* text; kptResultsFileVersion version; };
+  struct Case {
+    const char* text;
+    kptResultsFileVersion version;
+  };
   const Case cases[] = {
       {"2.0.11", kptResultsFileVersion(2, 0, 11)},
       {"2147483647.0.0", kptResultsFileVersion(INT_MAX, 0, 0)},

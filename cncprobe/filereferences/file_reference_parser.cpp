@@ -1,5 +1,6 @@
 // kptFileReferenceParser: builds the seven reference-line patterns and takes values from lines.
 #include "cncprobe/filereferences/file_reference_parser.h"
+
 #include "cncprobe/platform/text/internal/matcher.h"
 
 namespace {

@@ -20,7 +20,7 @@
 class reMatcher;
 
 class CNCPROBE_API kptFileReferenceParser {
-public:
+ public:
   // Builds, compiles and studies the seven patterns once.
   kptFileReferenceParser();
   ~kptFileReferenceParser();
@@ -39,7 +39,7 @@ public:
   [[nodiscard]] utString parse_document_version(const utString& line) const;
   [[nodiscard]] utString parse_model_version(const utString& line) const;
 
-private:
+ private:
   void init_matchers();
   static utString parse_line(const utString& line, reMatcher& matcher);
 

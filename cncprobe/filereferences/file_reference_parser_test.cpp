@@ -5,10 +5,14 @@
 
 TEST(FileReferenceParser, ValuesOfReferenceLines) {
   enum Ref { kVersion, kCad, kClData, kSettings, kDocumentId, kDocumentVersion, kModelVersion };
-  struct Case { const char* line; Ref ref; const char* value; };  // value null: no reference
+  struct Case {
+    const char* line;
+    Ref ref;
+    const char* value;
+  };  // value null: no reference
   const Case cases[] = {
       {"*** CADFILENAME C:\\jobs\\bracket.model ***", kCad, "C:\\jobs\\bracket.model"},
-      {"CADFILENAME a CADFILENAME b", kCad, "b"},  // the last occurrence
+      {"CADFILENAME a CADFILENAME b", kCad, "b"},              // the last occurrence
       {"CADFILENAME a CADFILENAMEb", kCad, "a CADFILENAMEb"},  // ... that a blank follows
       {"CADFILENAME my part * v2.model. **\t", kCad, "my part * v2.model."},
       {"CADFILENAME  **", kCad, ""},  // found, with an empty value
@@ -30,11 +34,13 @@ TEST(FileReferenceParser, ValuesOfReferenceLines) {
   };
   const kptFileReferenceParser parser;
   using Parse = utString (kptFileReferenceParser::*)(const utString&) const;
-  const Parse parse[] = {
-      &kptFileReferenceParser::parse_results_file_version, &kptFileReferenceParser::parse_cad_filename,
-      &kptFileReferenceParser::parse_cldata_filename, &kptFileReferenceParser::parse_settings_filename,
-      &kptFileReferenceParser::parse_document_id, &kptFileReferenceParser::parse_document_version,
-      &kptFileReferenceParser::parse_model_version};
+  const Parse parse[] = {&kptFileReferenceParser::parse_results_file_version,
+                         &kptFileReferenceParser::parse_cad_filename,
+                         &kptFileReferenceParser::parse_cldata_filename,
+                         &kptFileReferenceParser::parse_settings_filename,
+                         &kptFileReferenceParser::parse_document_id,
+                         &kptFileReferenceParser::parse_document_version,
+                         &kptFileReferenceParser::parse_model_version};
   for (const Case& c : cases) {
     for (int ref = kVersion; ref <= kModelVersion; ++ref) {
       // A line is the reference line of its own keyword only.

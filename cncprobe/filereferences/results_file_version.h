@@ -8,7 +8,7 @@
 #include "cncprobe/export.h"
 
 class CNCPROBE_API kptResultsFileVersion {
-public:
+ public:
   // 0.0.0, the unversioned value.
   kptResultsFileVersion() noexcept = default;
   // Stores the three numbers as given; a major number of 0 makes the version unversioned.
@@ -30,7 +30,7 @@ public:
   // Orders by major, then minor, then build number, each compared as a number: 1.2.3 < 1.10.0.
   bool operator<(const kptResultsFileVersion& other) const noexcept;
 
-private:
+ private:
   unsigned int major_number_ = 0;
   unsigned int minor_number_ = 0;
   unsigned int build_number_ = 0;

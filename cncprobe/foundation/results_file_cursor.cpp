@@ -51,7 +51,7 @@ bool readable_in_c_locale(const utString& line) {
 // Cuts the bytes of a file, fed chunk by chunk, into the non-empty lines that pass the encoding
 // test, appending them to a list. A line cut by a chunk boundary waits in `partial_`.
 class LineSplitter {
-public:
+ public:
   explicit LineSplitter(utStringcoSList& lines) : lines_(lines) {}
 
   void feed(const char* p, const char* end) {
@@ -79,7 +79,7 @@ public:
     partial_.clear();
   }
 
-private:
+ private:
   void hold(std::string_view piece) {
     while (partial_.size() + piece.size() > kMaxLineLength) {
       const std::size_t room = kMaxLineLength - partial_.size();

@@ -19,7 +19,7 @@
 #include "cncprobe/platform/text/string_list.h"
 
 class CNCPROBE_API kptResultsFileCursor {
-public:
+ public:
   // The lines of the named file, standing before the first line. A NUL, a line feed or a
   // carriage return ends a line; empty lines and lines that are neither UTF-8 nor text of the
   // current C locale's encoding are dropped; a last line without a line end is kept. A file that
@@ -57,7 +57,7 @@ public:
     return undefined() ? 0 : position_.index() + 1;
   }
 
-protected:
+ protected:
   // A cursor over a new, empty list, standing on its undefined position.
   kptResultsFileCursor();
 
@@ -69,7 +69,7 @@ protected:
   // encoding test; otherwise the bytes exactly as read, possibly none.
   static utString read_line(std::ifstream& stream);
 
-private:
+ private:
   std::shared_ptr<utStringcoSList> lines_;
   utStringcoSListBcoIterator position_;
 };

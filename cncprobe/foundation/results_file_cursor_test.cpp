@@ -17,7 +17,7 @@ using Lines = std::vector<std::string>;
 
 // Reads a file through the per-line contract alone, as a check on the chunked reader.
 class LineByLine : public kptResultsFileCursor {
-public:
+ public:
   static Lines read(const fs::path& path) {
     std::ifstream stream(path, std::ios::binary);
     Lines lines;
@@ -36,7 +36,7 @@ Lines lines_of(kptResultsFileCursor cursor) {
 }
 
 class ResultsFileCursorTest : public ::testing::Test {
-protected:
+ protected:
   void SetUp() override { fs::create_directories(dir_); }
   void TearDown() override { fs::remove_all(dir_); }
 
@@ -49,9 +49,9 @@ protected:
     return kptResultsFileCursor(utString(path.string()));
   }
 
-  fs::path dir_ = fs::temp_directory_path() /
-                 ("cncprobe_cursor_" + std::to_string(::getpid()) + "_" +
-                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
+  fs::path dir_ =
+      fs::temp_directory_path() / ("cncprobe_cursor_" + std::to_string(::getpid()) + "_" +
+                                   ::testing::UnitTest::GetInstance()->current_test_info()->name());
   int files_ = 0;
 };
 }  // namespace
@@ -62,7 +62,10 @@ TEST_F(ResultsFileCursorTest, LineEndsBlankLinesAndTheEncodingTest) {
   ASSERT_EQ(std::mbstowcs(nullptr, "\xE9", 2147483647), static_cast<std::size_t>(-1));
   const std::string mib_less_one((std::size_t{1} << 20) - 1, 'y');  // the read buffer's size
   const std::string big(3 << 20, 'x');
-  struct Case { std::string bytes; Lines lines; };
+  struct Case {
+    std::string bytes;
+    Lines lines;
+  };
   const Case cases[] = {
       {"A\r\n\r\nB", {"A", "B"}},
       {"A\rB\rC\r", {"A", "B", "C"}},

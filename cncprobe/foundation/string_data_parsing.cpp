@@ -32,7 +32,7 @@ bool read_short_decimal(std::string_view text, double& value, std::size_t& used)
 #if FLT_EVAL_METHOD != 0
   return false;  // a wider intermediate would round twice
 #endif
-  static constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6, 1e7,
+  static constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                             1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
   const char* p = text.data();
   const char* const end = p + text.size();
@@ -89,8 +89,8 @@ double kptStringDataParsing::string_to_double(std::string_view text) const {
     double value = 0.0;
     std::size_t used = 0;
     if (read_short_decimal(rest, value, used)) return minus_in(rest.substr(used)) ? -value : value;
-    const auto result = std::from_chars(rest.data(), rest.data() + rest.size(), value,
-                                        std::chars_format::general);
+    const auto result =
+        std::from_chars(rest.data(), rest.data() + rest.size(), value, std::chars_format::general);
     if (result.ec == std::errc()) return minus_in(rest) ? -value : value;
     if (result.ec == std::errc::invalid_argument) return 0.0;  // a lone "." is no number
     // Out of range: let the C library decide between an infinity and a denormal, as it would.
@@ -117,8 +117,7 @@ double kptStringDataParsing::string_to_mm(std::string_view text) const {
   return units_.units_to_mm(string_to_double(text));
 }
 
-bool kptStringDataParsing::string_to_unsigned_int(const utString& text,
-                                                  unsigned int& value) const {
+bool kptStringDataParsing::string_to_unsigned_int(const utString& text, unsigned int& value) const {
   int parsed = 0;
   int unused = 0;
   if (!text.parse(parsed, unused)) return false;

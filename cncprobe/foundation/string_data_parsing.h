@@ -11,7 +11,7 @@
 #include "cncprobe/platform/text/string.h"
 
 class CNCPROBE_API kptStringDataParsing {
-public:
+ public:
   // A reader for a file printed in `units` (millimetres by default).
   explicit kptStringDataParsing(const kptUnits& units = kptUnits()) noexcept : units_(units) {}
   kptStringDataParsing(const kptStringDataParsing&) noexcept = default;
@@ -37,6 +37,6 @@ public:
   // feature number. False for a text that is no integer (`value` untouched) or a negative one.
   [[nodiscard]] bool string_to_unsigned_int(const utString& text, unsigned int& value) const;
 
-private:
+ private:
   kptUnits units_;
 };

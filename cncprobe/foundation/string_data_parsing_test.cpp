@@ -34,23 +34,53 @@ double read_with_atof(const std::string& text) {
 // several points, exponents out of range, long mantissas, denormals, letters and commas.
 std::vector<std::string> number_texts() {
   const char* const signs[] = {"", "-", "+", "- ", "+ -", " ", "--", "\t", " \t-", "*", "-*"};
-  const char* const mantissas[] = {
-      "0", "12.5", ".5", "5.", ".", "1.5.2", "007", "0.1", "123456789012345678901234567890",
-      "9007199254740993", "1.7976931348623157", "1.7976931348623159", "2.2250738585072011",
-      "4.9406564584124654", "2.4703282292062327", "2.4703282292062328", "0.000000000000000000001",
-      "", "e5", "0x1A", "inf", "nan"};
-  const char* const exponents[] = {"", "e", "e+", "E-5", "e308", "e309", "e-308", "e-310", "e-324",
-                                   "e-330", "e+0", "e400", "e99999999999999999999",
-                                   "e-99999999999999999999", "e0001"};
+  const char* const mantissas[] = {"0",
+                                   "12.5",
+                                   ".5",
+                                   "5.",
+                                   ".",
+                                   "1.5.2",
+                                   "007",
+                                   "0.1",
+                                   "123456789012345678901234567890",
+                                   "9007199254740993",
+                                   "1.7976931348623157",
+                                   "1.7976931348623159",
+                                   "2.2250738585072011",
+                                   "4.9406564584124654",
+                                   "2.4703282292062327",
+                                   "2.4703282292062328",
+                                   "0.000000000000000000001",
+                                   "",
+                                   "e5",
+                                   "0x1A",
+                                   "inf",
+                                   "nan"};
+  const char* const exponents[] = {"",
+                                   "e",
+                                   "e+",
+                                   "E-5",
+                                   "e308",
+                                   "e309",
+                                   "e-308",
+                                   "e-310",
+                                   "e-324",
+                                   "e-330",
+                                   "e+0",
+                                   "e400",
+                                   "e99999999999999999999",
+                                   "e-99999999999999999999",
+                                   "e0001"};
   const char* const tails[] = {"", "-", "x", " 7", ".3", ",5", "e2", "*"};
   std::vector<std::string> texts;
   for (const char* sign : signs)
     for (const char* mantissa : mantissas)
       for (const char* exponent : exponents)
-        for (const char* tail : tails) texts.push_back(std::string(sign) + mantissa + exponent + tail);
+        for (const char* tail : tails)
+          texts.push_back(std::string(sign) + mantissa + exponent + tail);
   const std::string nines(400, '9');
-  texts.insert(texts.end(), {nines + "." + nines + "e-400", "0." + std::string(350, '0') + "1",
-                       nines + nines});
+  texts.insert(texts.end(),
+               {nines + "." + nines + "e-400", "0." + std::string(350, '0') + "1", nines + nines});
   std::mt19937 random(20240611u);
   const std::string alphabet = "0123456789..--++  eE*,\tx";
   for (int i = 0; i < 100000; ++i) {
@@ -62,7 +92,10 @@ std::vector<std::string> number_texts() {
 }
 
 void expect_doubles_read_neutrally() {
-  struct Case { const char* text; double value; };
+  struct Case {
+    const char* text;
+    double value;
+  };
   // Fixed values, so that the atof reading below is itself held to them.
   const Case cases[] = {
       {"- 12.5", -12.5}, {"+3", 3.0}, {"--5", -5.0}, {"12-3", -12.0}, {"1.5.2", 1.5}, {"", 0.0},
@@ -97,10 +130,16 @@ TEST(StringDataParsing, StringToDoubleReadsAsAtofDoesInAnyNumberFormat) {
 }
 
 TEST(StringDataParsing, StringToMmConvertsFromTheFileUnits) {
-  struct Case { kptUnitsType type; const char* text; double mm; };
+  struct Case {
+    kptUnitsType type;
+    const char* text;
+    double mm;
+  };
   const Case cases[] = {
-      {kptUnitsInches, "1", 25.4},    {kptUnitsMillimetres, "1", 1.0},
-      {kptUnitsInches, "- 2", -50.8}, {static_cast<kptUnitsType>(5), "2", 2.0},
+      {kptUnitsInches, "1", 25.4},
+      {kptUnitsMillimetres, "1", 1.0},
+      {kptUnitsInches, "- 2", -50.8},
+      {static_cast<kptUnitsType>(5), "2", 2.0},
   };
   for (const Case& c : cases) {
     const kptStringDataParsing parsing{kptUnits(c.type)};
@@ -109,10 +148,15 @@ TEST(StringDataParsing, StringToMmConvertsFromTheFileUnits) {
 }
 
 TEST(StringDataParsing, StringToUnsignedInt) {
-  struct Case { const char* text; bool ok; unsigned int value; };
+  struct Case {
+    const char* text;
+    bool ok;
+    unsigned int value;
+  };
   const Case cases[] = {
-      {"17", true, 17},   {"0", true, 0},     {"2147483647", true, 2147483647u},
-      {"-5", false, 0},   {"ABC", false, 0},  {"", false, 0},  {"1.5", false, 0},
+      {"17", true, 17},  {"0", true, 0},    {"2147483647", true, 2147483647u},
+      {"-5", false, 0},  {"ABC", false, 0}, {"", false, 0},
+      {"1.5", false, 0},
   };
   const kptStringDataParsing parsing;
   for (const Case& c : cases) {

@@ -18,7 +18,7 @@ inline constexpr double kptMillimetresPerInch = 25.4;
 
 // A units value: a plain copyable wrapper of its kptUnitsType.
 class CNCPROBE_API kptUnits {
-public:
+ public:
   // Units of the given type; millimetres by default, as when the host names none.
   kptUnits(kptUnitsType type = kptUnitsMillimetres) noexcept : type_(type) {}  // NOLINT
   kptUnits(const kptUnits&) noexcept = default;
@@ -39,6 +39,6 @@ public:
   bool operator==(const kptUnits& other) const noexcept { return type_ == other.type_; }
   bool operator!=(const kptUnits& other) const noexcept { return type_ != other.type_; }
 
-private:
+ private:
   kptUnitsType type_;
 };

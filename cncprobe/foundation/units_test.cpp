@@ -4,10 +4,16 @@
 #include <gtest/gtest.h>
 
 TEST(Units, ConvertsInchesAndPassesEverythingElseThrough) {
-  struct Case { kptUnitsType type; double units; double mm; };
+  struct Case {
+    kptUnitsType type;
+    double units;
+    double mm;
+  };
   const Case cases[] = {
-      {kptUnitsInches, 0.5, 12.7}, {kptUnitsInches, -10.0, -254.0},
-      {kptUnitsMillimetres, 25.4, 25.4}, {static_cast<kptUnitsType>(7), 3.5, 3.5},
+      {kptUnitsInches, 0.5, 12.7},
+      {kptUnitsInches, -10.0, -254.0},
+      {kptUnitsMillimetres, 25.4, 25.4},
+      {static_cast<kptUnitsType>(7), 3.5, 3.5},
   };
   for (const Case& c : cases) {
     const kptUnits units(c.type);

@@ -18,19 +18,19 @@
 #include <memory>
 #include <optional>
 
-#include "cncprobe/export.h"
-#include "cncprobe/foundation/results_file_cursor.h"
-#include "cncprobe/foundation/string_data_parsing.h"
-#include "cncprobe/foundation/units.h"
 #include "cncprobe/events/parsed_angle.h"
 #include "cncprobe/events/parsed_coordinate.h"
 #include "cncprobe/events/parsed_dimension.h"
 #include "cncprobe/events/parsed_position.h"
-#include "cncprobe/platform/model/inspection_print_data.h"
-#include "cncprobe/platform/support/observer_ptr.h"
-#include "cncprobe/platform/model/probe_wcs_axis.h"
-#include "cncprobe/platform/text/string.h"
 #include "cncprobe/events/results_file_parser_callback.h"
+#include "cncprobe/export.h"
+#include "cncprobe/foundation/results_file_cursor.h"
+#include "cncprobe/foundation/string_data_parsing.h"
+#include "cncprobe/foundation/units.h"
+#include "cncprobe/platform/model/inspection_print_data.h"
+#include "cncprobe/platform/model/probe_wcs_axis.h"
+#include "cncprobe/platform/support/observer_ptr.h"
+#include "cncprobe/platform/text/string.h"
 
 class reMatcher;
 

@@ -12,20 +12,20 @@
 
 #include <memory>
 
+#include "cncprobe/events/results_file_parser_callback.h"
 #include "cncprobe/export.h"
 #include "cncprobe/foundation/results_file_cursor.h"
 #include "cncprobe/foundation/string_data_parsing.h"
 #include "cncprobe/foundation/units.h"
 #include "cncprobe/macrooutput/macro_output_parser.h"
+#include "cncprobe/platform/geometry/workplane3.h"
 #include "cncprobe/platform/support/observer_ptr.h"
 #include "cncprobe/platform/text/string.h"
-#include "cncprobe/platform/geometry/workplane3.h"
-#include "cncprobe/events/results_file_parser_callback.h"
 
 class reMatcher;
 
 class CNCPROBE_API kptResultsFileParser : public kptMacroOutputParser {
-public:
+ public:
   // A parser for a file printed in `units`, firing its events at `callback`, which it does not own
   // and which must outlive it (a null callback is allowed: lines are then recognised and consumed
   // silently). All patterns are compiled here, once.
@@ -41,7 +41,7 @@ public:
   // 214748.3648 and more, and for a cursor that stands on no line.
   bool parse_next_object(kptResultsFileCursor& cursor) const;
 
-private:
+ private:
   void init_matchers();
 
   bool parse_for_start(const utString& line) const;

@@ -14,7 +14,7 @@
 #include "cncprobe/platform/text/string.h"
 
 class CNCPROBE_API kptInspectionSettings {
-public:
+ public:
   // Version 0, millimetre input units, proximity criterion 0.8 mm, confetti diameter 4 mm,
   // precisions 3 (linear), 3 (angular) and 5 (unitless), label "Surface Point " (trailing blank).
   kptInspectionSettings();
@@ -65,7 +65,7 @@ public:
   // Stores `label` when it is valid (an empty one included); an invalid string is ignored.
   void set_surface_point_label(const utString& label) noexcept;
 
-private:
+ private:
   unsigned int version_ = 0;
   kptUnits input_units_{kptUnitsMillimetres};
   double proximity_criteria_mm_ = 0.8;

@@ -17,7 +17,7 @@ enum kptInspectionSettingsErrorCode : std::int32_t {
 };
 
 class CNCPROBE_API kptInspectionSettingsError {
-public:
+ public:
   // Success, without custom message.
   kptInspectionSettingsError() noexcept = default;
   // The given code, without custom message.
@@ -48,7 +48,7 @@ public:
   // known ones has an empty standard message.
   [[nodiscard]] apString message() const;
 
-private:
+ private:
   apString get_message_from_code() const;
 
   kptInspectionSettingsErrorCode code_ = kptSettingsSuccess;

@@ -4,10 +4,16 @@
 #include <gtest/gtest.h>
 
 TEST(InspectionSettingsError, StandardMessagesAndTruth) {
-  struct Case { int code; bool truth; const wchar_t* message; };
+  struct Case {
+    int code;
+    bool truth;
+    const wchar_t* message;
+  };
   const Case cases[] = {
       {0, false, L"The inspection settings file was parsed successfully."},
-      {1, true, L"The inspection settings file was parsed successfully, but the version was newer than supported."},
+      {1, true,
+       L"The inspection settings file was parsed successfully, but the version was newer than "
+       L"supported."},
       {2, true, L"The given path for the inspection settings file is invalid."},
       {3, true, L"The inspection settings file has an invalid version."},
       {4, true, L"The inspection settings file is not a valid XML file."},

@@ -17,13 +17,13 @@
 #include <memory>
 
 #include "cncprobe/export.h"
-#include "cncprobe/platform/xml/document_factory.h"
 #include "cncprobe/platform/text/path.h"
+#include "cncprobe/platform/xml/document_factory.h"
 #include "cncprobe/settings/inspection_settings.h"
 #include "cncprobe/settings/inspection_settings_error.h"
 
 class CNCPROBE_API kptInspectionSettingsReader {
-public:
+ public:
   // A reader that loads through `factory`; when it is empty, through the factory registered as
   // the "xml" service (or under a less qualified form of that name), which the library provides.
   explicit kptInspectionSettingsReader(std::shared_ptr<axmDocumentFactory> factory = nullptr);
@@ -48,6 +48,6 @@ public:
   // The factory documents are loaded through; empty when none was given or registered.
   const std::shared_ptr<axmDocumentFactory>& factory() const noexcept { return factory_; }
 
-private:
+ private:
   std::shared_ptr<axmDocumentFactory> factory_;
 };

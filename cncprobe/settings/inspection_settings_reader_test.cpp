@@ -24,7 +24,9 @@ std::string dump(const kptInspectionSettings& s) {
   return text;
 }
 
-std::string sample(const char* name) { return std::string(CNCPROBE_TEST_DATA_DIR) + "/settings/" + name; }
+std::string sample(const char* name) {
+  return std::string(CNCPROBE_TEST_DATA_DIR) + "/settings/" + name;
+}
 
 // A caller's settings whose version and units differ from anything a refused file may name.
 kptInspectionSettings callers_settings() {
@@ -35,10 +37,11 @@ kptInspectionSettings callers_settings() {
 }
 
 class SettingsReader : public ::testing::Test {
-protected:
+ protected:
   void SetUp() override {
-    dir_ = fs::temp_directory_path() / ("cncprobe_settings_" + std::to_string(getpid()) + "_" +
-                                        ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    dir_ = fs::temp_directory_path() /
+           ("cncprobe_settings_" + std::to_string(getpid()) + "_" +
+            ::testing::UnitTest::GetInstance()->current_test_info()->name());
     fs::create_directories(dir_);
   }
   void TearDown() override { fs::remove_all(dir_); }
@@ -65,19 +68,28 @@ struct FakeFactory : axmDocumentFactory {
 TEST_F(SettingsReader, RefusedFilesReportOnlyTheFirstProblemAndChangeNothing) {
   const wchar_t* const version = L"The version setting should be a positive integer.";
   const wchar_t* const units = L"The units setting should be either millimetres or inches.";
-  struct Case { const char* body; const wchar_t* custom; };
+  struct Case {
+    const char* body;
+    const wchar_t* custom;
+  };
   const Case cases[] = {
       {"<s version='0'><units>INCHES</units></s>", version},
       {"<s version='abc'/>", version},
-      {"<s version='2'><confetti><diameter>0</diameter></confetti><units>INCHES</units></s>", units},
+      {"<s version='2'><confetti><diameter>0</diameter></confetti><units>INCHES</units></s>",
+       units},
       {"<s><units>Metric</units></s>", units},
-      {"<s><units>mm</units><projection><proximity_criteria>-0.1</proximity_criteria></projection></s>",
+      {"<s><units>mm</units><projection><proximity_criteria>-0.1</proximity_criteria></"
+       "projection></s>",
        L"The proximity_criteria setting should be a non-negative rational number."},
-      {"<s><data><precision><linear_digits>0</linear_digits></precision></data><confetti><diameter/>"
-       "</confetti></s>", L"The diameter setting should be a positive rational number."},
+      {"<s><data><precision><linear_digits>0</linear_digits></precision></data><confetti><diameter/"
+       ">"
+       "</confetti></s>",
+       L"The diameter setting should be a positive rational number."},
       {"<s><data><precision><angle_digits>0</angle_digits><linear_digits>3.0</linear_digits>"
-       "</precision></data></s>", L"The linear_digits setting should be a positive integer."},
-      {"<s><units>mm</units><data><precision><angle_digits>-2</angle_digits></precision></data></s>",
+       "</precision></data></s>",
+       L"The linear_digits setting should be a positive integer."},
+      {"<s><units>mm</units><data><precision><angle_digits>-2</angle_digits></precision></data></"
+       "s>",
        L"The angle_digits setting should be a positive integer."},
       {"<s><data><precision><unitless_digits>x</unitless_digits></precision></data></s>",
        L"The unitless_digits setting should be a positive integer."},
@@ -86,35 +98,46 @@ TEST_F(SettingsReader, RefusedFilesReportOnlyTheFirstProblemAndChangeNothing) {
     const kptInspectionSettingsErrorCode code =
         c.custom == version ? kptSettingsInvalidVersion : kptSettingsInvalidSettings;
     kptInspectionSettings settings = callers_settings();
-    const kptInspectionSettingsError error = kptInspectionSettingsReader::read(write(c.body), settings);
-    EXPECT_EQ(error.message().wstr(), kptInspectionSettingsError(code).message().wstr() + L" " + c.custom)
+    const kptInspectionSettingsError error =
+        kptInspectionSettingsReader::read(write(c.body), settings);
+    EXPECT_EQ(error.message().wstr(),
+              kptInspectionSettingsError(code).message().wstr() + L" " + c.custom)
         << c.body;
     EXPECT_EQ(dump(settings), dump(callers_settings())) << c.body;
   }
 }
 
 TEST_F(SettingsReader, AcceptedFilesCommitEveryValueTheyNameInTheUnitsInForce) {
-  struct Case { const char* body; kptUnitsType start; const char* settings; };
+  struct Case {
+    const char* body;
+    kptUnitsType start;
+    const char* settings;
+  };
   const Case cases[] = {
       {"<s/>", kptUnitsMillimetres, "v1 u0 p0.8 d4 3/3/5 'Surface Point '"},
       {"<s><confetti><diameter>0.25</diameter></confetti></s>", kptUnitsInches,
        "v1 u1 p0.8 d6.35 3/3/5 'Surface Point '"},
       {"<s><confetti><diameter>2</diameter></confetti><units>mm</units></s>", kptUnitsInches,
        "v1 u0 p0.8 d2 3/3/5 'Surface Point '"},
-      {"<s version='2'><units>imperial</units><projection><proximity_criteria>0</proximity_criteria>"
-       "</projection></s>", kptUnitsMillimetres, "v2 u1 p0 d4 3/3/5 'Surface Point '"},
+      {"<s "
+       "version='2'><units>imperial</units><projection><proximity_criteria>0</proximity_criteria>"
+       "</projection></s>",
+       kptUnitsMillimetres, "v2 u1 p0 d4 3/3/5 'Surface Point '"},
       {"<s><units>metric</units></s>", kptUnitsInches, "v1 u0 p0.8 d4 3/3/5 'Surface Point '"},
-      {"<s><units>in</units><units>x</units></s>", kptUnitsMillimetres, "v1 u1 p0.8 d4 3/3/5 'Surface Point '"},
+      {"<s><units>in</units><units>x</units></s>", kptUnitsMillimetres,
+       "v1 u1 p0.8 d4 3/3/5 'Surface Point '"},
       {"<s>\n <data>\n  <precision><unitless_digits>\n 9\n </unitless_digits></precision>\n"
        "  <labels><surface_point_label/></labels>\n </data>\n</s>\n",
        kptUnitsMillimetres, "v1 u0 p0.8 d4 3/3/9 ''"},
-      {"<s><data><labels><surface_point_label> A &amp; B &#233; </surface_point_label></labels></data></s>",
+      {"<s><data><labels><surface_point_label> A &amp; B &#233; "
+       "</surface_point_label></labels></data></s>",
        kptUnitsMillimetres, "v1 u0 p0.8 d4 3/3/5 'A & B \xC3\xA9'"},
   };
   for (const Case& c : cases) {
     kptInspectionSettings settings;
     settings.set_input_units(kptUnits(c.start));
-    const kptInspectionSettingsError error = kptInspectionSettingsReader::read(write(c.body), settings);
+    const kptInspectionSettingsError error =
+        kptInspectionSettingsReader::read(write(c.body), settings);
     // A version-2 file is taken whole but reported as newer than this reader.
     EXPECT_EQ(error.code(), c.settings[1] == '2' ? kptSettingsNewerVersion : kptSettingsSuccess);
     EXPECT_EQ(error.custom_message().invalid(), 1) << c.body;
@@ -131,14 +154,18 @@ TEST_F(SettingsReader, PathsAndXmlErrorsCarryTheirMessages) {
   const std::wstring bad_path = kptInspectionSettingsError(kptSettingsInvalidPath).message().wstr();
   const apPath big = write("", "big.xml");
   fs::resize_file(dir_ / "big.xml", (std::uintmax_t{16} << 20) + 1);
-  struct Case { apPath path; std::wstring message; };
+  struct Case {
+    apPath path;
+    std::wstring message;
+  };
   const Case cases[] = {
       {apPath(dir_.string()), bad_path},
       {apPath((dir_ / "missing.xml").string()), bad_path},
       {apPath(""), bad_path},
       {apPath(sample("malformed.xml")),
        bad_xml + L" Error: (3, 19) Opening and ending tag mismatch: units line 3 and unit"},
-      {big, bad_xml + L" Error: The file is larger than 16777216 bytes, the most a document may have."},
+      {big,
+       bad_xml + L" Error: The file is larger than 16777216 bytes, the most a document may have."},
   };
   for (const Case& c : cases) {
     kptInspectionSettings settings = callers_settings();
@@ -152,12 +179,18 @@ TEST_F(SettingsReader, EntityTricksAreRefusedWithoutOpeningAnyOtherFile) {
   write("<!ENTITY x 'y'>", "evil.dtd");
   const std::string url = "file://" + dir_.string();
   std::ifstream laughs(sample("billion_laughs.xml"));
-  struct Case { std::string body; const char* reason; };
+  struct Case {
+    std::string body;
+    const char* reason;
+  };
   const Case cases[] = {
-      {"<!DOCTYPE s [<!ENTITY xxe SYSTEM '" + url + "/secret.txt'>]><s><data><labels>"
-       "<surface_point_label>&xxe;</surface_point_label></labels></data></s>", "declares the entity 'xxe'"},
+      {"<!DOCTYPE s [<!ENTITY xxe SYSTEM '" + url +
+           "/secret.txt'>]><s><data><labels>"
+           "<surface_point_label>&xxe;</surface_point_label></labels></data></s>",
+       "declares the entity 'xxe'"},
       {"<!DOCTYPE s SYSTEM '" + url + "/evil.dtd'><s/>", "refers to the external document type"},
-      {"<!DOCTYPE s [<!ENTITY % p SYSTEM '" + url + "/evil.dtd'> %p;]><s/>", "declares the entity 'p'"},
+      {"<!DOCTYPE s [<!ENTITY % p SYSTEM '" + url + "/evil.dtd'> %p;]><s/>",
+       "declares the entity 'p'"},
       {"<s><units>&bogus;</units></s>", "Entity 'bogus' not defined"},
       {"<!DOCTYPE s [ %p; ]><s><units>&bogus;</units></s>", "refers to the entity 'bogus'"},
       {std::string(std::istreambuf_iterator<char>(laughs), {}), "declares the entity 'lol'"},
@@ -202,7 +235,8 @@ TEST_F(SettingsReader, FactoryLookupAndHostFactories) {
   host->message = L"host refuses";
   ASSERT_TRUE(registry->register_service(xml, host));
   EXPECT_EQ(kptInspectionSettingsReader::read(path, settings).custom_message().wstr(),
-            L"Error: host refuses") << "no position unless both line and column are known";
+            L"Error: host refuses")
+      << "no position unless both line and column are known";
 
   const kptInspectionSettingsReader own(axmDocumentFactory::create_default());
   EXPECT_EQ(own.update_settings(path, settings).code(), kptSettingsSuccess);

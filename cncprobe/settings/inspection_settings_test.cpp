@@ -23,7 +23,8 @@ TEST(InspectionSettings, SettersIgnoreValuesOutOfRange) {
     rejected[i](s);
     EXPECT_EQ(s.version(), 0u) << i;
     EXPECT_EQ(s.proximity_criteria_mm() + s.confetti_diameter_mm(), 0.8 + 4.0) << i;
-    EXPECT_EQ(s.linear_precision() * 100 + s.angular_precision() * 10 + s.unitless_precision(), 335) << i;
+    EXPECT_EQ(s.linear_precision() * 100 + s.angular_precision() * 10 + s.unitless_precision(), 335)
+        << i;
     EXPECT_EQ(s.surface_point_label().view(), "Surface Point ") << i;
   }
 }

@@ -5,7 +5,7 @@
 #include "cncprobe/platform/geometry/axis.h"
 
 class CNCPROBE_API giAngle {
-public:
+ public:
   // Zero degrees. Parsed values overwrite the stored value at once with their unset marker.
   constexpr giAngle() noexcept = default;
   // An angle of `degrees` degrees, kept as given: no reduction to a range.
@@ -24,6 +24,6 @@ public:
 
   constexpr bool operator==(const giAngle&) const noexcept = default;
 
-private:
+ private:
   double degrees_ = 0.0;
 };

@@ -6,7 +6,7 @@
 #include "cncprobe/platform/geometry/point2.h"
 
 class CNCPROBE_API giCircle2 {
-public:
+ public:
   // The circle of radius 0 at (0, 0).
   giCircle2() noexcept = default;
   // The circle with this centre and radius, kept as given (a negative radius is not corrected).
@@ -21,7 +21,7 @@ public:
 
   bool operator==(const giCircle2&) const noexcept = default;
 
-private:
+ private:
   giPoint2 centre_;
   giLength radius_;
 };

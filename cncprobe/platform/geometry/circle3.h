@@ -7,7 +7,7 @@
 #include "cncprobe/platform/geometry/unit_vec3.h"
 
 class CNCPROBE_API giCircle3 {
-public:
+ public:
   // The circle of radius 0 at the origin in the plane z = 0.
   giCircle3() noexcept = default;
   // The circle with this centre, lying in the plane through the centre perpendicular to
@@ -24,7 +24,7 @@ public:
 
   bool operator==(const giCircle3&) const noexcept = default;
 
-private:
+ private:
   giPoint3 centre_;
   giUnitVec3 normal_;
   giLength radius_;

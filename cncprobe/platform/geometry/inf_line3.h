@@ -6,7 +6,7 @@
 #include "cncprobe/platform/geometry/unit_vec3.h"
 
 class CNCPROBE_API giInfLine3 {
-public:
+ public:
   // The Z axis through the origin.
   giInfLine3() noexcept = default;
   // The line through `point` along `direction`, both kept as given.
@@ -18,7 +18,7 @@ public:
 
   bool operator==(const giInfLine3&) const noexcept = default;
 
-private:
+ private:
   giPoint3 point_;
   giUnitVec3 direction_;
 };

@@ -4,7 +4,7 @@
 #include "cncprobe/export.h"
 
 class CNCPROBE_API giLength {
-public:
+ public:
   // Zero length.
   constexpr giLength() noexcept = default;
   // A length of `mm` millimetres; implicit so that a plain double may be passed wherever a length
@@ -16,6 +16,6 @@ public:
 
   constexpr bool operator==(const giLength&) const noexcept = default;
 
-private:
+ private:
   double value_ = 0.0;
 };

@@ -6,12 +6,13 @@
 #include "cncprobe/platform/geometry/unit_vec3.h"
 
 class CNCPROBE_API giPlane {
-public:
+ public:
   // The plane z = 0 with normal (0, 0, 1).
   giPlane() noexcept = default;
   // The plane with unit normal `normal` through `point`; both are kept exactly as given and
   // read back unchanged (the normal is not re-normalised).
-  giPlane(const giUnitVec3& normal, const giPoint3& point) noexcept : point_(point), normal_(normal) {}
+  giPlane(const giUnitVec3& normal, const giPoint3& point) noexcept
+      : point_(point), normal_(normal) {}
   ~giPlane() = default;
   giPlane(const giPlane&) noexcept = default;
   giPlane& operator=(const giPlane&) noexcept = default;
@@ -21,7 +22,7 @@ public:
 
   bool operator==(const giPlane&) const noexcept = default;
 
-private:
+ private:
   giPoint3 point_;
   giUnitVec3 normal_;
 };

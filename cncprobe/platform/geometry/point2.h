@@ -5,7 +5,7 @@
 #include "cncprobe/platform/geometry/point3.h"
 
 class CNCPROBE_API giPoint2 {
-public:
+ public:
   // The point (0, 0).
   constexpr giPoint2() noexcept = default;
   // The point (x, y).
@@ -19,7 +19,7 @@ public:
 
   constexpr bool operator==(const giPoint2&) const noexcept = default;
 
-private:
+ private:
   double x_ = 0.0;
   double y_ = 0.0;
 };

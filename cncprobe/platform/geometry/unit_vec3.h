@@ -6,7 +6,7 @@
 #include "cncprobe/platform/geometry/vector3.h"
 
 class CNCPROBE_API giUnitVec3 {
-public:
+ public:
   // The Z axis (0, 0, 1): the tool axis, the direction a default probe approaches along.
   constexpr giUnitVec3() noexcept = default;
   // The vector divided by its length. A vector of length zero, or one with a non-finite
@@ -26,11 +26,13 @@ public:
 
   // The same direction as a plain vector.
   constexpr giVector3 vector() const noexcept { return giVector3(x_, y_, z_); }
-  constexpr operator giVector3() const noexcept { return vector(); }  // NOLINT: a unit vector is a vector
+  constexpr operator giVector3() const noexcept {
+    return vector();
+  }  // NOLINT: a unit vector is a vector
 
   constexpr bool operator==(const giUnitVec3&) const noexcept = default;
 
-private:
+ private:
   double x_ = 0.0;
   double y_ = 0.0;
   double z_ = 1.0;

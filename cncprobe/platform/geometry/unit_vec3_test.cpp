@@ -14,13 +14,16 @@ TEST(UnitVec3, NormalisesWithoutOverflowOrNaN) {
   constexpr double inf = std::numeric_limits<double>::infinity();
   constexpr double nan = std::numeric_limits<double>::quiet_NaN();
   const double half = std::sqrt(0.5);
-  struct Case { giVector3 v; giVector3 expected; };
+  struct Case {
+    giVector3 v;
+    giVector3 expected;
+  };
   const Case cases[] = {
       {{0, 0, 5}, {0, 0, 1}},
       {{3, -4, 0}, {0.6, -0.8, 0}},
-      {{0, 0, 0}, {0, 0, 0}},                 // a nominal point without direction
-      {{1e308, 1e308, 0}, {half, half, 0}},   // squares would overflow
-      {{0, -1e-310, 0}, {0, -1, 0}},          // squares would underflow
+      {{0, 0, 0}, {0, 0, 0}},                // a nominal point without direction
+      {{1e308, 1e308, 0}, {half, half, 0}},  // squares would overflow
+      {{0, -1e-310, 0}, {0, -1, 0}},         // squares would underflow
       {{inf, 0, 0}, {0, 0, 0}},
       {{1, nan, 0}, {0, 0, 0}},
   };
@@ -42,7 +45,10 @@ TEST(UnitVec3, AxisValuesPickTheAxisAndNothingElse) {
 }
 
 TEST(Point3, SetCoordinateChangesOnlyTheNamedAxis) {
-  struct Case { int axis; giPoint3 expected; };
+  struct Case {
+    int axis;
+    giPoint3 expected;
+  };
   const Case cases[] = {
       {0, {4.5, 2, 3}}, {1, {1, 4.5, 3}}, {2, {1, 2, 4.5}}, {3, {1, 2, 3}}, {-1, {1, 2, 3}}};
   for (const Case& c : cases) {

@@ -6,7 +6,7 @@
 #include "cncprobe/platform/geometry/vector3.h"
 
 class CNCPROBE_API giVector2 {
-public:
+ public:
   // The zero vector.
   constexpr giVector2() noexcept = default;
   // The vector (x, y).
@@ -24,7 +24,7 @@ public:
 
   constexpr bool operator==(const giVector2&) const noexcept = default;
 
-private:
+ private:
   double x_ = 0.0;
   double y_ = 0.0;
 };

@@ -5,7 +5,7 @@
 #include "cncprobe/platform/geometry/axis.h"
 
 class CNCPROBE_API giVector3 {
-public:
+ public:
   // The zero vector.
   constexpr giVector3() noexcept = default;
   // The vector (x, y, z), kept as given.
@@ -24,7 +24,7 @@ public:
 
   constexpr bool operator==(const giVector3&) const noexcept = default;
 
-private:
+ private:
   double x_ = 0.0;
   double y_ = 0.0;
   double z_ = 0.0;

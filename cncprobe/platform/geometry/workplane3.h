@@ -17,7 +17,7 @@
 #include "cncprobe/platform/geometry/xform3.h"
 
 class CNCPROBE_API giWorkplane3 {
-public:
+ public:
   // The world workplane: origin (0, 0, 0) and the world axes; its frame map is the identity.
   giWorkplane3() noexcept = default;
   explicit giWorkplane3(giWorkplaneWorld_t) noexcept {}
@@ -44,7 +44,7 @@ public:
   const giUnitVec3& y_axis() const noexcept { return y_axis_; }
   const giUnitVec3& z_axis() const noexcept { return z_axis_; }
 
-private:
+ private:
   giPoint3 origin_;
   giUnitVec3 x_axis_{gi_AxisX};
   giUnitVec3 y_axis_{gi_AxisY};

@@ -43,9 +43,7 @@ giWorkplane3 moved_world(const giXform3& x) {
 
 // Transforms that exercise every part: plain moves, each axis, odd angles and chains.
 std::vector<giXform3> sample_transforms() {
-  return {translate(10, -2, 3.5),
-          rotate_x(30),
-          rotate_y(-75),
+  return {translate(10, -2, 3.5), rotate_x(30), rotate_y(-75),
           compose(translate(5, 6, 7), rotate_z(90)),
           compose(compose(compose(translate(-1, 2, 40), rotate_x(12.5)), rotate_y(200)),
                   rotate_z(-33))};
@@ -54,7 +52,12 @@ std::vector<giXform3> sample_transforms() {
 }  // namespace
 
 TEST(Xform3, AppliesPointsAndVectors) {
-  struct Case { const char* what; giXform3 x; giPoint3 p; giPoint3 expected; };
+  struct Case {
+    const char* what;
+    giXform3 x;
+    giPoint3 p;
+    giPoint3 expected;
+  };
   const Case cases[] = {
       // A translation post-multiplied by a rotation turns first, then moves.
       {"rotation acts first", compose(translate(10, 0, 0), rotate_z(180)), {1, 0, 0}, {9, 0, 0}},
@@ -65,9 +68,12 @@ TEST(Xform3, AppliesPointsAndVectors) {
       {"+90 about Y: Z to X", rotate_y(90), {0, 0, 1}, {1, 0, 0}},
       {"-90 about Z: X to -Y", rotate_z(-90), {1, 0, 0}, {0, -1, 0}},
       {"450 is a quarter turn", rotate_z(450), {1, 0, 0}, {0, 1, 0}},
-      // t ∘ m1 ∘ m2 applies m2 first: (0,0,1) -> about X by 90 -> (0,-1,0) -> about Z by 90 -> (1,0,0).
-      {"chain reads left to right", compose(compose(translate(0, 0, 5), rotate_z(90)), rotate_x(90)),
-       {0, 0, 1}, {1, 0, 5}},
+      // t ∘ m1 ∘ m2 applies m2 first: (0,0,1) -> about X by 90 -> (0,-1,0) -> about Z by 90 ->
+      // (1,0,0).
+      {"chain reads left to right",
+       compose(compose(translate(0, 0, 5), rotate_z(90)), rotate_x(90)),
+       {0, 0, 1},
+       {1, 0, 5}},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
@@ -75,8 +81,9 @@ TEST(Xform3, AppliesPointsAndVectors) {
     // Vectors take the rotation only.
     const giPoint3 origin_image = c.x.apply(giPoint3(giOrigin));
     const giVector3 v = c.x.apply(giVector3(c.p.x(), c.p.y(), c.p.z()));
-    expect_near(giPoint3(v.x() + origin_image.x(), v.y() + origin_image.y(), v.z() + origin_image.z()),
-                c.expected);
+    expect_near(
+        giPoint3(v.x() + origin_image.x(), v.y() + origin_image.y(), v.z() + origin_image.z()),
+        c.expected);
     expect_near(c.x.inverse().apply(c.expected), c.p);
   }
 }

@@ -20,9 +20,21 @@ void cos_sin(const giAngle& angle, double& c, double& s) noexcept {
   if (!std::isfinite(degrees)) return;
   const double reduced = std::remainder(degrees, 360.0);  // in [-180, 180]
   if (reduced == 0.0) return;
-  if (reduced == 90.0) { c = 0.0; s = 1.0; return; }
-  if (reduced == -90.0) { c = 0.0; s = -1.0; return; }
-  if (reduced == 180.0 || reduced == -180.0) { c = -1.0; s = 0.0; return; }
+  if (reduced == 90.0) {
+    c = 0.0;
+    s = 1.0;
+    return;
+  }
+  if (reduced == -90.0) {
+    c = 0.0;
+    s = -1.0;
+    return;
+  }
+  if (reduced == 180.0 || reduced == -180.0) {
+    c = -1.0;
+    s = 0.0;
+    return;
+  }
   const double radians = reduced * (3.14159265358979323846 / 180.0);
   c = std::cos(radians);
   s = std::sin(radians);
@@ -86,7 +98,8 @@ giXform3 giXform3::inverse() const noexcept {
 }
 
 giPoint3 giXform3::apply(const giPoint3& p) const noexcept {
-  const Eigen::Vector3d q = ConstMatrix(r_) * Eigen::Vector3d(p.x(), p.y(), p.z()) + ConstVector(t_);
+  const Eigen::Vector3d q =
+      ConstMatrix(r_) * Eigen::Vector3d(p.x(), p.y(), p.z()) + ConstVector(t_);
   return giPoint3(q.x(), q.y(), q.z());
 }
 

@@ -17,7 +17,7 @@
 #include "cncprobe/platform/geometry/vector3.h"
 
 class CNCPROBE_API giXform3 {
-public:
+ public:
   // The identity.
   giXform3() noexcept = default;
   // R = identity, t = v.
@@ -47,7 +47,7 @@ public:
   // The translation t.
   giVector3 translation() const noexcept { return giVector3(t_[0], t_[1], t_[2]); }
 
-private:
+ private:
   friend class giWorkplane3;
   // R row by row, then t.
   double r_[9] = {1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0};

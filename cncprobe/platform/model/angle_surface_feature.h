@@ -6,19 +6,22 @@
 
 #include "cncprobe/export.h"
 #include "cncprobe/platform/geometry/angle.h"
-#include "cncprobe/platform/model/inspection_feature.h"
 #include "cncprobe/platform/geometry/plane.h"
 #include "cncprobe/platform/geometry/unit_vec3.h"
+#include "cncprobe/platform/model/inspection_feature.h"
 
 class CNCPROBE_API mtrAngleSurfaceFeature : public mtrInspectionFeature {
-public:
+ public:
   // Toolpath id, print data, reference plane, reference direction, nominal and actual angle;
   // no tolerance. Angles are kept as given, not transformed.
   mtrAngleSurfaceFeature(unsigned int id, const mtrInspectionPrintData& print_data,
                          const giPlane& reference_plane, const giUnitVec3& reference_direction,
                          const giAngle& nominal, const giAngle& actual)
-      : mtrInspectionFeature(id, print_data), reference_plane_(reference_plane),
-        reference_direction_(reference_direction), nominal_(nominal), actual_(actual) {}
+      : mtrInspectionFeature(id, print_data),
+        reference_plane_(reference_plane),
+        reference_direction_(reference_direction),
+        nominal_(nominal),
+        actual_(actual) {}
   ~mtrAngleSurfaceFeature() override = default;
 
   mtrResultKind kind() const noexcept override { return mtrResultAngleSurface; }
@@ -32,7 +35,7 @@ public:
   const std::optional<giAngle>& angular_tolerance() const noexcept { return angular_tolerance_; }
   void set_angular_tolerance(const giAngle& tolerance) noexcept { angular_tolerance_ = tolerance; }
 
-private:
+ private:
   giPlane reference_plane_;
   giUnitVec3 reference_direction_;
   giAngle nominal_;

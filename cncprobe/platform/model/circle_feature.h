@@ -8,7 +8,7 @@
 #include "cncprobe/platform/model/inspection_feature.h"
 
 class CNCPROBE_API mtrCircleFeature : public mtrInspectionFeature {
-public:
+ public:
   // Toolpath id, print data, nominal and actual circle; no tolerances.
   mtrCircleFeature(unsigned int id, const mtrInspectionPrintData& print_data,
                    const giCircle3& nominal, const giCircle3& actual)
@@ -31,7 +31,7 @@ public:
     true_position_tolerance_ = tolerance;
   }
 
-private:
+ private:
   giCircle3 nominal_;
   giCircle3 actual_;
   std::optional<double> diameter_tolerance_;

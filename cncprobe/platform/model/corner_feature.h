@@ -8,7 +8,7 @@
 #include "cncprobe/platform/model/inspection_feature.h"
 
 class CNCPROBE_API mtrCornerFeature : public mtrInspectionFeature {
-public:
+ public:
   // Toolpath id, print data, nominal and actual edge line; no tolerance.
   mtrCornerFeature(unsigned int id, const mtrInspectionPrintData& print_data,
                    const giInfLine3& nominal, const giInfLine3& actual)
@@ -28,7 +28,7 @@ public:
     true_position_tolerance_ = tolerance;
   }
 
-private:
+ private:
   giInfLine3 nominal_;
   giInfLine3 actual_;
   std::optional<double> true_position_tolerance_;

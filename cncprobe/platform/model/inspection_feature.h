@@ -6,16 +6,16 @@
 #include "cncprobe/platform/model/toolpath_result.h"
 
 class CNCPROBE_API mtrInspectionFeature : public mtrToolpathResult {
-public:
+ public:
   ~mtrInspectionFeature() override = default;
 
   // The print data given at construction.
   const mtrInspectionPrintData& print_data() const noexcept { return print_data_; }
 
-protected:
+ protected:
   mtrInspectionFeature(unsigned int id, const mtrInspectionPrintData& print_data)
       : mtrToolpathResult(id), print_data_(print_data) {}
 
-private:
+ private:
   mtrInspectionPrintData print_data_;
 };

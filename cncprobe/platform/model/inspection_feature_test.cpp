@@ -31,10 +31,15 @@ mtgPerpendicularDistance distance(double d) {
 }  // namespace
 
 TEST(InspectionFeature, KindMatchesTheClassTree) {
-  struct Case { std::shared_ptr<mtrToolpathResult> result; mtrResultKind kind; bool feature; };
+  struct Case {
+    std::shared_ptr<mtrToolpathResult> result;
+    mtrResultKind kind;
+    bool feature;
+  };
   const Case cases[] = {
       {std::make_shared<mtrProbePath>(9), mtrResultProbePath, false},
-      {std::make_shared<mtrCircleFeature>(9, kPrint, circle(4), circle(4.01)), mtrResultCircle, true},
+      {std::make_shared<mtrCircleFeature>(9, kPrint, circle(4), circle(4.01)), mtrResultCircle,
+       true},
       {std::make_shared<mtrRectangleFeature>(9, kPrint, rectangle(40), rectangle(40.1)),
        mtrResultRectangle, true},
       {std::make_shared<mtrCornerFeature>(9, kPrint, giInfLine3(), giInfLine3()), mtrResultCorner,
@@ -59,4 +64,3 @@ TEST(InspectionFeature, KindMatchesTheClassTree) {
     }
   }
 }
-

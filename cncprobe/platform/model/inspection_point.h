@@ -3,11 +3,11 @@
 
 #include "cncprobe/export.h"
 #include "cncprobe/platform/geometry/point3.h"
-#include "cncprobe/platform/text/string.h"
 #include "cncprobe/platform/geometry/unit_vec3.h"
+#include "cncprobe/platform/text/string.h"
 
 class CNCPROBE_API mtrInspectionPoint {
-public:
+ public:
   // An unmeasured point: nominal point and unit direction (CAD coordinates), the values O, U and
   // L of its nominal-point record (mm, passed through), and its label; all kept as given.
   mtrInspectionPoint(const giPoint3& nominal, const giUnitVec3& direction, double o, double u,
@@ -35,7 +35,7 @@ public:
     has_measure_ = true;
   }
 
-private:
+ private:
   giPoint3 nominal_;
   giUnitVec3 direction_;
   double o_;

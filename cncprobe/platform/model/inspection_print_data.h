@@ -5,19 +5,20 @@
 #include "cncprobe/platform/text/string.h"
 
 class CNCPROBE_API mtrInspectionPrintData {
-public:
+ public:
   // Which of the header forms the identity came from.
   enum Form : int {
-    kInvalid = 0,          // no identity
-    kComponentFeature = 1, // COMPONENT NO and FEATURE NO
-    kFeatureName = 2,      // FEATURE NO and FEATURE NAME
+    kInvalid = 0,           // no identity
+    kComponentFeature = 1,  // COMPONENT NO and FEATURE NO
+    kFeatureName = 2,       // FEATURE NO and FEATURE NAME
   };
 
   // An invalid value: invalid() is true, both numbers 0, no name.
   mtrInspectionPrintData() = default;
   // Component number, then feature number.
   mtrInspectionPrintData(unsigned int component_number, unsigned int feature_number)
-      : form_(kComponentFeature), component_number_(component_number),
+      : form_(kComponentFeature),
+        component_number_(component_number),
         feature_number_(feature_number) {}
   // Feature number, then feature name (kept as given, even empty or invalid).
   mtrInspectionPrintData(unsigned int feature_number, const utString& feature_name)
@@ -40,7 +41,7 @@ public:
   // The feature name of the named form; an invalid string for the other forms.
   const utString& feature_name() const noexcept { return feature_name_; }
 
-private:
+ private:
   Form form_ = kInvalid;
   unsigned int component_number_ = 0;
   unsigned int feature_number_ = 0;

@@ -5,7 +5,11 @@
 
 TEST(InspectionPrintData, SameFeatureOnlyForSameFormAndValues) {
   const mtrInspectionPrintData invalid;
-  struct Case { mtrInspectionPrintData a; mtrInspectionPrintData b; bool equal; };
+  struct Case {
+    mtrInspectionPrintData a;
+    mtrInspectionPrintData b;
+    bool equal;
+  };
   const Case cases[] = {
       {{3, 12u}, {3, 12u}, true},
       {{3, 12u}, {12, 3u}, false},
@@ -19,12 +23,12 @@ TEST(InspectionPrintData, SameFeatureOnlyForSameFormAndValues) {
       {invalid, invalid, true},
   };
   for (const Case& c : cases) {
-    EXPECT_EQ(c.a == c.b, c.equal) << c.a.component_number() << "/" << c.a.feature_number() << " vs "
-                                   << c.b.component_number() << "/" << c.b.feature_number();
+    EXPECT_EQ(c.a == c.b, c.equal)
+        << c.a.component_number() << "/" << c.a.feature_number() << " vs " << c.b.component_number()
+        << "/" << c.b.feature_number();
     EXPECT_EQ(c.b == c.a, c.equal);
   }
   mtrInspectionPrintData numbered(3, 12u);
   numbered.set_invalid();
   EXPECT_EQ(numbered, invalid);
 }
-

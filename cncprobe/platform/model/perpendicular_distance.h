@@ -7,7 +7,7 @@
 #include "cncprobe/platform/geometry/unit_vec3.h"
 
 class CNCPROBE_API mtgPerpendicularDistance {
-public:
+ public:
   // Distance 0 at the origin, normal Z, measured along X.
   mtgPerpendicularDistance() noexcept = default;
   // In this order: the point midway between the faces, the unit normal of the plane in which it
@@ -27,7 +27,7 @@ public:
 
   bool operator==(const mtgPerpendicularDistance&) const noexcept = default;
 
-private:
+ private:
   giPoint3 point_;
   giUnitVec3 normal_;
   giUnitVec3 direction_{gi_AxisX};

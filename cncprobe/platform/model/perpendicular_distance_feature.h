@@ -10,7 +10,7 @@
 #include "cncprobe/platform/model/probe_wcs_axis.h"
 
 class CNCPROBE_API mtrPerpendicularDistanceFeature : public mtrInspectionFeature {
-public:
+ public:
   // Toolpath id, print data, probing axis, nominal and actual distance; no tolerances.
   mtrPerpendicularDistanceFeature(unsigned int id, const mtrInspectionPrintData& print_data,
                                   mtrProbeWCSAxis axis, const mtgPerpendicularDistance& nominal,
@@ -32,7 +32,7 @@ public:
   const std::optional<double>& position_tolerance() const noexcept { return position_tolerance_; }
   void set_position_tolerance(double tolerance) noexcept { position_tolerance_ = tolerance; }
 
-private:
+ private:
   mtrProbeWCSAxis axis_;
   mtgPerpendicularDistance nominal_;
   mtgPerpendicularDistance actual_;

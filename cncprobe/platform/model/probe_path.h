@@ -5,15 +5,15 @@
 #include <vector>
 
 #include "cncprobe/export.h"
-#include "cncprobe/platform/model/inspection_point.h"
-#include "cncprobe/platform/support/iterator.h"
 #include "cncprobe/platform/geometry/point3.h"
-#include "cncprobe/platform/text/string.h"
-#include "cncprobe/platform/model/toolpath_result.h"
 #include "cncprobe/platform/geometry/unit_vec3.h"
+#include "cncprobe/platform/model/inspection_point.h"
+#include "cncprobe/platform/model/toolpath_result.h"
+#include "cncprobe/platform/support/iterator.h"
+#include "cncprobe/platform/text/string.h"
 
 class CNCPROBE_API mtrProbePath : public mtrToolpathResult {
-public:
+ public:
   // An empty path of toolpath `id`.
   explicit mtrProbePath(unsigned int id) : mtrToolpathResult(id) {}
   ~mtrProbePath() override = default;
@@ -39,6 +39,6 @@ public:
     return itIterators::make_iter(points_);
   }
 
-private:
+ private:
   std::vector<std::shared_ptr<mtrInspectionPoint>> points_;
 };

@@ -37,4 +37,3 @@ TEST(ProbePath, MeasuresOnlyTheLastPoint) {
   ASSERT_TRUE(++it && it() == first && ++it && it() == second);
   EXPECT_FALSE(++it);
 }
-

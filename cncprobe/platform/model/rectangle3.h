@@ -7,14 +7,18 @@
 #include "cncprobe/platform/geometry/unit_vec3.h"
 
 class CNCPROBE_API mtgRectangle3 {
-public:
+ public:
   // A rectangle of size 0 at the origin, normal Z, length along X.
   mtgRectangle3() noexcept = default;
   // In this order: centre, unit normal, unit direction of the length side, length, width; all
   // kept as given.
-  mtgRectangle3(const giPoint3& centre, const giUnitVec3& normal, const giUnitVec3& length_direction,
-                const giLength& length, const giLength& width) noexcept
-      : centre_(centre), normal_(normal), length_direction_(length_direction), length_(length),
+  mtgRectangle3(const giPoint3& centre, const giUnitVec3& normal,
+                const giUnitVec3& length_direction, const giLength& length,
+                const giLength& width) noexcept
+      : centre_(centre),
+        normal_(normal),
+        length_direction_(length_direction),
+        length_(length),
         width_(width) {}
   ~mtgRectangle3() = default;
   mtgRectangle3(const mtgRectangle3&) noexcept = default;
@@ -28,7 +32,7 @@ public:
 
   bool operator==(const mtgRectangle3&) const noexcept = default;
 
-private:
+ private:
   giPoint3 centre_;
   giUnitVec3 normal_;
   giUnitVec3 length_direction_{gi_AxisX};

@@ -8,7 +8,7 @@
 #include "cncprobe/platform/model/rectangle3.h"
 
 class CNCPROBE_API mtrRectangleFeature : public mtrInspectionFeature {
-public:
+ public:
   // Toolpath id, print data, nominal and actual rectangle; no tolerances.
   mtrRectangleFeature(unsigned int id, const mtrInspectionPrintData& print_data,
                       const mtgRectangle3& nominal, const mtgRectangle3& actual)
@@ -30,7 +30,7 @@ public:
   const std::optional<double>& position_tolerance() const noexcept { return position_tolerance_; }
   void set_position_tolerance(double tolerance) noexcept { position_tolerance_ = tolerance; }
 
-private:
+ private:
   mtgRectangle3 nominal_;
   mtgRectangle3 actual_;
   std::optional<double> length_tolerance_;

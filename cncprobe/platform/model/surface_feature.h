@@ -4,15 +4,15 @@
 #include <optional>
 
 #include "cncprobe/export.h"
-#include "cncprobe/platform/model/inspection_feature.h"
 #include "cncprobe/platform/geometry/plane.h"
+#include "cncprobe/platform/model/inspection_feature.h"
 #include "cncprobe/platform/model/probe_wcs_axis.h"
 
 class CNCPROBE_API mtrSurfaceFeature : public mtrInspectionFeature {
-public:
+ public:
   // Toolpath id, print data, probing axis, nominal and actual plane; no tolerance.
-  mtrSurfaceFeature(unsigned int id, const mtrInspectionPrintData& print_data,
-                    mtrProbeWCSAxis axis, const giPlane& nominal, const giPlane& actual)
+  mtrSurfaceFeature(unsigned int id, const mtrInspectionPrintData& print_data, mtrProbeWCSAxis axis,
+                    const giPlane& nominal, const giPlane& actual)
       : mtrInspectionFeature(id, print_data), axis_(axis), nominal_(nominal), actual_(actual) {}
   ~mtrSurfaceFeature() override = default;
 
@@ -27,7 +27,7 @@ public:
   const std::optional<double>& position_tolerance() const noexcept { return position_tolerance_; }
   void set_position_tolerance(double tolerance) noexcept { position_tolerance_ = tolerance; }
 
-private:
+ private:
   mtrProbeWCSAxis axis_;
   giPlane nominal_;
   giPlane actual_;

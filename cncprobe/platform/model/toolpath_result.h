@@ -22,7 +22,7 @@ enum mtrResultKind : int {
 };
 
 class CNCPROBE_API mtrToolpathResult {
-public:
+ public:
   virtual ~mtrToolpathResult() = default;
   // Results are shared, never copied: a copy would lose its concrete class.
   mtrToolpathResult(const mtrToolpathResult&) = delete;
@@ -40,10 +40,10 @@ public:
     pattern_instance_ = instance;
   }
 
-protected:
+ protected:
   explicit mtrToolpathResult(unsigned int id) noexcept : id_(id) {}
 
-private:
+ private:
   unsigned int id_;
   std::optional<unsigned int> pattern_instance_;
 };

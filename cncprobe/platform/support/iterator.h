@@ -16,7 +16,7 @@
 // The operations every iterator offers.
 template <class T>
 class itAbsIterator {
-public:
+ public:
   // True when the iterator stands on no element.
   virtual bool undefined() const = 0;
   // Back to the undefined position.
@@ -31,7 +31,7 @@ public:
 // An iterator that can copy itself, position included, so that handles can be copied.
 template <class T>
 class itAbsCloneableIterator : public itAbsIterator<T> {
-public:
+ public:
   // An independent iterator standing where this one stands.
   [[nodiscard]] virtual std::unique_ptr<itAbsCloneableIterator<T>> clone() const = 0;
 };
@@ -40,11 +40,12 @@ public:
 // its own. A default (empty) handle behaves as an iterator over an empty sequence.
 template <class T>
 class itIterator {
-public:
+ public:
   itIterator() noexcept = default;
   explicit itIterator(std::unique_ptr<itAbsCloneableIterator<T>> iterator) noexcept
       : iterator_(std::move(iterator)) {}
-  itIterator(const itIterator& other) : iterator_(other.iterator_ ? other.iterator_->clone() : nullptr) {}
+  itIterator(const itIterator& other)
+      : iterator_(other.iterator_ ? other.iterator_->clone() : nullptr) {}
   itIterator(itIterator&&) noexcept = default;
   itIterator& operator=(const itIterator& other) {
     if (this != &other) iterator_ = other.iterator_ ? other.iterator_->clone() : nullptr;
@@ -61,7 +62,7 @@ public:
   bool operator++() { return iterator_ ? ++*iterator_ : false; }
   T operator()() const { return iterator_ ? (*iterator_)() : T(); }
 
-private:
+ private:
   std::unique_ptr<itAbsCloneableIterator<T>> iterator_;
 };
 
@@ -69,7 +70,7 @@ private:
 // refers to the container, which must outlive it and must not change while it is in use.
 template <class Container>
 class itSTLIterator : public itAbsCloneableIterator<typename Container::value_type> {
-public:
+ public:
   using value_type = typename Container::value_type;
   using const_iterator = typename Container::const_iterator;
 
@@ -92,7 +93,7 @@ public:
     return std::make_unique<itSTLIterator>(*this);
   }
 
-private:
+ private:
   const_iterator current_;
   const_iterator begin_;
   const_iterator end_;

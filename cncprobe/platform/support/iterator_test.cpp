@@ -32,7 +32,11 @@ std::string walk(itIterator<std::shared_ptr<int>>& it, int steps) {
 }  // namespace
 
 TEST(Iterator, WalksThroughTheUndefinedPosition) {
-  struct Case { std::vector<int> values; int steps; const char* positions; };
+  struct Case {
+    std::vector<int> values;
+    int steps;
+    const char* positions;
+  };
   const Case cases[] = {
       {{}, 3, "---"},
       {{7}, 4, "7-7-"},
@@ -63,4 +67,3 @@ TEST(Iterator, CopiesMoveIndependentlyAndResetRestarts) {
   itIterator<std::shared_ptr<int>> empty;
   EXPECT_EQ(walk(empty, 2), "--");
 }
-

@@ -7,10 +7,11 @@
 // object pointed at must outlive every observer of it; nothing checks that.
 template <typename T>
 class utObserverPtr {
-public:
+ public:
   utObserverPtr() noexcept = default;
   explicit utObserverPtr(T* pointer) noexcept : pointer_(pointer) {}
-  // An observer of a derived object converts to an observer of its base, pointing at the same object.
+  // An observer of a derived object converts to an observer of its base, pointing at the same
+  // object.
   template <typename D, typename = std::enable_if_t<std::is_convertible_v<D*, T*>>>
   utObserverPtr(const utObserverPtr<D>& other) noexcept : pointer_(other.get()) {}  // NOLINT
 
@@ -19,6 +20,6 @@ public:
   T* get() const noexcept { return pointer_; }
   explicit operator bool() const noexcept { return pointer_ != nullptr; }
 
-private:
+ private:
   T* pointer_ = nullptr;
 };

@@ -10,7 +10,7 @@ inline constexpr utNone utNoneValue{};
 
 template <typename T>
 class utOptionalArg {
-public:
+ public:
   utOptionalArg() noexcept = default;
   utOptionalArg(utNone) noexcept {}  // NOLINT(google-explicit-constructor)
   utOptionalArg(T value) : present_(true) { new (storage_) T(std::move(value)); }  // NOLINT
@@ -41,7 +41,7 @@ public:
   operator const void*() const noexcept { return present_ ? this : nullptr; }  // NOLINT
   bool has_value() const noexcept { return present_; }
 
-private:
+ private:
   T* get() noexcept { return std::launder(reinterpret_cast<T*>(storage_)); }
   const T* get() const noexcept { return std::launder(reinterpret_cast<const T*>(storage_)); }
 

@@ -1,4 +1,5 @@
-// apPathName and apPath: a file-system path handed in by the host, and what the file system says of it.
+// apPathName and apPath: a file-system path handed in by the host, and what the file system says of
+// it.
 #pragma once
 
 #include <string>
@@ -8,7 +9,7 @@
 
 // A path's text and whether it is well formed: not invalid, not empty, no NUL character.
 class CNCPROBE_API apPathName {
-public:
+ public:
   apPathName() = default;
   explicit apPathName(const apString& text) : text_(text) {}
   // A path given as UTF-8 bytes, as a host on this platform usually holds it.
@@ -18,13 +19,13 @@ public:
   int invalid() const;
   const apString& string() const noexcept { return text_; }
 
-private:
+ private:
   apString text_;
 };
 
 // A path that can be asked about the file system; queries never throw and follow links.
 class CNCPROBE_API apPath : public apPathName {
-public:
+ public:
   apPath() = default;
   explicit apPath(const apString& text) : apPathName(text) {}
   explicit apPath(const std::string& utf8) : apPathName(utf8) {}

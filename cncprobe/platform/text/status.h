@@ -4,12 +4,12 @@
 #include "cncprobe/export.h"
 
 class CNCPROBE_API apStatus {
-public:
+ public:
   explicit apStatus(int value) noexcept : value_(value) {}
   int value() const noexcept { return value_; }
   bool ok() const noexcept { return value_ == 1; }
   bool operator==(const apStatus& other) const noexcept { return value_ == other.value_; }
 
-private:
+ private:
   int value_;
 };

@@ -68,7 +68,6 @@ utRef utRef::allocate(const char* bytes, std::uint32_t length, std::uint32_t cap
   return utRef(rep);
 }
 
-
 utString::utString(const char* text) {
   if (text) append(text, std::strlen(text));
 }
@@ -95,9 +94,9 @@ void utString::append(const char* bytes, std::size_t count) {
     std::size_t capacity =
         outgrown ? std::max<std::size_t>(new_length, old_length * 2) : new_length;
     capacity = std::min(capacity, kMaxLength);
-    utRef fresh = utRef::allocate(ref_.null() ? nullptr : ref_.data(),
-                                  static_cast<std::uint32_t>(old_length),
-                                  static_cast<std::uint32_t>(capacity));
+    utRef fresh =
+        utRef::allocate(ref_.null() ? nullptr : ref_.data(), static_cast<std::uint32_t>(old_length),
+                        static_cast<std::uint32_t>(capacity));
     // The bytes may lie in the old storage (a string appending its own text): copy them before
     // that storage is released.
     if (count) std::memcpy(fresh.data() + old_length, bytes, count);
@@ -229,7 +228,8 @@ utString utStringArena::make(const char* bytes, std::size_t length) {
     used_ = kBlockHeader;
   }
   char* const at = static_cast<char*>(block_) + used_;
-  auto* rep = new (at) utRef::Rep{{1}, static_cast<std::uint32_t>(length),
+  auto* rep = new (at) utRef::Rep{{1},
+                                  static_cast<std::uint32_t>(length),
                                   static_cast<std::uint32_t>(length),
                                   static_cast<std::uint32_t>(used_)};
   if (length) std::memcpy(rep->chars(), bytes, length);

@@ -25,7 +25,7 @@ inline constexpr utStringLit utStringLiteral{};
 
 // utRef: the reference-counted handle to a shared character array. Internal to utString.
 class CNCPROBE_API utRef {
-public:
+ public:
   utRef() noexcept = default;
   utRef(const utRef& other) noexcept : rep_(other.rep_) {
     if (rep_) add_ref();
@@ -60,7 +60,7 @@ public:
     rep_->chars()[length] = '\0';
   }
 
-private:
+ private:
   friend class utStringArena;
   // The storage: the count of handles sharing it, then the characters and their NUL.
   struct Rep {
@@ -78,7 +78,7 @@ private:
 };
 
 class CNCPROBE_API utString {
-public:
+ public:
   // An invalid string: no text, null character pointer, length 0.
   utString() noexcept = default;
   // The characters of a NUL-terminated text; a null pointer gives an invalid string.
@@ -140,7 +140,7 @@ public:
   bool operator==(const utString& other) const noexcept;
   bool operator!=(const utString& other) const noexcept { return !(*this == other); }
 
-private:
+ private:
   friend class utStringArena;
   explicit utString(utRef ref) noexcept : ref_(std::move(ref)) {}
   void append(const char* bytes, std::size_t length);
@@ -155,7 +155,7 @@ private:
 // string in it is gone, so a string may outlive the arena. Not for use by two threads at once.
 // Internal to the library (the cursor's line storage); hosts cannot link against it.
 class utStringArena {
-public:
+ public:
   utStringArena() noexcept = default;
   ~utStringArena();
   utStringArena(const utStringArena&) = delete;
@@ -164,7 +164,7 @@ public:
   // A valid string of the given bytes, which may contain NUL bytes.
   utString make(const char* bytes, std::size_t length);
 
-private:
+ private:
   void* block_ = nullptr;  // the block being filled
   std::size_t used_ = 0;   // bytes of it in use
 };

@@ -20,7 +20,7 @@
 // The list of strings in insertion order. Elements are copies that share the inserted strings'
 // characters. Appending never moves an iterator off the element it stands on.
 class CNCPROBE_API utStringcoSListB {
-public:
+ public:
   using const_iterator = std::vector<utString>::const_iterator;
 
   // An empty list; destruction releases the elements.
@@ -45,13 +45,13 @@ public:
   const_iterator begin() const noexcept { return elements_.begin(); }
   const_iterator end() const noexcept { return elements_.end(); }
 
-private:
+ private:
   std::vector<utString> elements_;
 };
 
 // The list's own cursor, through which the typed list appends to its untyped list.
 class CNCPROBE_API utStringcoSListBcoCursor {
-public:
+ public:
   // A cursor on `list`, which must outlive it; a null list makes every operation a no-op.
   explicit utStringcoSListBcoCursor(utStringcoSListB* list) noexcept : list_(list) {}
 
@@ -60,14 +60,14 @@ public:
   int insert_last(utString&& text) { return list_ ? list_->insert_last(std::move(text)) : 0; }
   utStringcoSListB* list() const noexcept { return list_; }
 
-private:
+ private:
   utStringcoSListB* list_;
 };
 
 // A position in a list: one of its elements or the extra position before the first element,
 // which is also the position after the last. Copying copies two words.
 class CNCPROBE_API utStringcoSListBcoIterator {
-public:
+ public:
   // An iterator standing on the extra position of `list`, which must outlive it. A null list
   // behaves as an empty one.
   explicit utStringcoSListBcoIterator(const utStringcoSListB* list) noexcept : list_(list) {}
@@ -94,7 +94,7 @@ public:
     return !(*this == other);
   }
 
-private:
+ private:
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
   const utStringcoSListB* list_;
@@ -104,7 +104,7 @@ private:
 // The typed list of strings: the list together with its own cursor, built on it. It cannot be
 // copied, since the cursor refers to the list it was built with; share it instead.
 class CNCPROBE_API utStringcoSList : public utStringcoSListB {
-public:
+ public:
   utStringcoSList() : cursor_(this) {}
   utStringcoSList(const utStringcoSList&) = delete;
   utStringcoSList& operator=(const utStringcoSList&) = delete;
@@ -114,6 +114,6 @@ public:
   int insert_last(const utString& text) { return cursor_.insert_last(text); }
   int insert_last(utString&& text) { return cursor_.insert_last(std::move(text)); }
 
-private:
+ private:
   utStringcoSListBcoCursor cursor_;
 };

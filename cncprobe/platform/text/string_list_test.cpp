@@ -7,9 +7,14 @@
 #include <vector>
 
 TEST(StringList, IteratorCyclesThroughTheExtraPosition) {
-  struct Case { std::vector<const char*> elements; std::vector<std::string> positions; };
+  struct Case {
+    std::vector<const char*> elements;
+    std::vector<std::string> positions;
+  };
   const Case cases[] = {
-      {{}, {"-", "-"}}, {{"A"}, {"A", "-", "A"}}, {{"A", "B", "C"}, {"A", "B", "C", "-", "A"}},
+      {{}, {"-", "-"}},
+      {{"A"}, {"A", "-", "A"}},
+      {{"A", "B", "C"}, {"A", "B", "C", "-", "A"}},
   };
   for (const Case& c : cases) {
     utStringcoSList list;

@@ -11,7 +11,8 @@ TEST(String, DefaultIsInvalidAndAppendingMakesItValid) {
   utString s, t;
   EXPECT_TRUE(s.invalid() && s.c_str() == nullptr && s.length() == 0u);
   s << -12 << ' ' << 0 << ' ' << 2147483647 << '\xE9' << utString("abc");
-  EXPECT_EQ(s.view(), std::string_view("-12 0 2147483647\xE9" "abc"));
+  EXPECT_EQ(s.view(), std::string_view("-12 0 2147483647\xE9"
+                                       "abc"));
   t << utString("");
   EXPECT_TRUE(t.valid()) << "appending the empty text still gives a valid string";
   EXPECT_NE(t, utString());
@@ -39,7 +40,10 @@ TEST(String, CopiesShareUntilOneChanges) {
 }
 
 TEST(String, RemoveLeadingChars) {
-  struct Case { const char* in; const char* out; };
+  struct Case {
+    const char* in;
+    const char* out;
+  };
   for (const Case& c : {Case{"- 12.5", "12.5"}, Case{"+3", "3"}, Case{"-", ""}, Case{"*", "*"},
                         Case{" -+ 7", "7"}, Case{"", ""}, Case{"-*10", "*10"}}) {
     utString in(c.in);
@@ -53,7 +57,11 @@ TEST(String, ParseAndLocateSubstring) {
   EXPECT_LT(utString("12.5").locate_substring("-"), 0);
   EXPECT_EQ(utString("12-3").locate_substring("-"), 2);
   EXPECT_LT(utString().locate_substring("-"), 0);
-  struct Case { const char* text; int ok; int value; };
+  struct Case {
+    const char* text;
+    int ok;
+    int value;
+  };
   for (const Case& c : {Case{"17", 1, 17}, Case{"007", 1, 7}, Case{"-5", 1, -5}, Case{"+4", 1, 4},
                         Case{"", 0, 0}, Case{"ABC", 0, 0}, Case{"12a", 0, 0}, Case{" 1", 0, 0},
                         Case{"99999999999", 0, 0}, Case{"+-3", 0, 0}}) {

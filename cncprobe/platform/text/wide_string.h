@@ -15,7 +15,7 @@ struct apStringUTF8 {};
 inline constexpr apStringUTF8 apStringFromUTF8{};
 
 class CNCPROBE_API apString {
-public:
+ public:
   // An invalid string: it carries no text at all.
   apString() = default;
   // A string holding the wide text; a null pointer gives an invalid string.
@@ -55,7 +55,7 @@ public:
   // True when `bytes` is well-formed UTF-8; the cheap test a results-file line is put to.
   static bool is_valid_utf8(std::string_view bytes) noexcept;
 
-private:
+ private:
   std::wstring text_;
   bool valid_ = false;
 };

@@ -6,20 +6,24 @@
 #include <string>
 
 TEST(WideString, DecodingReportsMalformedUtf8) {
-  struct Case { std::string bytes; bool valid; std::wstring text; };
+  struct Case {
+    std::string bytes;
+    bool valid;
+    std::wstring text;
+  };
   const Case cases[] = {
       {"G800 X1.5", true, L"G800 X1.5"},
-      {"\xE9", false, L"\xFFFD"},                 // a Latin-1 accented letter alone
-      {"\xC3\xA9", true, L"\xE9"},                // the same letter in UTF-8
+      {"\xE9", false, L"\xFFFD"},   // a Latin-1 accented letter alone
+      {"\xC3\xA9", true, L"\xE9"},  // the same letter in UTF-8
       {"\xF0\x9F\x98\x80", true, std::wstring(1, static_cast<wchar_t>(0x1F600))},
       {"\xF4\x90\x80\x80", false, L"\xFFFD\xFFFD\xFFFD\xFFFD"},  // beyond U+10FFFF
-      {"\xC0\xAF", false, L"\xFFFD\xFFFD"},        // overlong "/"
+      {"\xC0\xAF", false, L"\xFFFD\xFFFD"},                      // overlong "/"
       {"\xE0\x80\xAF", false, L"\xFFFD\xFFFD\xFFFD"},
       {"\xED\xA0\x80", false, L"\xFFFD\xFFFD\xFFFD"},  // a surrogate half
       {"\xED\x9F\xBF", true, L"\xD7FF"},
-      {"\xE2\x82", false, L"\xFFFD\xFFFD"},        // cut at the end
-      {"\xE2\x82Z", false, L"\xFFFD\xFFFDZ"},      // cut before an ASCII byte
-      {"\x80", false, L"\xFFFD"},                  // a continuation byte alone
+      {"\xE2\x82", false, L"\xFFFD\xFFFD"},    // cut at the end
+      {"\xE2\x82Z", false, L"\xFFFD\xFFFDZ"},  // cut before an ASCII byte
+      {"\x80", false, L"\xFFFD"},              // a continuation byte alone
       // Bad bytes on both sides of the eight-byte ASCII stride of the quick test.
       {"ABCDEFG\xE9", false, L"ABCDEFG\xFFFD"},
       {"ABCDEFGH\xE9", false, L"ABCDEFGH\xFFFD"},

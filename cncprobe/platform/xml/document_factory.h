@@ -7,14 +7,14 @@
 #include <memory>
 
 #include "cncprobe/export.h"
+#include "cncprobe/platform/text/path.h"
 #include "cncprobe/platform/xml/document.h"
 #include "cncprobe/platform/xml/load_options.h"
 #include "cncprobe/platform/xml/parse_error.h"
-#include "cncprobe/platform/text/path.h"
 #include "cncprobe/platform/xml/service.h"
 
 class CNCPROBE_API axmDocumentFactory : public utService {
-public:
+ public:
   ~axmDocumentFactory() override = default;
 
   // The document in the file at `path`. On failure the result is empty and `error` says why and,
@@ -28,7 +28,7 @@ public:
   // refer to an external document type, or exceed the options' size limit.
   [[nodiscard]] static std::shared_ptr<axmDocumentFactory> create_default();
 
-protected:
+ protected:
   axmDocumentFactory() = default;
   axmDocumentFactory(const axmDocumentFactory&) = default;
   axmDocumentFactory& operator=(const axmDocumentFactory&) = default;

@@ -4,11 +4,11 @@
 #include <memory>
 
 #include "cncprobe/export.h"
-#include "cncprobe/platform/xml/node.h"
 #include "cncprobe/platform/text/wide_string.h"
+#include "cncprobe/platform/xml/node.h"
 
 class CNCPROBE_API axmElement : public axmNode {
-public:
+ public:
   ~axmElement() override = default;
 
   // The element's name as written, prefix included.
@@ -25,7 +25,7 @@ public:
   // fits, or when the path is empty, absolute or has an empty step.
   [[nodiscard]] virtual std::shared_ptr<axmElement> select_element(const apString& path) const = 0;
 
-protected:
+ protected:
   axmElement() = default;
   axmElement(const axmElement&) = default;
   axmElement& operator=(const axmElement&) = default;

@@ -9,7 +9,7 @@
 // The library's own factory (axmDocumentFactory::create_default) is stricter than any setting here
 // allows: it never fetches anything and never expands an entity; it honours the size limit.
 class CNCPROBE_API axmLoadOptions {
-public:
+ public:
   // The largest document a loader reads by default: 16 MiB.
   static constexpr std::uint64_t default_max_document_size = std::uint64_t{16} << 20;
 
@@ -35,7 +35,7 @@ public:
   void set_max_document_size(std::uint64_t bytes) noexcept { max_document_size_ = bytes; }
   std::uint64_t max_document_size() const noexcept { return max_document_size_; }
 
-private:
+ private:
   axmValidateMode validate_mode_;
   bool disable_entity_resolution_ = true;
   int entity_expansion_limit_ = 0;

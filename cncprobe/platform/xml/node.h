@@ -5,14 +5,14 @@
 #include "cncprobe/platform/text/wide_string.h"
 
 class CNCPROBE_API axmNode {
-public:
+ public:
   virtual ~axmNode() = default;
 
   // The text the node holds, all its descendant text joined in document order, with blanks,
   // tabs, carriage returns and line feeds trimmed from both ends; a valid string, possibly empty.
   [[nodiscard]] virtual apString text_content() const = 0;
 
-protected:
+ protected:
   axmNode() = default;
   axmNode(const axmNode&) = default;
   axmNode& operator=(const axmNode&) = default;

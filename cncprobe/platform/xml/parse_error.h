@@ -7,7 +7,7 @@
 #include "cncprobe/platform/text/wide_string.h"
 
 class CNCPROBE_API axmParseError {
-public:
+ public:
   // No error: invalid() is true, the position is unknown (-1, -1) and the message is invalid.
   axmParseError() = default;
 
@@ -29,7 +29,7 @@ public:
   // Back to the state of no error.
   void clear() { *this = axmParseError(); }
 
-private:
+ private:
   bool error_ = false;
   int line_ = -1;
   int column_ = -1;

@@ -20,7 +20,7 @@
 // The name of a service: components separated by dots, the most general first ("xml",
 // "xml.settings"). A name whose text is invalid, empty, or has an empty component is invalid.
 class CNCPROBE_API utServiceName {
-public:
+ public:
   // An invalid name.
   utServiceName() = default;
   // The name written in `text`; invalid when the text is no well-formed name.
@@ -39,7 +39,7 @@ public:
   bool operator==(const utServiceName& other) const noexcept { return text_ == other.text_; }
   bool operator!=(const utServiceName& other) const noexcept { return !(*this == other); }
 
-private:
+ private:
   utString text_;
 };
 
@@ -48,13 +48,13 @@ class utServiceRegistry;
 // The base of every registered service. Services are shared: the registry holds one share and
 // every user that located the service holds another.
 class CNCPROBE_API utService {
-public:
+ public:
   virtual ~utService();
 
   // The process-wide registry; it exists from the first call until the process ends.
   static utServiceRegistry* get_instance();
 
-protected:
+ protected:
   utService() = default;
   utService(const utService&) = default;
   utService& operator=(const utService&) = default;
@@ -62,7 +62,7 @@ protected:
 
 // The registry of services by name. Every operation may be called from any thread.
 class CNCPROBE_API utServiceRegistry {
-public:
+ public:
   utServiceRegistry();
   ~utServiceRegistry();
   utServiceRegistry(const utServiceRegistry&) = delete;
@@ -93,7 +93,7 @@ public:
     return nullptr;
   }
 
-private:
+ private:
   mutable std::mutex mutex_;
   std::map<std::string, std::shared_ptr<utService>> services_;
 };

@@ -29,7 +29,8 @@ TEST(ServiceRegistry, LocateFallsBackToLessQualifiedNamesOfTheWantedType) {
   EXPECT_FALSE(registry.register_service(name("json"), nullptr));
 
   utServiceName found;
-  EXPECT_EQ(registry.locate_service<axmDocumentFactory>(name("xml.settings.reader"), found), factory);
+  EXPECT_EQ(registry.locate_service<axmDocumentFactory>(name("xml.settings.reader"), found),
+            factory);
   EXPECT_EQ(found, name("xml")) << "the plain service under xml.settings is not a factory";
   EXPECT_EQ(registry.locate_service<utService>(name("xml.settings.reader"), found), plain);
   EXPECT_EQ(found, name("xml.settings"));

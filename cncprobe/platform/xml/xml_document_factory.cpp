@@ -72,7 +72,7 @@ std::string qualified_name(const xmlNs* ns, const xmlChar* name) {
 class XmlDocument;
 
 class XmlElement final : public axmElement {
-public:
+ public:
   XmlElement(std::shared_ptr<const XmlDocument> owner, xmlNode* node)
       : owner_(std::move(owner)), node_(node) {}
 
@@ -108,7 +108,7 @@ public:
     return found ? std::make_shared<XmlElement>(owner_, found) : nullptr;
   }
 
-private:
+ private:
   const xmlAttr* find_attribute(const apString& name) const {
     // Only the attributes written on the element count; defaults a DTD might declare do not.
     int error = 0;
@@ -139,7 +139,7 @@ private:
 };
 
 class XmlDocument final : public axmDocument, public std::enable_shared_from_this<XmlDocument> {
-public:
+ public:
   explicit XmlDocument(xmlDoc* doc) : doc_(doc) {}
   ~XmlDocument() override { xmlFreeDoc(doc_); }
   XmlDocument(const XmlDocument&) = delete;
@@ -150,7 +150,7 @@ public:
     return root ? std::make_shared<XmlElement>(shared_from_this(), root) : nullptr;
   }
 
-private:
+ private:
   xmlDoc* doc_;
 };
 
@@ -301,7 +301,7 @@ bool read_file(const std::string& name, std::uint64_t limit, std::string& bytes)
 }
 
 class XmlDocumentFactory final : public axmDocumentFactory {
-public:
+ public:
   XmlDocumentFactory() { prepare_libxml2(); }
 
   std::shared_ptr<axmDocument> load_document(const apPath& path, const axmLoadOptions& options,
@@ -337,7 +337,7 @@ public:
     return parse(bytes, error);
   }
 
-private:
+ private:
   static apString too_large(std::uint64_t limit) {
     return apString(L"The file is larger than " + std::to_wstring(limit) +
                     L" bytes, the most a document may have.");
@@ -345,7 +345,7 @@ private:
 
   // Swaps the calling thread's generic error handler for one that drops every message.
   class QuietGenericErrors {
-  public:
+   public:
     QuietGenericErrors() : handler_(xmlGenericError), context_(xmlGenericErrorContext) {
       xmlSetGenericErrorFunc(nullptr, drop);
     }
@@ -353,7 +353,7 @@ private:
     QuietGenericErrors(const QuietGenericErrors&) = delete;
     QuietGenericErrors& operator=(const QuietGenericErrors&) = delete;
 
-  private:
+   private:
     static void drop(void*, const char*, ...) {}
     xmlGenericErrorFunc handler_;
     void* context_;

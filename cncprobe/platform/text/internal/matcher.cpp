@@ -118,11 +118,11 @@ int reMatcher::match(const utString& subject, int start) {
   // counts: the JIT's direct entry skips the checks that do not apply to a JIT-compiled pattern.
   const auto* bytes = reinterpret_cast<PCRE2_SPTR>(text);
   const int rc =
-      impl_->jit ? pcre2_jit_match(impl_->code, bytes, subject.length(),
-                                   static_cast<PCRE2_SIZE>(start), 0, impl_->match_data,
-                                   impl_->match_context)
-                 : pcre2_match(impl_->code, bytes, subject.length(), static_cast<PCRE2_SIZE>(start),
-                               0, impl_->match_data, impl_->match_context);
+      impl_->jit
+          ? pcre2_jit_match(impl_->code, bytes, subject.length(), static_cast<PCRE2_SIZE>(start), 0,
+                            impl_->match_data, impl_->match_context)
+          : pcre2_match(impl_->code, bytes, subject.length(), static_cast<PCRE2_SIZE>(start), 0,
+                        impl_->match_data, impl_->match_context);
   // rc == 0 cannot happen with match data sized from the pattern; treat it as failure anyway.
   if (rc <= 0) return rc == 0 ? -1 : rc;
   impl_->subject = subject;

@@ -20,7 +20,7 @@
 #include "cncprobe/platform/text/string.h"
 
 class CNCPROBE_API reMatcher {
-public:
+ public:
   // Option bits accepted by compile(), numbered as the classic PCRE interface numbers them.
   static constexpr int kCaseless = 0x01;
   static constexpr int kMultiline = 0x02;
@@ -56,7 +56,7 @@ public:
 
   const utString& pattern() const noexcept { return pattern_; }
 
-private:
+ private:
   struct Impl;
   utString pattern_;
   std::unique_ptr<Impl> impl_;

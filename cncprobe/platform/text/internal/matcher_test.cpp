@@ -22,14 +22,25 @@ const char* const kToolpath = R"(^[\s\*]*TOOLPATHID[\s\*]+(\d+(?:\.\d*)?)[\s\*]*
 const char* const kEnd = R"(^END(?:[\s\*]*'.*?')?[\s\*]*)";
 
 TEST(Matcher, ResultIsOneMoreThanTheHighestGroupThatTookPart) {
-  struct Case { const char* pattern; const char* subject; int result; int options = 16; };
+  struct Case {
+    const char* pattern;
+    const char* subject;
+    int result;
+    int options = 16;
+  };
   const Case cases[] = {
-      {kToolpath, "TOOLPATHID 12.0003", 2}, {kToolpath, "TOOLPATHID", -1}, {kEnd, "", -1},
-      {kEnd, "END 'PROGRAM 1'", 1},         {R"(^(a)(b)(c)?)", "abc", 4},  {R"(^(a)(b)(c)?)", "abx", 3},
-      {R"(^(x)?y)", "y", 1},                {R"(^(x)?(y))", "y", 3},
+      {kToolpath, "TOOLPATHID 12.0003", 2},
+      {kToolpath, "TOOLPATHID", -1},
+      {kEnd, "", -1},
+      {kEnd, "END 'PROGRAM 1'", 1},
+      {R"(^(a)(b)(c)?)", "abc", 4},
+      {R"(^(a)(b)(c)?)", "abx", 3},
+      {R"(^(x)?y)", "y", 1},
+      {R"(^(x)?(y))", "y", 3},
       {R"(^.*START)", "A\nSTART", 1},  // "." is any byte
       {R"(^X$)", "X\n", -1},           // "$" is the end of the subject only
-      {"OUT OF TOL", "X OUT OF TOL", -1}, {"OUT OF TOL", "X OUT OF TOL", 1, 0},  // 16 anchors
+      {"OUT OF TOL", "X OUT OF TOL", -1},
+      {"OUT OF TOL", "X OUT OF TOL", 1, 0},  // 16 anchors
   };
   for (const Case& c : cases) {
     EXPECT_EQ(compiled(c.pattern, c.options)->match(utString(c.subject), 0), c.result)

@@ -17,13 +17,13 @@ inline constexpr nlsTranslationType nlsTranslationNeutral = 0;
 // translation type leaves the thread's number format as it is. The destructor restores the
 // thread's previous form. Guards nest and cost two thread-local locale switches.
 class CNCPROBE_API nlsNeutralNumbers {
-public:
+ public:
   explicit nlsNeutralNumbers(nlsTranslationType type);
   ~nlsNeutralNumbers();
   nlsNeutralNumbers(const nlsNeutralNumbers&) = delete;
   nlsNeutralNumbers& operator=(const nlsNeutralNumbers&) = delete;
 
-private:
+ private:
   // The thread's locale before this guard (a locale_t); null when the guard changed nothing.
   void* previous_ = nullptr;
 };

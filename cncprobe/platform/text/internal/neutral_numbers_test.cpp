@@ -11,7 +11,8 @@
 TEST(NeutralNumbers, GuardLeavesTheProcessFormatToOtherThreads) {
   // The host selects a decimal comma for the whole process; a guard on this thread must not
   // change what another thread reads meanwhile, and must give the comma back afterwards.
-  if (!setlocale(LC_NUMERIC, kDecimalCommaLocale)) GTEST_SKIP() << kDecimalCommaLocale << " missing";
+  if (!setlocale(LC_NUMERIC, kDecimalCommaLocale))
+    GTEST_SKIP() << kDecimalCommaLocale << " missing";
   bool other_reads_comma = false;
   double here = 0.0;
   {

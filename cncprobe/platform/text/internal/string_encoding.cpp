@@ -6,7 +6,7 @@
 
 namespace {
 class Utf8Encoding final : public apIStringEncoding {
-public:
+ public:
   utString to_ut_string(const apString& text, int& error) const override {
     if (text.invalid()) return utString();
     int bad = 0;

@@ -16,7 +16,7 @@
 // One 8-bit text encoding. Encoding objects handed out by apStringEncodingChooser live as long
 // as the program, so a caller may keep the pointer after the chooser is gone.
 class CNCPROBE_API apIStringEncoding {
-public:
+ public:
   virtual ~apIStringEncoding() = default;
 
   // The text in this encoding. An invalid apString gives an invalid utString, an empty one a
@@ -29,7 +29,7 @@ public:
   // invalid apString; on success `error` is left as the caller set it.
   [[nodiscard]] virtual apString to_ap_string(const utString& text, int& error) const = 0;
 
-protected:
+ protected:
   apIStringEncoding() = default;
   apIStringEncoding(const apIStringEncoding&) = default;
   apIStringEncoding& operator=(const apIStringEncoding&) = default;
@@ -37,7 +37,7 @@ protected:
 
 // Chooses the encodings of the platform's string types; a cheap temporary object.
 class CNCPROBE_API apStringEncodingChooser {
-public:
+ public:
   // The encoding of utString text (UTF-8 here); never null, valid for the life of the program.
   [[nodiscard]] const apIStringEncoding* ut_encoding() const noexcept;
 };

@@ -4,9 +4,15 @@
 #include <gtest/gtest.h>
 
 TEST(StringEncoding, ToUtStringIsUtf8AndRefusesNonScalars) {
-  struct Case { apString text; int error; const char* bytes; };  // bytes null: invalid result
+  struct Case {
+    apString text;
+    int error;
+    const char* bytes;
+  };  // bytes null: invalid result
   const Case cases[] = {
-      {apString(L"/m\u00E9canique/\U0001F527 a"), 0, "/m\xC3\xA9" "canique/\xF0\x9F\x94\xA7 a"},
+      {apString(L"/m\u00E9canique/\U0001F527 a"), 0,
+       "/m\xC3\xA9"
+       "canique/\xF0\x9F\x94\xA7 a"},
       {apString(L""), 0, ""},
       {apString(), 0, nullptr},
       {apString(std::wstring(L"a") + static_cast<wchar_t>(0xD800)), 1, nullptr},

@@ -8,7 +8,7 @@
 #include "cncprobe/platform/text/wide_string.h"
 
 class CNCPROBE_API apStringFormatter {
-public:
+ public:
   // The format with each "%d" (or "%i") replaced by the next argument in decimal and each "%%" by
   // "%"; everything else is copied as it stands, including a conversion for which no argument is
   // left. Only int arguments are taken, so no format can read beyond them. An invalid format gives
@@ -20,6 +20,6 @@ public:
     return format_list(pattern, {arguments...});
   }
 
-private:
+ private:
   static apString format_list(const apString& format, std::initializer_list<int> arguments);
 };

@@ -25,7 +25,7 @@
 
 // A line reader over an input stream; derived readers decide how bytes become text.
 class CNCPROBE_API apStringReader {
-public:
+ public:
   // The default length limit of one line, in bytes without its line end: far beyond any line a
   // machine or a person writes, small enough that a reader never holds much of a binary file.
   static constexpr std::size_t kDefaultMaxLineBytes = std::size_t{1} << 20;
@@ -42,7 +42,7 @@ public:
 
   std::size_t max_line_bytes() const noexcept { return max_line_bytes_; }
 
-protected:
+ protected:
   apStringReader(const apStringReader&) = default;
   apStringReader& operator=(const apStringReader&) = default;
 
@@ -51,7 +51,7 @@ protected:
   // end-of-file flag when the end is reached and its fail flag when nothing was left to read.
   RawLine read_raw_line(std::istream& stream, std::string& bytes) const;
 
-private:
+ private:
   std::size_t max_line_bytes_;
 };
 
@@ -59,13 +59,13 @@ private:
 // (the start being position 0 of a stream that can tell its position, otherwise the first line
 // this reader reads). A line that is not valid UTF-8 sets the error.
 class CNCPROBE_API apStringReaderUTF8 : public apStringReader {
-public:
+ public:
   explicit apStringReaderUTF8(std::size_t max_line_bytes = kDefaultMaxLineBytes) noexcept
       : apStringReader(max_line_bytes) {}
 
   [[nodiscard]] apString read_line(std::istream& stream, int& error) override;
 
-private:
+ private:
   bool first_line_ = true;
   std::string bytes_;  // the bytes of the line being read; its room is kept from line to line
 };

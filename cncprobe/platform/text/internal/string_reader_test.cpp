@@ -21,15 +21,24 @@ std::vector<std::string> read_all(std::istream& in, apStringReaderUTF8 reader) {
 }  // namespace
 
 TEST(StringReaderUTF8, LineEndsByteOrderMarkAndWhatEndsReading) {
-  struct Case { std::string bytes; std::vector<std::string> lines; };
+  struct Case {
+    std::string bytes;
+    std::vector<std::string> lines;
+  };
   const Case cases[] = {
       {"A\r\n\r\nB", {"A", "", "B"}},  // a last line without a line end is still a line
       {"A\rB\n\r\n\r", {"A", "B", "", ""}},
       {"", {}},
-      {"\xEF\xBB\xBF" "A\nB", {"A", "B"}},
+      {"\xEF\xBB\xBF"
+       "A\nB",
+       {"A", "B"}},
       {"\xEF\xBB!\n", {}},  // a partial mark is no mark, and no UTF-8 either
-      {"A\n\xEF\xBB\xBF" "B", {"A", "\xEF\xBB\xBF" "B"}},  // skipped only at the start
-      {" b\t*\n", {" b\t*"}},  // blanks and asterisks are kept
+      {"A\n\xEF\xBB\xBF"
+       "B",
+       {"A",
+        "\xEF\xBB\xBF"
+        "B"}},                    // skipped only at the start
+      {" b\t*\n", {" b\t*"}},     // blanks and asterisks are kept
       {"A\nx\xE9y\nB\n", {"A"}},  // Latin-1, not UTF-8: the error ends reading
       {"A\n\xED\xA0\x80\nB\n", {"A"}},
       {"abcd\nabcde\nB\n", {"abcd"}},  // over the limit of 4 bytes

@@ -6,7 +6,7 @@
 
 // The outcome of reading a real number: whether the whole text was one, and its value.
 class CNCPROBE_API apStringParseDoubleResult {
-public:
+ public:
   apStringParseDoubleResult(int success, double result) noexcept
       : success_(success), result_(result) {}
   // Non-zero when the whole text was a real number within the range of a double.
@@ -14,13 +14,13 @@ public:
   // The number; 0 when success() is zero.
   double result() const noexcept { return result_; }
 
-private:
+ private:
   int success_;
   double result_;
 };
 
 class CNCPROBE_API apStringSimpleDoubleParser {
-public:
+ public:
   // Accepts an optional "+" or "-", digits with an optional "." (at least one digit in all, as
   // in "2", "2.", ".5", "2.5"), then an optional exponent ("e" or "E", an optional sign, digits),
   // and nothing else: no blanks, no "inf" or "nan", no hexadecimal, no decimal comma. "." is the

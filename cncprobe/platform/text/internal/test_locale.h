@@ -9,7 +9,7 @@
 inline constexpr const char* kDecimalCommaLocale = "de_DE.UTF-8";
 
 class ScopedThreadLocale {
-public:
+ public:
   // Switches to `name` for every category; active() is false when the locale does not exist.
   explicit ScopedThreadLocale(const char* name)
       : locale_(newlocale(LC_ALL_MASK, name, static_cast<locale_t>(nullptr))) {
@@ -27,7 +27,7 @@ public:
   // True when the C library now reads "1,5" as one and a half: the comma is the decimal point.
   static bool reads_decimal_comma() { return std::strtod("1,5", nullptr) == 1.5; }
 
-private:
+ private:
   locale_t locale_;
   locale_t previous_ = static_cast<locale_t>(nullptr);
 };
