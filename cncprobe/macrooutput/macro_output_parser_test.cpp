@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cncprobe/events/recording_callback_test_util.h"
+#include "tests/support/scratch_directory.h"
 
 namespace {
 using Lines = std::vector<std::string>;
@@ -30,16 +31,11 @@ class ReportParser : public kptMacroOutputParser {
 using Kind = bool (ReportParser::*)(kptResultsFileCursor&) const;
 
 kptResultsFileCursor cursor_over(const Lines& lines) {
-  static int count = 0;
-  const std::string name = testing::TempDir() + "macro_report_" + std::to_string(++count) + ".res";
-  std::ofstream(name, std::ios::binary | std::ios::trunc) << [&] {
-    std::string text;
-    for (const std::string& line : lines) text += line + "\n";
-    return text;
-  }();
-  kptResultsFileCursor cursor(utString(name.c_str()));  // the lines are read here, once
-  std::remove(name.c_str());
-  return cursor;
+  const ScratchDirectory dir;
+  std::string text;
+  for (const std::string& line : lines) text += line + "\n";
+  // The lines are read here, once; the directory and its file go when the cursor is made.
+  return kptResultsFileCursor(utString(dir.write("report.res", text).c_str()));
 }
 
 struct Outcome {
