@@ -1,9 +1,15 @@
 // End-to-end tests of kptResultsDataExtractor over small results files written for them.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <string>
 
 #include "cncprobe/extraction/extraction_test_util.h"
+#include "tests/support/scratch_directory.h"
 
 using namespace extraction_test;
 
@@ -115,4 +121,68 @@ TEST(ResultsDataExtractorFile, EveryExtractionForgetsTheOneBefore) {
   EXPECT_EQ(details(extractor),
             std::vector<std::string>{"(1 2 0) (0 0 1) 4 | (1 2 0) 4.005 | - -"});
   EXPECT_TRUE(extractor.resultsfile_name().valid() && extractor.resultsfile_name().empty());
+}
+
+TEST(ResultsDataExtractorFile, InputsReadInMemoryGiveWhatTheirFilesGive) {
+  int files = 0;
+  for (const auto& entry :
+       std::filesystem::directory_iterator(std::string(CNCPROBE_TEST_DATA_DIR) + "/extraction")) {
+    SCOPED_TRACE(entry.path().string());
+    std::ifstream stream(entry.path(), std::ios::binary);
+    std::ostringstream bytes;
+    bytes << stream.rdbuf();
+    for (const kptUnitsType units : {kptUnitsMillimetres, kptUnitsInches}) {
+      kptResultsDataExtractor by_name, in_memory;
+      const kptResultsExtractionStatus status =
+          by_name.extract_data(utString(entry.path().string()), kptUnits(units));
+      EXPECT_EQ(in_memory.extract_data(kptInputFile::from_text(bytes.str()), kptUnits(units)),
+                status);
+      EXPECT_EQ(in_memory.input_problem(), kptInputReadable);
+      EXPECT_EQ(summary(in_memory), summary(by_name));
+      EXPECT_EQ(details(in_memory), details(by_name));
+      EXPECT_EQ(in_memory.resultsfile_name(), by_name.resultsfile_name());
+    }
+    ++files;
+  }
+  EXPECT_GE(files, 7);
+}
+
+TEST(ResultsDataExtractorFile, SaysWhyAFileCouldNotBeRead) {
+  const ScratchDirectory dir;
+  const std::string good = dir.write(
+      "good.res",
+      "START\nTOOLPATHID 4\nG800 N1 X1 Y2 Z3 I0 J0 K1 O0 U0.1 L-0.1\nG801 N2 X1 Y2 Z3 R2.5\nEND\n");
+  const std::string fifo = dir.file("pipe");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  struct Case {
+    std::string name;
+    kptInputProblem problem;
+  };
+  std::vector<Case> cases = {
+      {dir.file("none.res"), kptInputMissing},
+      {dir.path().string(), kptInputDirectory},
+      {fifo, kptInputNotRegularFile},
+      {"/dev/null", kptInputNotRegularFile},
+      {good + std::string("\0x", 2), kptInputReadError},
+  };
+  if (::geteuid() != 0) {  // root reads a file whatever its permissions
+    const std::string secret = dir.write("secret.res", "START\nEND\n");
+    ::chmod(secret.c_str(), 0);
+    cases.push_back({secret, kptInputPermissionDenied});
+  }
+  kptResultsDataExtractor extractor;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    // Each time after a good file: the reason belongs to the last extraction only.
+    ASSERT_EQ(extractor.extract_data(utString(good)), kptExtractionSuccess);
+    EXPECT_EQ(extractor.input_problem(), kptInputReadable);
+    // An unreadable file ends as an empty one always did: no results, status 5.
+    EXPECT_EQ(extractor.extract_data(utString(c.name)), kptExtractionNoResults);
+    EXPECT_EQ(extractor.input_problem(), c.problem);
+    EXPECT_EQ(extractor.number_of_results(), 0u);
+    EXPECT_EQ(extractor.extract_data(kptInputFile::read(utString(c.name))), kptExtractionNoResults);
+    EXPECT_EQ(extractor.input_problem(), c.problem);
+  }
+  EXPECT_EQ(extractor.extract_data(kptInputFile::from_text("")), kptExtractionNoResults);
+  EXPECT_EQ(extractor.input_problem(), kptInputReadable);
 }

@@ -12,6 +12,8 @@
 #include <sstream>
 #include <string>
 
+#include "tests/support/scratch_directory.h"
+
 namespace {
 namespace fs = std::filesystem;
 
@@ -38,14 +40,12 @@ std::string slurp(const fs::path& path) {
   return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-// A scratch directory of this test process, removed with everything in it.
+// A directory of this test's own, removed with everything in it.
 struct Scratch {
-  fs::path dir = fs::temp_directory_path() / ("cncprobe_refs_" + std::to_string(::getpid()));
-  Scratch() { fs::create_directories(dir); }
-  ~Scratch() { fs::remove_all(dir); }
+  ScratchDirectory scratch;
+  const fs::path& dir = scratch.path();
   apPath write(const std::string& name, const std::string& bytes) const {
-    std::ofstream(dir / name, std::ios::binary) << bytes;
-    return apPath((dir / name).string());
+    return apPath(scratch.write(name, bytes));
   }
 };
 
@@ -73,6 +73,8 @@ TEST(FileReferenceExtractor, SampleHeaderWithAnyLineEnds) {
     EXPECT_EQ(refs.extract(scratch.write("sample.txt", bytes)).value(), 1);
     EXPECT_EQ(all(refs), expected);
     EXPECT_TRUE(refs.results_file_version() == kptResultsFileVersion(2, 1, 0));
+    EXPECT_EQ(refs.extract(kptInputFile::from_text(bytes)).value(), 1);
+    EXPECT_EQ(all(refs), expected);
   }
 }
 
@@ -105,25 +107,47 @@ TEST(FileReferenceExtractor, FirstValueWinsAndWhatEndsTheScan) {
     kptFileReferenceExtractor refs;
     EXPECT_EQ(refs.extract_filenames(scratch.write("case.txt", c.bytes)).value(), 1);
     EXPECT_EQ(all(refs), c.refs) << c.bytes.substr(0, 40);
+    EXPECT_EQ(refs.input_problem(), kptInputReadable);
+    // The same bytes already in memory give the same references.
+    EXPECT_EQ(refs.extract(kptInputFile::from_text(c.bytes)).value(), 1);
+    EXPECT_EQ(all(refs), c.refs) << c.bytes.substr(0, 40);
   }
 }
 
-TEST(FileReferenceExtractor, RefusedPathsForgetEarlierReferences) {
+TEST(FileReferenceExtractor, RefusedPathsForgetEarlierReferencesAndSayWhy) {
   const Scratch scratch;
   ASSERT_EQ(::mkfifo((scratch.dir / "fifo").c_str(), 0600), 0);
   const apPath unreadable = scratch.write("unreadable.txt", "CADFILENAME a\n");
   fs::permissions(unreadable.native(), fs::perms::none);
   const bool root_reads_anyway = ::access(unreadable.native().c_str(), R_OK) == 0;
 
-  for (const apPath& path : {apPath((scratch.dir / "missing.txt").string()),
-                             apPath(scratch.dir.string()), apPath((scratch.dir / "fifo").string()),
-                             apPath(""), apPath(std::string("\xFF.txt")), unreadable}) {
-    if (root_reads_anyway && path.native() == unreadable.native()) continue;
+  struct Case {
+    apPath path;
+    kptInputProblem problem;
+  };
+  const Case cases[] = {
+      {apPath((scratch.dir / "missing.txt").string()), kptInputMissing},
+      {apPath(scratch.dir.string()), kptInputDirectory},
+      {apPath((scratch.dir / "fifo").string()), kptInputNotRegularFile},
+      {apPath("/dev/null"), kptInputNotRegularFile},
+      {apPath(""), kptInputReadError},                       // no name at all
+      {apPath(std::string("\xFF.txt")), kptInputReadError},  // not a name in UTF-8
+      {unreadable, kptInputPermissionDenied},
+  };
+  for (const Case& c : cases) {
+    if (root_reads_anyway && c.problem == kptInputPermissionDenied) continue;
+    SCOPED_TRACE(c.path.native());
     kptFileReferenceExtractor refs;
     ASSERT_EQ(refs.extract(apPath(kSample.string())).value(), 1);
-    EXPECT_EQ(refs.extract(path).value(), 0) << path.native();
-    EXPECT_EQ(all(refs), kNone) << path.native();
+    EXPECT_EQ(refs.input_problem(), kptInputReadable);
+    EXPECT_EQ(refs.extract(c.path).value(), 0);
+    EXPECT_EQ(refs.input_problem(), c.problem);
+    EXPECT_EQ(all(refs), kNone);
     EXPECT_TRUE(refs.results_file_version().unversioned());
+    // An input that could not be read gives the same through extract(kptInputFile).
+    ASSERT_EQ(refs.extract(apPath(kSample.string())).value(), 1);
+    EXPECT_EQ(refs.extract(kptInputFile::read(utString(c.path.native()))).value(), 0);
+    EXPECT_EQ(all(refs), kNone);
   }
 }
 

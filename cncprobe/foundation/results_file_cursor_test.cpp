@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/scratch_directory.h"
+
 namespace {
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
@@ -37,21 +39,15 @@ Lines lines_of(kptResultsFileCursor cursor) {
 
 class ResultsFileCursorTest : public ::testing::Test {
  protected:
-  void SetUp() override { fs::create_directories(dir_); }
-  void TearDown() override { fs::remove_all(dir_); }
-
   fs::path write(const std::string& bytes) {
-    const fs::path path = dir_ / std::to_string(files_++);
-    std::ofstream(path, std::ios::binary) << bytes;
-    return path;
+    return scratch_.write(std::to_string(files_++), bytes);
   }
   static kptResultsFileCursor open(const fs::path& path) {
     return kptResultsFileCursor(utString(path.string()));
   }
 
-  fs::path dir_ =
-      fs::temp_directory_path() / ("cncprobe_cursor_" + std::to_string(::getpid()) + "_" +
-                                   ::testing::UnitTest::GetInstance()->current_test_info()->name());
+  ScratchDirectory scratch_;
+  const fs::path& dir_ = scratch_.path();
   int files_ = 0;
 };
 }  // namespace
@@ -84,6 +80,8 @@ TEST_F(ResultsFileCursorTest, LineEndsBlankLinesAndTheEncodingTest) {
     const fs::path path = write(c.bytes);
     EXPECT_TRUE(lines_of(open(path)) == c.lines && LineByLine::read(path) == c.lines)
         << testing::PrintToString(c.bytes.substr(0, 40));
+    EXPECT_TRUE(lines_of(kptResultsFileCursor(kptInputFile::from_text(c.bytes))) == c.lines)
+        << "in memory: " << testing::PrintToString(c.bytes.substr(0, 40));
   }
 }
 

@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/scratch_directory.h"
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -38,20 +40,12 @@ kptInspectionSettings callers_settings() {
 
 class SettingsReader : public ::testing::Test {
  protected:
-  void SetUp() override {
-    dir_ = fs::temp_directory_path() /
-           ("cncprobe_settings_" + std::to_string(getpid()) + "_" +
-            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::create_directories(dir_);
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-
   apPath write(const std::string& content, const char* name = "settings.xml") {
-    std::ofstream(dir_ / name, std::ios::binary) << content;
-    return apPath((dir_ / name).string());
+    return apPath(scratch_.write(name, content));
   }
 
-  fs::path dir_;
+  ScratchDirectory scratch_;
+  const fs::path& dir_ = scratch_.path();
 };
 
 // A host's factory that refuses every file.
