@@ -48,6 +48,7 @@
 
 // Units of a results file, and extraction of a whole file into probe paths and features.
 #include "cncprobe/extraction/results_data_extractor.h"
+#include "cncprobe/foundation/input_file.h"
 #include "cncprobe/foundation/units.h"
 
 // The reference lines of a results file's header.

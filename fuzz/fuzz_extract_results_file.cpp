@@ -2,10 +2,12 @@
 #include "fuzz/fuzz_support.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static ScratchFile file(".res");
   kptResultsDataExtractor extractor;
+  // From memory through the cursor: the same lines a file of these bytes gives, without a file
+  // written and read back for every input.
   const kptResultsExtractionStatus status =
-      extractor.extract_data(utString(file.write(data, size).c_str()), fuzz_units(size));
+      extractor.extract_data(fuzz_input(data, size), fuzz_units(size));
+  fuzz_check(extractor.input_problem() == kptInputReadable, "bytes in memory are always readable");
   fuzz_check(status >= kptExtractionSuccess && status <= kptExtractionResultConflict,
              "status out of range");
   unsigned int results = 0;

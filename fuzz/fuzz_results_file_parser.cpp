@@ -3,14 +3,13 @@
 #include "fuzz/fuzz_support.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static ScratchFile file(".res");
   static CountingCallback events;
   // Built once per process: compiling the patterns costs more than parsing a small input.
   static const kptResultsFileParser parsers[] = {
       {kptUnits(kptUnitsMillimetres), utObserverPtr<kptResultsFileParserCallback>(&events)},
       {kptUnits(kptUnitsInches), utObserverPtr<kptResultsFileParserCallback>(&events)}};
   const kptResultsFileParser& parser = parsers[fuzz_units(size).type() == kptUnitsInches ? 1 : 0];
-  kptResultsFileCursor cursor(utString(file.write(data, size).c_str()));
+  kptResultsFileCursor cursor(fuzz_input(data, size));
   while (++cursor) {
     const kptResultsFileCursor before = cursor;
     const unsigned long fired = events.count();

@@ -1,5 +1,6 @@
-// Helpers the fuzz targets share: a scratch file for entry points that read files, a receiver
-// that counts parser events, and a check that stops the run when an invariant breaks.
+// Helpers the fuzz targets share: an input held in memory, a scratch file for the entry point
+// that reads only files, a receiver that counts parser events, and a check that stops the run
+// when an invariant breaks.
 #pragma once
 
 #include <unistd.h>
@@ -14,6 +15,7 @@
 
 #include "cncprobe/cncprobe.h"
 #include "cncprobe/events/results_file_parser_callback.h"
+#include "cncprobe/foundation/input_file.h"
 #include "cncprobe/resultsfile/results_file_parser.h"
 
 // Stops the run, so the fuzzer records the input, when an outcome breaks the library's contract.
@@ -21,6 +23,11 @@ inline void fuzz_check(bool holds, const char* what) {
   if (holds) return;
   std::fprintf(stderr, "fuzz check failed: %s\n", what);
   std::abort();
+}
+
+// The fuzzer's bytes as an input already read, as a host holding a file in memory hands it over.
+inline kptInputFile fuzz_input(const std::uint8_t* data, std::size_t size) {
+  return kptInputFile::from_text(std::string(reinterpret_cast<const char*>(data), size));
 }
 
 // One file per process, rewritten with every input; removed when the process ends normally.

@@ -1,0 +1,21 @@
+# The threads test: separate readers on separate threads at once. Part of every test build, and
+# the only test of the ThreadSanitizer build (preset tsan, CNCPROBE_TSAN=ON), which builds just
+# it and the library objects it links.
+enable_testing()
+find_package(GTest REQUIRED)
+set(threads_objects)
+foreach(component IN ITEMS platform foundation events macrooutput resultsfile extraction
+    filereferences settings)
+  if(TARGET cncprobe_${component})
+    list(APPEND threads_objects $<TARGET_OBJECTS:cncprobe_${component}>)
+  endif()
+endforeach()
+add_executable(threads_test ${PROJECT_SOURCE_DIR}/tests/threads_test.cpp ${threads_objects})
+target_include_directories(threads_test PRIVATE ${PROJECT_SOURCE_DIR})
+target_compile_definitions(threads_test PRIVATE CNCPROBE_STATIC
+  CNCPROBE_TEST_DATA_DIR="${PROJECT_SOURCE_DIR}/tests/data"
+  CNCPROBE_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples")
+target_link_libraries(threads_test PRIVATE cncprobe_thirdparty cncprobe_test_warnings
+  GTest::gtest GTest::gtest_main)
+add_test(NAME threads COMMAND threads_test)
+set_tests_properties(threads PROPERTIES LABELS "threads" TIMEOUT 300)
