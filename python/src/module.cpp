@@ -22,6 +22,7 @@
 
 #include "cncprobe/extraction/results_data_extractor.h"
 #include "cncprobe/filereferences/file_reference_extractor.h"
+#include "cncprobe/foundation/input_file.h"
 #include "cncprobe/foundation/units.h"
 #include "cncprobe/platform/model/angle_surface_feature.h"
 #include "cncprobe/platform/model/circle_feature.h"
@@ -46,13 +47,6 @@
 #include "cncprobe/inspection/verdict.h"
 #else
 #define CNCPROBE_PY_INSPECTION 0
-#endif
-
-#if __has_include("cncprobe/foundation/input_file.h")
-#define CNCPROBE_PY_INPUT_PROBLEM 1
-#include "cncprobe/foundation/input_file.h"
-#else
-#define CNCPROBE_PY_INPUT_PROBLEM 0
 #endif
 
 namespace py = pybind11;
@@ -100,7 +94,6 @@ const char* status_name(kptResultsExtractionStatus status) {
 // ---------------------------------------------------------------------------------------------
 // Unreadable input: the library says why, the matching OSError says it in Python.
 
-#if CNCPROBE_PY_INPUT_PROBLEM
 // The errno-like code of a problem and nothing when the input was read.
 std::optional<int> errno_of(kptInputProblem problem) {
   switch (problem) {
@@ -121,16 +114,19 @@ std::optional<int> errno_of(kptInputProblem problem) {
 }
 
 // Raises the OSError subclass Python itself picks for the errno (FileNotFoundError,
-// IsADirectoryError, PermissionError, else OSError), with the library's words and the file name.
-void raise_input_problem(kptInputProblem problem, const py::object& name) {
-  const std::optional<int> code = errno_of(problem);
-  if (!code) return;
-  py::object error =
-      py::module_::import("builtins").attr("OSError")(*code, kpt_input_problem_text(problem), name);
+// IsADirectoryError, PermissionError, else OSError), with the given words and the file name.
+[[noreturn]] void raise_os_error(int code, const char* words, const py::object& name) {
+  py::object error = py::module_::import("builtins").attr("OSError")(code, words, name);
   PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(error.ptr())), error.ptr());
   throw py::error_already_set();
 }
-#endif
+
+// Raises for an input the library could not read; returns when it was read.
+void raise_input_problem(kptInputProblem problem, const py::object& name) {
+  if (const std::optional<int> code = errno_of(problem)) {
+    raise_os_error(*code, kpt_input_problem_text(problem), name);
+  }
+}
 
 // ---------------------------------------------------------------------------------------------
 // The result model in plain Python values (dicts, tuples), shaped like the tool's JSON.
@@ -279,13 +275,11 @@ class Extraction {
       status_ = extractor_->extract_data(file, read_in);
       collect();
     }
-#if CNCPROBE_PY_INPUT_PROBLEM
     problem_ = extractor_->input_problem();
-#endif
   }
 
   int status() const { return status_; }
-  int input_problem() const { return static_cast<int>(problem_); }
+  kptInputProblem input_problem() const { return problem_; }
   py::str results_file() const { return text(extractor_->resultsfile_name().view()); }
   std::size_t point_count() const { return points_; }
 
@@ -498,21 +492,13 @@ class Extraction {
   std::vector<std::shared_ptr<mtrToolpathResult>> results_;
   std::vector<const mtrProbePath*> paths_;
   std::size_t points_ = 0;
-#if CNCPROBE_PY_INPUT_PROBLEM
   kptInputProblem problem_ = kptInputReadable;
-#else
-  int problem_ = 0;
-#endif
 };
 
 std::unique_ptr<Extraction> extract(const py::bytes& name, const py::object& shown_name,
                                     const std::string& units) {
   auto extraction = std::make_unique<Extraction>(name, units);
-#if CNCPROBE_PY_INPUT_PROBLEM
-  raise_input_problem(static_cast<kptInputProblem>(extraction->input_problem()), shown_name);
-#else
-  (void)shown_name;
-#endif
+  raise_input_problem(extraction->input_problem(), shown_name);
   return extraction;
 }
 
@@ -528,14 +514,8 @@ py::dict references(const py::bytes& name, const py::object& shown_name) {
     status = refs.extract(path);
   }
   if (!status.ok()) {
-#if CNCPROBE_PY_INPUT_PROBLEM
     raise_input_problem(refs.input_problem(), shown_name);
-#endif
-    // The library could not open the file and does not say why.
-    py::object error =
-        py::module_::import("builtins").attr("OSError")(EIO, "cannot be opened", shown_name);
-    PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(error.ptr())), error.ptr());
-    throw py::error_already_set();
+    raise_os_error(EIO, "cannot be opened", shown_name);  // refused without a reason
   }
   const kptResultsFileVersion version = refs.results_file_version();
   py::dict d;
@@ -593,7 +573,6 @@ PYBIND11_MODULE(_cncprobe, m) {
   }
   m.attr("STATUSES") = statuses;
   m.attr("HAS_INSPECTION") = static_cast<bool>(CNCPROBE_PY_INSPECTION);
-  m.attr("HAS_INPUT_PROBLEM") = static_cast<bool>(CNCPROBE_PY_INPUT_PROBLEM);
 #if CNCPROBE_PY_INSPECTION
   py::list verdicts;
   for (int v = kptVerdictNotToleranced; v <= kptVerdictUnmeasured; ++v) {
@@ -609,7 +588,6 @@ PYBIND11_MODULE(_cncprobe, m) {
 
   py::class_<Extraction>(m, "Extraction")
       .def_property_readonly("status", &Extraction::status)
-      .def_property_readonly("input_problem", &Extraction::input_problem)
       .def_property_readonly("results_file", &Extraction::results_file)
       .def_property_readonly("point_count", &Extraction::point_count)
       .def("results", &Extraction::results)
