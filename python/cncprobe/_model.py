@@ -27,22 +27,18 @@ ExtractionStatus.__doc__ = (
     "gathered are kept in every case."
 )
 
-if _cncprobe.HAS_INSPECTION:
-    Verdict = enum.IntEnum(
-        "Verdict", [(name.upper(), code) for code, name in _cncprobe.VERDICTS], module=__name__
-    )
-    Quantity = enum.IntEnum(
-        "Quantity", [(name.upper(), code) for code, name in _cncprobe.QUANTITIES], module=__name__
-    )
-    Verdict.__doc__ = "How a point or a feature quantity fared against its limits."
-    Quantity.__doc__ = "What a feature check measures (lengths in mm, angles in degrees)."
-    VERDICT_NAMES = [name for _, name in _cncprobe.VERDICTS]
-    QUANTITY_NAMES = [name for _, name in _cncprobe.QUANTITIES]
-else:  # a library without its inspection subsystem: no deviations and no verdicts
-    Verdict = None  # type: ignore[assignment,misc]
-    Quantity = None  # type: ignore[assignment,misc]
-    VERDICT_NAMES = []
-    QUANTITY_NAMES = []
+#: How a point or a feature quantity fared against its limits (the library's verdicts).
+Verdict = enum.IntEnum(
+    "Verdict", [(name.upper(), code) for code, name in _cncprobe.VERDICTS], module=__name__
+)
+Verdict.__doc__ = "How a point or a feature quantity fared against its limits."
+#: What a feature check measures (the library's quantities).
+Quantity = enum.IntEnum(
+    "Quantity", [(name.upper(), code) for code, name in _cncprobe.QUANTITIES], module=__name__
+)
+Quantity.__doc__ = "What a feature check measures (lengths in mm, angles in degrees)."
+VERDICT_NAMES = [name for _, name in _cncprobe.VERDICTS]
+QUANTITY_NAMES = [name for _, name in _cncprobe.QUANTITIES]
 
 
 class SettingsCode(enum.IntEnum):
@@ -171,8 +167,8 @@ class Points:
     l: np.ndarray  # noqa: E741  (the record's own letter)
     measured: np.ndarray  # float64 (N, 3), NaN when unmeasured
     r: np.ndarray  # NaN when unmeasured
-    deviation: Optional[np.ndarray] = None  # float64, NaN when none
-    verdict: Optional[np.ndarray] = None  # int8 codes of Verdict
+    deviation: np.ndarray  # float64, NaN when none
+    verdict: np.ndarray  # int8 codes of Verdict
     _extraction: Any = field(default=None, repr=False, compare=False)
     _labels: Optional[np.ndarray] = field(default=None, repr=False, compare=False)
 
@@ -197,7 +193,7 @@ class Points:
     def _arrays(self) -> dict:
         names = ["path", "toolpath", "instance", "nominal", "direction", "o", "u", "l"]
         names += ["measured", "r", "deviation", "verdict"]
-        return {n: getattr(self, n) for n in names if getattr(self, n) is not None}
+        return {n: getattr(self, n) for n in names}
 
     def to_pandas(self, labels: bool = True):
         """The points as a DataFrame, one row per point; vectors split into ``_x``, ``_y``,
@@ -218,9 +214,8 @@ class Points:
         for axis, letter in enumerate("xyz"):
             columns[f"measured_{letter}"] = self.measured[:, axis]
         columns["r"] = self.r
-        if self.deviation is not None:
-            columns["deviation"] = self.deviation
-            columns["verdict"] = pd.Categorical.from_codes(self.verdict, VERDICT_NAMES)
+        columns["deviation"] = self.deviation
+        columns["verdict"] = pd.Categorical.from_codes(self.verdict, VERDICT_NAMES)
         return pd.DataFrame(columns, copy=False)
 
 
@@ -298,13 +293,9 @@ class Extraction:
         return self._points
 
     def _check_columns(self) -> dict:
-        if not _cncprobe.HAS_INSPECTION:
-            raise NotImplementedError("this build of the library has no feature checks")
         return self._core.feature_checks()
 
     def _checks_by_result(self) -> dict:
-        if not _cncprobe.HAS_INSPECTION:
-            return {}
         c = self._check_columns()
         by: dict = {}
         for i, result in enumerate(c["result"]):

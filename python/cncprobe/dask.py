@@ -114,9 +114,8 @@ def _empty_points() -> pd.DataFrame:
 
 _POINT_DTYPES = {"path": np.int32, "toolpath": np.int32, "instance": np.int32,
                  "nominal": np.float64, "direction": np.float64, "o": np.float64,
-                 "u": np.float64, "l": np.float64, "measured": np.float64, "r": np.float64}
-if _model._cncprobe.HAS_INSPECTION:
-    _POINT_DTYPES.update(deviation=np.float64, verdict=np.int8)
+                 "u": np.float64, "l": np.float64, "measured": np.float64, "r": np.float64,
+                 "deviation": np.float64, "verdict": np.int8}
 
 
 def _empty_checks() -> pd.DataFrame:

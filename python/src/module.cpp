@@ -24,6 +24,10 @@
 #include "cncprobe/filereferences/file_reference_extractor.h"
 #include "cncprobe/foundation/input_file.h"
 #include "cncprobe/foundation/units.h"
+#include "cncprobe/inspection/feature_check.h"
+#include "cncprobe/inspection/point_check.h"
+#include "cncprobe/inspection/status_text.h"
+#include "cncprobe/inspection/verdict.h"
 #include "cncprobe/platform/model/angle_surface_feature.h"
 #include "cncprobe/platform/model/circle_feature.h"
 #include "cncprobe/platform/model/corner_feature.h"
@@ -38,16 +42,6 @@
 #include "cncprobe/settings/inspection_settings.h"
 #include "cncprobe/settings/inspection_settings_error.h"
 #include "cncprobe/settings/inspection_settings_reader.h"
-
-#if __has_include("cncprobe/inspection/feature_check.h")
-#define CNCPROBE_PY_INSPECTION 1
-#include "cncprobe/inspection/feature_check.h"
-#include "cncprobe/inspection/point_check.h"
-#include "cncprobe/inspection/status_text.h"
-#include "cncprobe/inspection/verdict.h"
-#else
-#define CNCPROBE_PY_INSPECTION 0
-#endif
 
 namespace py = pybind11;
 
@@ -81,14 +75,6 @@ kptUnits units_of(const std::string& units) {
   if (units == "mm") return kptUnits(kptUnitsMillimetres);
   if (units == "in") return kptUnits(kptUnitsInches);
   throw py::value_error("units must be \"mm\" or \"in\", not \"" + units + "\"");
-}
-
-const char* status_name(kptResultsExtractionStatus status) {
-#if CNCPROBE_PY_INSPECTION
-  return kptStatusText::name(status);
-#else
-  return kpt_status_name(status);
-#endif
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -319,10 +305,8 @@ class Extraction {
     py::array_t<double> nominal(n3), direction(n3);
     py::array_t<double> o(n), u(n), l(n), r(n);
     py::array_t<double> measured(n3);
-#if CNCPROBE_PY_INSPECTION
     py::array_t<double> deviation(n);
     py::array_t<std::int8_t> verdict(n);
-#endif
     {
       std::int32_t* path_p = path.mutable_data();
       std::int32_t* toolpath_p = toolpath.mutable_data();
@@ -334,10 +318,8 @@ class Extraction {
       double* l_p = l.mutable_data();
       double* measured_p = measured.mutable_data();
       double* r_p = r.mutable_data();
-#if CNCPROBE_PY_INSPECTION
       double* deviation_p = deviation.mutable_data();
       std::int8_t* verdict_p = verdict.mutable_data();
-#endif
       py::gil_scoped_release unlocked;
       constexpr double nan = std::numeric_limits<double>::quiet_NaN();
       std::size_t i = 0;
@@ -373,11 +355,9 @@ class Extraction {
             measured_p[3 * i] = measured_p[3 * i + 1] = measured_p[3 * i + 2] = nan;
             r_p[i] = nan;
           }
-#if CNCPROBE_PY_INSPECTION
           const kptPointCheck check = kptPointChecks::of(point);
           deviation_p[i] = check.deviation ? *check.deviation : nan;
           verdict_p[i] = static_cast<std::int8_t>(check.verdict);
-#endif
           ++i;
         }
         ++path_index;
@@ -394,10 +374,8 @@ class Extraction {
     d["l"] = l;
     d["measured"] = measured;
     d["r"] = r;
-#if CNCPROBE_PY_INSPECTION
     d["deviation"] = deviation;
     d["verdict"] = verdict;
-#endif
     return d;
   }
 
@@ -417,7 +395,6 @@ class Extraction {
     return out;
   }
 
-#if CNCPROBE_PY_INSPECTION
   // One row per feature quantity, as columns: the library's checks of every feature.
   py::dict feature_checks(int convention) const {
     py::list result, kind, toolpath, instance, component, feature, name, quantity, nominal, actual,
@@ -470,7 +447,6 @@ class Extraction {
     d["tolerance_used"] = tolerance_used;
     return d;
   }
-#endif
 
  private:
   // The results and probe paths, held once so that the passes above need no iterator copies.
@@ -569,11 +545,9 @@ PYBIND11_MODULE(_cncprobe, m) {
   py::list statuses;
   for (int code = kptExtractionSuccess; code <= kptExtractionResultConflict; ++code) {
     statuses.append(
-        py::make_tuple(code, status_name(static_cast<kptResultsExtractionStatus>(code))));
+        py::make_tuple(code, kptStatusText::name(static_cast<kptResultsExtractionStatus>(code))));
   }
   m.attr("STATUSES") = statuses;
-  m.attr("HAS_INSPECTION") = static_cast<bool>(CNCPROBE_PY_INSPECTION);
-#if CNCPROBE_PY_INSPECTION
   py::list verdicts;
   for (int v = kptVerdictNotToleranced; v <= kptVerdictUnmeasured; ++v) {
     verdicts.append(py::make_tuple(v, kpt_verdict_name(static_cast<kptVerdict>(v))));
@@ -584,7 +558,6 @@ PYBIND11_MODULE(_cncprobe, m) {
     quantities.append(py::make_tuple(q, kpt_quantity_name(static_cast<kptQuantity>(q))));
   }
   m.attr("QUANTITIES") = quantities;
-#endif
 
   py::class_<Extraction>(m, "Extraction")
       .def_property_readonly("status", &Extraction::status)
@@ -593,10 +566,7 @@ PYBIND11_MODULE(_cncprobe, m) {
       .def("results", &Extraction::results)
       .def("points", &Extraction::points)
       .def("labels", &Extraction::labels)
-#if CNCPROBE_PY_INSPECTION
-      .def("feature_checks", &Extraction::feature_checks, py::arg("convention") = 0)
-#endif
-      ;
+      .def("feature_checks", &Extraction::feature_checks, py::arg("convention") = 0);
   m.def("extract", &extract, py::arg("name"), py::arg("shown_name"), py::arg("units") = "mm");
   m.def("references", &references, py::arg("name"), py::arg("shown_name"));
   m.def("read_settings", &read_settings, py::arg("name"), py::arg("units") = "mm");

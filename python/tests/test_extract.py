@@ -80,7 +80,7 @@ def test_values_equal_the_tools_json(tool, path, units):
                   if k not in ("kind", "toolpath_id", "pattern_instance", "print_data")}
         assert same(result.geometry, fields)
 
-    frame = run.points.to_pandas()
+    frame, checks = run.to_pandas()
     assert len(frame) == len(points)
     assert frame["label"].tolist() == [p["label"] for p in points]
 
@@ -210,3 +210,26 @@ def test_settings_file_that_cannot_be_opened(tmp_path):
         cncprobe.read_settings(tmp_path / "none.xml")
     assert caught.value.code == cncprobe.SettingsCode.INVALID_PATH
     assert caught.value.filename == str(tmp_path / "none.xml")
+
+
+def test_deviation_verdict_and_checks_come_through_in_order():
+    run = cncprobe.extract(ROOT / "examples" / "bracket_mm.txt")
+    points = run.points
+    assert points.deviation.dtype == np.float64 and points.verdict.dtype == np.int8
+    along = np.einsum("ij,ij->i", points.measured - points.nominal, points.direction)
+    np.testing.assert_allclose(points.deviation, along, atol=1e-12)
+    assert set(points.verdict.tolist()) == {int(cncprobe.Verdict.IN)}
+
+    frame, checks = run.to_pandas()
+    assert list(frame["verdict"].cat.categories) == [v.name.lower() for v in cncprobe.Verdict]
+    assert list(checks.columns[:12]) == ["kind", "toolpath", "instance", "component", "feature",
+                                         "name", "quantity", "nominal", "actual", "deviation",
+                                         "tolerance", "verdict"]
+    # One row per feature quantity, each feature's rows next to each other, as Feature.checks.
+    assert len(checks) == sum(len(f.checks) for f in run.features) == 16
+    dowel = checks[checks["name"] == "DOWEL HOLE"]
+    assert dowel["quantity"].tolist() == ["diameter", "centre_offset"]
+    assert dowel["verdict"].tolist() == ["in", "out"] and dowel["feature"].tolist() == [2, 2]
+    assert dowel["component"].tolist() == [-1, -1] and math.isnan(dowel["nominal"].iloc[1])
+    untoleranced = checks[checks["tolerance"].isna()]
+    assert set(untoleranced["verdict"]) == {"not_toleranced"}
