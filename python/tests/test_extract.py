@@ -233,3 +233,18 @@ def test_deviation_verdict_and_checks_come_through_in_order():
     assert dowel["component"].tolist() == [-1, -1] and math.isnan(dowel["nominal"].iloc[1])
     untoleranced = checks[checks["tolerance"].isna()]
     assert set(untoleranced["verdict"]) == {"not_toleranced"}
+
+
+def test_the_type_stubs_name_what_the_package_has():
+    import ast
+
+    package = ROOT / "python" / "cncprobe"
+    tree = ast.parse((package / "_model.pyi").read_text())
+    stubbed = {n.name: n for n in tree.body if isinstance(n, ast.ClassDef)}
+    for enum_class in (cncprobe.ExtractionStatus, cncprobe.Verdict, cncprobe.Quantity,
+                       cncprobe.SettingsCode):
+        members = [t.targets[0].id for t in stubbed[enum_class.__name__].body
+                   if isinstance(t, ast.Assign)]
+        assert members == [m.name for m in enum_class], enum_class
+    for name in cncprobe.__all__:
+        assert name in stubbed or name in {"extract", "references", "read_settings", "spc"}
