@@ -1,0 +1,28 @@
+import os
+from typing import Any, Iterable, Union
+
+import pandas as pd
+
+Paths = Union[str, os.PathLike[str], Iterable[Union[str, os.PathLike[str]]]]
+SUMMARY_COLUMNS: list[str]
+
+def expand(paths_or_glob: Paths) -> list[str]:
+    """The files to read: a glob pattern, a single file, or a list of files."""
+
+def points_frame(file: str, units: str = "mm") -> pd.DataFrame:
+    """The points of one file with its ``file`` column; empty when unreadable."""
+
+def checks_frame(file: str, units: str = "mm") -> pd.DataFrame:
+    """The feature checks of one file with its ``file`` column; empty when unreadable."""
+
+def summary_frame(file: str, units: str = "mm") -> pd.DataFrame:
+    """One row for one file: status, status_name, error, results_file and counts."""
+
+def read_points(paths_or_glob: Paths, units: str = "mm") -> Any:
+    """A Dask DataFrame of every point of the files, one partition per file."""
+
+def read_checks(paths_or_glob: Paths, units: str = "mm") -> Any:
+    """A Dask DataFrame of every feature check of the files, one partition per file."""
+
+def read_summary(paths_or_glob: Paths, units: str = "mm") -> Any:
+    """A Dask DataFrame of one row per file: the place to find problem files."""

@@ -1,0 +1,9 @@
+from typing import Any
+
+import pandas as pd
+
+KEY: list[str]
+
+def spc(checks: Any) -> pd.DataFrame:
+    """Per feature quantity across runs: n, mean, std (n - 1), min, max, nominal, tolerance,
+    out, Cp and Cpk (plain +/- tolerances only)."""

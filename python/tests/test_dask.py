@@ -1,0 +1,75 @@
+"""cncprobe.dask on a two-process LocalCluster on the loopback and on the local scheduler."""
+
+import os
+
+import pytest
+
+import cncprobe
+import cncprobe.dask
+from conftest import results_file
+
+
+@pytest.fixture(scope="module")
+def folder(tmp_path_factory):
+    root = tmp_path_factory.mktemp("runs")
+    for i in range(6):
+        (root / f"run{i:02}.res").write_bytes(results_file(5 + 7 * i, toolpath=i + 1))
+    (root / "run90.res").write_bytes(results_file(3, end=False))  # missing END: kept
+    (root / "run91.res").write_bytes(b"nothing to read\n")  # no results
+    (root / "run99.res").mkdir()  # matched by the glob, cannot be read
+    return root
+
+
+def single(folder):
+    counts = {}
+    for path in sorted(folder.glob("*.res")):
+        try:
+            run = cncprobe.extract(path)
+        except OSError:
+            counts[str(path)] = (0, 0)
+            continue
+        counts[str(path)] = (len(run.points), len(run.to_pandas()[1]))
+    return counts
+
+
+def check(folder, points, checks, summary):
+    expected = single(folder)
+    assert points.npartitions == checks.npartitions == len(expected)
+    p, c, s = points.compute(), checks.compute(), summary.compute()
+    assert p.groupby("file").size().reindex(list(expected), fill_value=0).tolist() == [
+        n for n, _ in expected.values()]
+    assert c.groupby("file").size().reindex(list(expected), fill_value=0).tolist() == [
+        n for _, n in expected.values()]
+    assert s["file"].tolist() == list(expected)
+    by_file = s.set_index("file")
+    unreadable = by_file.loc[str(folder / "run99.res")]
+    assert unreadable["status"] == -1 and unreadable["error"].startswith("IsADirectoryError")
+    assert by_file.loc[str(folder / "run90.res"), "status_name"] == "missing_end"
+    assert by_file.loc[str(folder / "run91.res"), "status_name"] == "no_results"
+    assert by_file["points"].tolist() == [n for n, _ in expected.values()]
+    assert p.dtypes["verdict"].name == "category" and p["instance"].eq(-1).all()
+
+
+def test_local_scheduler_by_default(folder):
+    pattern = str(folder / "*.res")
+    check(folder, cncprobe.dask.read_points(pattern), cncprobe.dask.read_checks(pattern),
+          cncprobe.dask.read_summary(pattern))
+
+
+def test_two_worker_processes_on_the_loopback(folder):
+    distributed = pytest.importorskip("distributed")
+    with distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=True,
+                                  host="127.0.0.1", dashboard_address=None,
+                                  worker_dashboard_address=None) as cluster, \
+            distributed.Client(cluster) as client:
+        assert len(client.scheduler_info()["workers"]) == 2
+        files = sorted(str(p) for p in folder.glob("*.res"))  # a list works as a glob does
+        check(folder, cncprobe.dask.read_points(files), cncprobe.dask.read_checks(files),
+              cncprobe.dask.read_summary(files))
+        # The work ran in the workers' processes, not in this one.
+        pids = client.run(os.getpid)
+        assert len(pids) == 2 and os.getpid() not in pids.values()
+
+
+def test_nothing_matched_gives_an_empty_frame(tmp_path):
+    assert len(cncprobe.dask.read_points(str(tmp_path / "*.res")).compute()) == 0

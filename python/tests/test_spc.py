@@ -1,0 +1,59 @@
+"""cncprobe.spc against numbers worked out by hand."""
+
+import math
+
+import numpy as np
+import pandas as pd
+import pytest
+
+import cncprobe
+
+
+def checks_of_runs(diameters, offsets, tolerance=0.05):
+    """A checks frame of one feature over several runs: a diameter of nominal 25 with a plain
+    tolerance and a centre offset (true position)."""
+    rows = []
+    for run, (d, off) in enumerate(zip(diameters, offsets)):
+        rows.append(dict(file=f"run{run}", kind="circle", toolpath=3, instance=-1, component=1,
+                         feature=4, name=None, quantity="diameter", nominal=25.0, actual=d,
+                         deviation=d - 25.0, tolerance=tolerance, verdict="in",
+                         true_position=False))
+        rows.append(dict(file=f"run{run}", kind="circle", toolpath=3, instance=-1, component=1,
+                         feature=4, name=None, quantity="centre_offset", nominal=np.nan,
+                         actual=np.nan, deviation=off, tolerance=0.1,
+                         verdict="out" if off > 0.05 else "in", true_position=True))
+    return pd.DataFrame(rows)
+
+
+def test_statistics_per_feature_quantity_by_hand():
+    table = cncprobe.spc(checks_of_runs([25.01, 25.02, 25.03, 25.04], [0.01, 0.02, 0.06, 0.03]))
+    assert len(table) == 2
+    d = table[table["quantity"] == "diameter"].iloc[0]
+    # mean 25.025; deviations from it +-0.015, +-0.005: s^2 = (2*0.000225 + 2*0.000025) / 3
+    s = math.sqrt(0.0005 / 3)
+    assert d["n"] == 4 and d["mean"] == pytest.approx(25.025)
+    assert d["std"] == pytest.approx(s) and (d["min"], d["max"]) == (25.01, 25.04)
+    assert d["cp"] == pytest.approx(0.1 / (6 * s))            # (USL - LSL) / 6s
+    assert d["cpk"] == pytest.approx((25.05 - 25.025) / (3 * s))  # the nearer limit is the upper
+    offset = table[table["quantity"] == "centre_offset"].iloc[0]
+    assert offset["n"] == 4 and offset["mean"] == pytest.approx(0.03) and offset["out"] == 1
+    assert offset["std"] == pytest.approx(math.sqrt((0.0004 + 0.0001 + 0.0009 + 0) / 3))
+    assert math.isnan(offset["cp"]) and math.isnan(offset["cpk"])  # one-sided zone
+
+
+@pytest.mark.parametrize("diameters, tolerance", [([25.01], 0.05), ([25.01, 25.01], 0.05),
+                                                  ([25.01, 25.03], None)])
+def test_no_capability_without_spread_runs_or_tolerance(diameters, tolerance):
+    table = cncprobe.spc(checks_of_runs(diameters, [0.0] * len(diameters), tolerance))
+    d = table[table["quantity"] == "diameter"].iloc[0]
+    assert d["n"] == len(diameters)
+    assert math.isnan(d["cp"]) and math.isnan(d["cpk"])
+
+
+def test_runs_of_real_files_group_by_feature(tmp_path):
+    from conftest import ROOT
+
+    frames = [cncprobe.extract(ROOT / "examples" / "bracket_mm.txt").to_pandas()[1]] * 3
+    table = cncprobe.spc(pd.concat(frames, ignore_index=True))
+    assert len(table) == 16 and set(table["n"]) == {3}
+    assert set(table["std"]) == {0.0}  # the same run three times: no spread
