@@ -10,6 +10,7 @@
 #include "tools/commands.h"
 #include "tools/input_file.h"
 #include "tools/output.h"
+#include "tools/report_command.h"
 
 namespace {
 
@@ -17,6 +18,7 @@ constexpr const char* kUsage =
     "usage: cncprobe extract  FILE     [--units mm|in] [--format text|json] [--points]\n"
     "       cncprobe refs     FILE     [--format text|json]\n"
     "       cncprobe settings FILE.xml [--units mm|in] [--format text|json]\n"
+    "       cncprobe report   FILE...  [--units mm|in] [--settings FILE.xml] [-o FILE.html]\n"
     "       cncprobe --help | --version\n";
 
 // One line on standard error, whatever the text holds.
@@ -73,8 +75,11 @@ int run(int argc, char** argv) {
   settings->add_option("--format", format, "text for a person (default), json for a script")
       ->check(CLI::IsMember({"text", "json"}));
 
+  tool::ReportCommand report_command;
+  CLI::App* report = tool::add_report_command(app, report_command);
+
   if (argc < 2) {
-    error_line("a command is needed: extract, refs or settings");
+    error_line("a command is needed: extract, refs, settings or report");
     std::fputs(kUsage, stderr);
     return tool::kExitUsage;
   }
@@ -92,6 +97,12 @@ int run(int argc, char** argv) {
     return tool::kExitUsage;
   }
 
+  if (report->parsed()) {
+    tool::Output out(stdout);
+    const int code = tool::run_report_command(report_command, out);
+    out.flush();
+    return code;
+  }
   if (extract->parsed()) file = extract_options.file;
   if (const auto reason = tool::unreadable_reason(file)) {
     error_line(file + ": " + *reason);

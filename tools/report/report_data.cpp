@@ -61,7 +61,7 @@ std::string iso_utc(long long seconds) {
   const long long day = doy - (153 * mp + 2) / 5 + 1;
   const long long month = mp < 10 ? mp + 3 : mp - 9;
   const long long year = yoe + era * 400 + (month <= 2 ? 1 : 0);
-  char text[40];
+  char text[96];
   std::snprintf(text, sizeof text, "%04lld-%02lld-%02lldT%02lld:%02lld:%02lldZ", year, month, day,
                 rest / 3600, rest / 60 % 60, rest % 60);
   return text;
@@ -297,20 +297,17 @@ void write_references(JsonText& json, const kptFileReferenceExtractor& refs) {
   json.end_object();
 }
 
-kptResultsExtractionStatus extract(kptResultsDataExtractor& extractor, const std::string& file,
-                                   kptUnitsType units) {
-  return extractor.extract_data(utString(std::string_view(file)), kptUnits(units));
-}
+
 
 }  // namespace
 
 ReportData single_report_data(const ReportOptions& options, const SettingsOutcome& settings,
-                              const std::string& date) {
+                              const kptInputFile& input, const std::string& date) {
   const std::string& file = options.files.front();
   kptResultsDataExtractor extractor;
-  const kptResultsExtractionStatus status = extract(extractor, file, options.units);
+  const kptResultsExtractionStatus status = extractor.extract_data(input, kptUnits(options.units));
   kptFileReferenceExtractor refs;
-  (void)refs.extract(apPath(file));
+  (void)refs.extract(input);
   const kptInspectionSummary summary = kptInspection::summarize(extractor, options.convention);
 
   JsonText json;
@@ -522,7 +519,8 @@ void write_series(JsonText& json, const Series& s) {
 
 }  // namespace
 
-ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome& settings) {
+ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome& settings,
+                             const std::vector<kptInputFile>& inputs) {
   const std::size_t runs = options.files.size();
   // Series in the order they first appear; keys as the matching rule says.
   std::map<std::tuple<std::string, unsigned, long long, std::string, std::string>, std::size_t>
@@ -545,7 +543,8 @@ ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome
   for (std::size_t run = 0; run < runs; ++run) {
     const std::string& file = options.files[run];
     kptResultsDataExtractor extractor;
-    const kptResultsExtractionStatus status = extract(extractor, file, options.units);
+    const kptResultsExtractionStatus status =
+        extractor.extract_data(inputs[run], kptUnits(options.units));
     all_succeeded = all_succeeded && status == kptExtractionSuccess;
     const kptInspectionSummary summary = kptInspection::summarize(extractor, options.convention);
     json.begin_object();

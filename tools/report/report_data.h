@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "cncprobe/foundation/input_file.h"
 #include "cncprobe/foundation/units.h"
 #include "cncprobe/inspection/verdict.h"
 
@@ -39,13 +40,14 @@ struct ReportData {
   bool extraction_succeeded = false;
 };
 
-// The data of one file's report. `file_bytes` is the file as read; `file_date` its modification
-// time as ISO 8601 UTC, or empty.
+// The data of one file's report: `input` is options.files.front() as read, `file_date` its
+// modification time as ISO 8601 UTC, or empty.
 ReportData single_report_data(const ReportOptions& options, const SettingsOutcome& settings,
-                              const std::string& file_date);
+                              const kptInputFile& input, const std::string& file_date);
 
-// The data of a trend report over options.files, in the given order.
-ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome& settings);
+// The data of a trend report over options.files (read as `inputs`), in the given order.
+ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome& settings,
+                             const std::vector<kptInputFile>& inputs);
 
 // A time as ISO 8601 UTC ("2026-11-23T13:25:00Z"), from seconds since 1970.
 std::string iso_utc(long long seconds_since_epoch);

@@ -145,7 +145,7 @@
   function firstScreen(data, digits) {
     const s = el('section', { id: 'summary' });
     const left = el('div');
-    left.appendChild(el('h1', { text: 'Inspection report: ' + data.file, id: 'report-title' }));
+    left.appendChild(el('h1', { text: 'Inspection report: ' + data.file.split(/[\\/]/).pop(), id: 'report-title' }));
     const sum = data.summary;
     const refs = data.references || {};
     left.appendChild(factList([
