@@ -47,7 +47,9 @@ def browser(workdir):
         options.add_argument(flag)
     options.binary_location = "/usr/bin/chromium"
     options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
-    service = webdriver.ChromeService(executable_path="/usr/bin/chromedriver")
+    options.add_experimental_option("perfLoggingPrefs", {"enableNetwork": True})
+    from selenium.webdriver.chrome.service import Service
+    service = Service(executable_path="/usr/bin/chromedriver")
     driver = webdriver.Chrome(options=options, service=service)
     driver.set_page_load_timeout(120)
     yield driver

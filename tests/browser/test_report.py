@@ -138,9 +138,11 @@ G330 N41 A0 B0 C0 X0 Y0 Z0 I0 R0
 FEATURE NO 2 FEATURE NAME {EVIL}
 --------------------------------
 SIZE D 8.000 ACTUAL 8.003 TOL 0.015 DEV 0.003
+POSN X 140.000 ACTUAL 140.002 TOL TP 0.050 DEV 0.002
+POSN Y 85.000 ACTUAL 85.001 TOL TP 0.050 DEV 0.001
 END 'EVIL'
 """)
-    page = make_report(workdir, "evil </script>.html", source)
+    page = make_report(workdir, "evil <b>x.html", source)
     with open(page, encoding="utf-8") as f:
         html = f.read()
     assert "<img src=x" not in html and "<script>window" not in html
