@@ -58,3 +58,11 @@
 #include "cncprobe/settings/inspection_settings.h"
 #include "cncprobe/settings/inspection_settings_error.h"
 #include "cncprobe/settings/inspection_settings_reader.h"
+
+// Verdicts: feature quantities and inspection points against their tolerances, the summary of a
+// run, and the name and meaning of every extraction status.
+#include "cncprobe/inspection/feature_check.h"
+#include "cncprobe/inspection/inspection_summary.h"
+#include "cncprobe/inspection/point_check.h"
+#include "cncprobe/inspection/status_text.h"
+#include "cncprobe/inspection/verdict.h"

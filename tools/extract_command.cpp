@@ -1,5 +1,4 @@
 // cncprobe extract: every probe path and feature of a results file, as JSON or as tables.
-#include <cmath>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -7,6 +6,9 @@
 #include <vector>
 
 #include "cncprobe/extraction/results_data_extractor.h"
+#include "cncprobe/inspection/feature_check.h"
+#include "cncprobe/inspection/point_check.h"
+#include "cncprobe/inspection/status_text.h"
 #include "cncprobe/platform/model/angle_surface_feature.h"
 #include "cncprobe/platform/model/circle_feature.h"
 #include "cncprobe/platform/model/corner_feature.h"
@@ -24,29 +26,6 @@
 namespace tool {
 
 namespace {
-
-// ---------------------------------------------------------------------------------------------
-// Small geometry helpers on the result model's values.
-
-struct Vec {
-  double x, y, z;
-};
-
-Vec vec(const giPoint3& p) { return {p.x(), p.y(), p.z()}; }
-Vec vec(const giUnitVec3& v) { return {v.x(), v.y(), v.z()}; }
-Vec minus(const Vec& a, const Vec& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
-double dot(const Vec& a, const Vec& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
-double norm(const Vec& a) { return std::sqrt(dot(a, a)); }
-
-// How far a measured point lies from its nominal point along the probing direction: positive
-// when the probe touched beyond the nominal point. Nothing for an unmeasured point or one
-// without a direction.
-std::optional<double> point_deviation(const mtrInspectionPoint& point) {
-  if (!point.has_measure()) return std::nullopt;
-  const Vec direction = vec(point.direction());
-  if (dot(direction, direction) == 0.0) return std::nullopt;
-  return dot(minus(vec(point.measured_point()), vec(point.nominal_point())), direction);
-}
 
 const char* axis_name(mtrProbeWCSAxis axis) {
   switch (axis) {
@@ -78,30 +57,6 @@ const char* kind_name(const mtrToolpathResult& result) {
       return "perpendicular_distance";
   }
   return "unknown";
-}
-
-// What each status means, for a person.
-const char* status_meaning(kptResultsExtractionStatus status) {
-  switch (status) {
-    case kptExtractionSuccess:
-      return "every record was read and fitted its toolpath";
-    case kptExtractionMissingEnd:
-      return "the last START has no END after it; the results are kept";
-    case kptExtractionMultipleStarts:
-      return "a second START discarded the results gathered before it";
-    case kptExtractionUnmatchedMeasuredPoint:
-      return "a measured point had no open nominal point to complete and was dropped";
-    case kptExtractionUnmeasuredNominalPoint:
-      return "a nominal point followed one that was never measured";
-    case kptExtractionNoResults:
-      return "the file holds no result, or only probe paths without points";
-    case kptExtractionOutsideStartEnd:
-      return "a record outside START ... END was ignored";
-    case kptExtractionResultConflict:
-      return "a point or feature did not fit the newest result of its toolpath instance and was "
-             "dropped";
-  }
-  return "an unknown status";
 }
 
 // Calls fn(number, result) for every result in the order of creation, numbered from 1.
@@ -163,6 +118,12 @@ void write_print_data(JsonWriter& json, const mtrInspectionPrintData& data) {
       break;
   }
   json.null();
+}
+
+// The print data of a feature (every kind but a probe path).
+void write_print_data(JsonWriter& json, const mtrToolpathResult& feature) {
+  json.key("print_data");
+  write_print_data(json, static_cast<const mtrInspectionFeature&>(feature).print_data());
 }
 
 void write_probe_path(JsonWriter& json, const mtrProbePath& path) {
@@ -332,24 +293,35 @@ void write_result(JsonWriter& json, const mtrToolpathResult& result) {
   } else {
     json.null();
   }
-  if (const auto* feature = dynamic_cast<const mtrInspectionFeature*>(&result)) {
-    json.key("print_data");
-    write_print_data(json, feature->print_data());
-  }
-  if (const auto* path = dynamic_cast<const mtrProbePath*>(&result)) {
-    write_probe_path(json, *path);
-  } else if (const auto* circle = dynamic_cast<const mtrCircleFeature*>(&result)) {
-    write_circle(json, *circle);
-  } else if (const auto* rectangle = dynamic_cast<const mtrRectangleFeature*>(&result)) {
-    write_rectangle(json, *rectangle);
-  } else if (const auto* corner = dynamic_cast<const mtrCornerFeature*>(&result)) {
-    write_corner(json, *corner);
-  } else if (const auto* surface = dynamic_cast<const mtrSurfaceFeature*>(&result)) {
-    write_surface(json, *surface);
-  } else if (const auto* angle = dynamic_cast<const mtrAngleSurfaceFeature*>(&result)) {
-    write_angle(json, *angle);
-  } else if (const auto* wall = dynamic_cast<const mtrPerpendicularDistanceFeature*>(&result)) {
-    write_perpendicular_distance(json, *wall);
+  switch (result.kind()) {
+    case mtrResultProbePath:
+      write_probe_path(json, static_cast<const mtrProbePath&>(result));
+      break;
+    case mtrResultCircle:
+      write_print_data(json, result);
+      write_circle(json, static_cast<const mtrCircleFeature&>(result));
+      break;
+    case mtrResultRectangle:
+      write_print_data(json, result);
+      write_rectangle(json, static_cast<const mtrRectangleFeature&>(result));
+      break;
+    case mtrResultCorner:
+      write_print_data(json, result);
+      write_corner(json, static_cast<const mtrCornerFeature&>(result));
+      break;
+    case mtrResultSurface:
+      write_print_data(json, result);
+      write_surface(json, static_cast<const mtrSurfaceFeature&>(result));
+      break;
+    case mtrResultAngleSurface:
+      write_print_data(json, result);
+      write_angle(json, static_cast<const mtrAngleSurfaceFeature&>(result));
+      break;
+    case mtrResultPerpendicularDistance:
+      write_print_data(json, result);
+      write_perpendicular_distance(json,
+                                   static_cast<const mtrPerpendicularDistanceFeature&>(result));
+      break;
   }
   json.end_object();
 }
@@ -367,7 +339,7 @@ void write_json(const ExtractOptions& options, const kptResultsDataExtractor& ex
   json.key("code");
   json.integer(status);
   json.key("name");
-  json.string(kpt_status_name(status));
+  json.string(kptStatusText::name(status));
   json.end_object();
   json.key("results_file");
   json.string(extractor.resultsfile_name().view());
@@ -411,138 +383,61 @@ std::string print_data_text(const mtrInspectionPrintData& data) {
   return "-";
 }
 
-// One measured quantity of a feature: a size, a position or an angle.
-struct Quantity {
-  std::string name;               // says "deg" for an angle; every other quantity is a length in mm
-  std::optional<double> nominal;  // absent for offsets, which have only a deviation
-  std::optional<double> actual;
-  double deviation;  // actual - nominal, or the length of an offset
-  bool signed_deviation;
-  std::optional<double> tolerance;
-};
-
-Quantity size(std::string name, double nominal, double actual, std::optional<double> tolerance) {
-  return {std::move(name), nominal, actual, actual - nominal, true, tolerance};
-}
-
-Quantity offset(std::string name, const giPoint3& nominal, const giPoint3& actual,
-                std::optional<double> tolerance) {
-  return {std::move(name), std::nullopt, std::nullopt, norm(minus(vec(actual), vec(nominal))),
-          false,           tolerance};
-}
-
-// A position along `direction`: the signed distance of each point from the CAD origin.
-Quantity position_along(std::string name, const giPoint3& nominal, const giPoint3& actual,
-                        const giUnitVec3& direction, std::optional<double> tolerance) {
-  return size(std::move(name), dot(vec(nominal), vec(direction)), dot(vec(actual), vec(direction)),
-              tolerance);
-}
-
 std::string upper_axis(mtrProbeWCSAxis axis) {
   const char* name = axis_name(axis);
   return name ? std::string(1, static_cast<char>(name[0] - 'a' + 'A')) : "?";
 }
 
-// The text kind of a feature and the quantities it shows, one table row each.
-std::vector<Quantity> quantities_of(const mtrToolpathResult& result, std::string& kind) {
-  if (const auto* f = dynamic_cast<const mtrCircleFeature*>(&result)) {
-    kind = "circle";
-    return {size("diameter", 2.0 * f->nominal().radius().value(),
-                 2.0 * f->actual().radius().value(), f->diameter_tolerance()),
-            offset("centre offset", f->nominal().centre(), f->actual().centre(),
-                   f->true_position_tolerance())};
+// The text kind of a feature: its JSON kind, with the probing axis where it has one.
+std::string kind_text(const mtrToolpathResult& result) {
+  switch (result.kind()) {
+    case mtrResultSurface:
+      return "surface " + upper_axis(static_cast<const mtrSurfaceFeature&>(result).axis());
+    case mtrResultPerpendicularDistance:
+      return "wall/channel " +
+             upper_axis(static_cast<const mtrPerpendicularDistanceFeature&>(result).axis());
+    default:
+      return kind_name(result);
   }
-  if (const auto* f = dynamic_cast<const mtrRectangleFeature*>(&result)) {
-    kind = "rectangle";
-    return {size("length", f->nominal().length().value(), f->actual().length().value(),
-                 f->length_tolerance()),
-            size("width", f->nominal().width().value(), f->actual().width().value(),
-                 f->width_tolerance()),
-            offset("centre offset", f->nominal().centre(), f->actual().centre(),
-                   f->position_tolerance())};
-  }
-  if (const auto* f = dynamic_cast<const mtrCornerFeature*>(&result)) {
-    kind = "corner";
-    return {offset("corner offset", f->nominal().point(), f->actual().point(),
-                   f->true_position_tolerance())};
-  }
-  if (const auto* f = dynamic_cast<const mtrSurfaceFeature*>(&result)) {
-    kind = "surface " + upper_axis(f->axis());
-    return {position_along("position", f->nominal().point(), f->actual().point(),
-                           f->nominal().normal(), f->position_tolerance())};
-  }
-  if (const auto* f = dynamic_cast<const mtrAngleSurfaceFeature*>(&result)) {
-    kind = "angle";
-    std::optional<double> tolerance;
-    if (f->angular_tolerance()) tolerance = f->angular_tolerance()->degrees();
-    return {size("angle (deg)", f->nominal().degrees(), f->actual().degrees(), tolerance)};
-  }
-  if (const auto* f = dynamic_cast<const mtrPerpendicularDistanceFeature*>(&result)) {
-    kind = "wall/channel " + upper_axis(f->axis());
-    return {size("width", f->nominal().distance().value(), f->actual().distance().value(),
-                 f->distance_tolerance()),
-            position_along("middle", f->nominal().point(), f->actual().point(),
-                           f->nominal().direction(), f->position_tolerance())};
-  }
-  kind = kind_name(result);
-  return {};
 }
 
 // Rows of the features table for one result; none for a probe path.
 std::vector<TextTable::Row> feature_rows(std::size_t number, const mtrToolpathResult& result) {
   std::vector<TextTable::Row> rows;
-  const auto* feature = dynamic_cast<const mtrInspectionFeature*>(&result);
-  if (!feature) return rows;
-  std::string kind;
-  const std::vector<Quantity> quantities = quantities_of(result, kind);
-  for (std::size_t i = 0; i < quantities.size(); ++i) {
-    const Quantity& q = quantities[i];
+  if (result.kind() == mtrResultProbePath) return rows;
+  const auto& feature = static_cast<const mtrInspectionFeature&>(result);
+  const std::vector<kptFeatureCheck> checks = kptFeatureChecks::of(result);
+  for (std::size_t i = 0; i < checks.size(); ++i) {
+    const kptFeatureCheck& check = checks[i];
     TextTable::Row row;
     if (i == 0) {
-      row = {std::to_string(number), kind, toolpath_text(result),
-             print_data_text(feature->print_data())};
+      row = {std::to_string(number), kind_text(result), toolpath_text(result),
+             print_data_text(feature.print_data())};
     } else {
       row = {"", "", "", ""};
     }
-    row.push_back(q.name);
-    row.push_back(fixed_or_dash(q.nominal));
-    row.push_back(fixed_or_dash(q.actual));
-    row.push_back(q.signed_deviation ? signed_fixed(q.deviation) : fixed(q.deviation));
-    row.push_back(fixed_or_dash(q.tolerance));
+    row.push_back(kpt_quantity_label(check.quantity));
+    row.push_back(fixed_or_dash(check.nominal));
+    row.push_back(fixed_or_dash(check.actual));
+    // An offset is a distance, never negative: it gets no sign.
+    const bool offset = !check.nominal;
+    row.push_back(offset ? fixed(check.deviation) : signed_fixed(check.deviation));
+    row.push_back(fixed_or_dash(check.tolerance));
     rows.push_back(std::move(row));
   }
   return rows;
 }
 
-struct PathSummary {
-  std::size_t points = 0;
-  std::size_t measured = 0;
-  std::optional<double> largest_deviation;  // the deviation of largest size, with its sign
-};
-
-PathSummary summarise(const mtrProbePath& path) {
-  PathSummary summary;
-  for_each_point(path, [&](const mtrInspectionPoint& point) {
-    ++summary.points;
-    if (point.has_measure()) ++summary.measured;
-    const std::optional<double> deviation = point_deviation(point);
-    if (deviation && (!summary.largest_deviation ||
-                      std::fabs(*deviation) > std::fabs(*summary.largest_deviation))) {
-      summary.largest_deviation = deviation;
-    }
-  });
-  return summary;
-}
-
-TextTable::Row path_row(std::size_t number, const mtrProbePath& path, const PathSummary& summary) {
+TextTable::Row path_row(std::size_t number, const mtrProbePath& path) {
+  const kptPathSummary summary = kptPointChecks::summary(path);
   return {std::to_string(number), toolpath_text(path), std::to_string(summary.points),
           std::to_string(summary.measured),
-          summary.largest_deviation ? signed_fixed(*summary.largest_deviation) : "-"};
+          summary.worst_deviation ? signed_fixed(*summary.worst_deviation) : "-"};
 }
 
 TextTable::Row point_row(std::size_t number, const mtrInspectionPoint& point) {
   const giPoint3& p = point.nominal_point();
-  const std::optional<double> deviation = point_deviation(point);
+  const std::optional<double> deviation = kptPointChecks::of(point).deviation;
   std::string deviation_text = "not measured";
   if (point.has_measure()) deviation_text = deviation ? signed_fixed(*deviation) : "no direction";
   return {std::to_string(number), printable_text(point.label().view()),
@@ -571,12 +466,13 @@ void write_text(const ExtractOptions& options, const kptResultsDataExtractor& ex
   std::size_t points = 0;
   std::size_t measured = 0;
   for_each_result(extractor, [&](std::size_t, const mtrToolpathResult& result) {
-    if (const auto* path = dynamic_cast<const mtrProbePath*>(&result)) {
+    if (result.kind() == mtrResultProbePath) {
       ++paths;
-      for_each_point(*path, [&](const mtrInspectionPoint& point) {
-        ++points;
-        if (point.has_measure()) ++measured;
-      });
+      for_each_point(static_cast<const mtrProbePath&>(result),
+                     [&](const mtrInspectionPoint& point) {
+                       ++points;
+                       if (point.has_measure()) ++measured;
+                     });
     } else {
       ++features;
     }
@@ -585,8 +481,8 @@ void write_text(const ExtractOptions& options, const kptResultsDataExtractor& ex
   std::string head;
   head += "File:          " + printable_text(options.file) + " (read in " +
           (options.units == kptUnitsInches ? "inches" : "millimetres") + ")\n";
-  head += "Status:        " + std::to_string(status) + " " + kpt_status_name(status) + ": " +
-          status_meaning(status) + "\n";
+  head += "Status:        " + std::to_string(status) + " " + kptStatusText::name(status) + ": " +
+          kptStatusText::meaning(status) + "\n";
   const utString results_file = extractor.resultsfile_name();
   head += "Results file:  " +
           (results_file.empty() ? std::string("-") : printable_text(results_file.view())) + "\n";
@@ -629,8 +525,8 @@ void write_text(const ExtractOptions& options, const kptResultsDataExtractor& ex
                 [&](auto&& sink) {
                   for_each_result(
                       extractor, [&](std::size_t number, const mtrToolpathResult& result) {
-                        if (const auto* path = dynamic_cast<const mtrProbePath*>(&result)) {
-                          sink(path_row(number, *path, summarise(*path)));
+                        if (result.kind() == mtrResultProbePath) {
+                          sink(path_row(number, static_cast<const mtrProbePath&>(result)));
                         }
                       });
                 });
@@ -648,9 +544,10 @@ void write_text(const ExtractOptions& options, const kptResultsDataExtractor& ex
                    {"DEVIATION", TextTable::kRight}}),
         [&](auto&& sink) {
           for_each_result(extractor, [&](std::size_t number, const mtrToolpathResult& result) {
-            if (const auto* path = dynamic_cast<const mtrProbePath*>(&result)) {
+            if (result.kind() == mtrResultProbePath) {
               for_each_point(
-                  *path, [&](const mtrInspectionPoint& point) { sink(point_row(number, point)); });
+                  static_cast<const mtrProbePath&>(result),
+                  [&](const mtrInspectionPoint& point) { sink(point_row(number, point)); });
             }
           });
         });

@@ -48,28 +48,6 @@ bool same_instance(const std::optional<unsigned int>& a, const std::optional<uns
 
 }  // namespace
 
-const char* kpt_status_name(kptResultsExtractionStatus status) noexcept {
-  switch (status) {
-    case kptExtractionSuccess:
-      return "success";
-    case kptExtractionMissingEnd:
-      return "missing_end";
-    case kptExtractionMultipleStarts:
-      return "multiple_starts";
-    case kptExtractionUnmatchedMeasuredPoint:
-      return "unmatched_measured_point";
-    case kptExtractionUnmeasuredNominalPoint:
-      return "unmeasured_nominal_point";
-    case kptExtractionNoResults:
-      return "no_results";
-    case kptExtractionOutsideStartEnd:
-      return "outside_start_end";
-    case kptExtractionResultConflict:
-      return "result_conflict";
-  }
-  return "unknown";
-}
-
 kptResultsDataExtractor::kptResultsDataExtractor() { clear(); }
 
 kptResultsDataExtractor::~kptResultsDataExtractor() = default;

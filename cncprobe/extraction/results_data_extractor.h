@@ -52,11 +52,6 @@ enum kptResultsExtractionStatus : std::int32_t {
   kptExtractionResultConflict = 7,
 };
 
-// The short name of a status: "success", "missing_end", "multiple_starts",
-// "unmatched_measured_point", "unmeasured_nominal_point", "no_results", "outside_start_end",
-// "result_conflict"; "unknown" for any other value. The text is static; never null.
-CNCPROBE_API const char* kpt_status_name(kptResultsExtractionStatus status) noexcept;
-
 // Whether a point or feature record starts a new result, continues the newest probe path or
 // conflicts with the newest result.
 enum kptCurrentPathStatus : std::int32_t {

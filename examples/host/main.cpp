@@ -33,7 +33,7 @@ int main(int argc, char** argv) {
   kptResultsDataExtractor extractor;
   const kptResultsExtractionStatus status = extractor.extract_data(
       utString(argv[1]), kptUnits(inches ? kptUnitsInches : kptUnitsMillimetres));
-  std::printf("status %d %s, %u results\n", static_cast<int>(status), kpt_status_name(status),
+  std::printf("status %d %s, %u results\n", static_cast<int>(status), kptStatusText::name(status),
               extractor.number_of_results());
 
   itIterator<std::shared_ptr<mtrToolpathResult>> it = extractor.results();

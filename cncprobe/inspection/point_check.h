@@ -1,0 +1,46 @@
+// kptPointChecks: an inspection point's deviation along its probing direction and its verdict
+// against the limits of its nominal-point record, and the summary of a probe path.
+//
+// d = (measured - nominal) . direction, positive when the probe touched further along the unit
+// probing direction than the nominal point. O, U and L of the nominal-point record are the
+// offset, the upper and the lower limit: the point is within its limits when L <= d - O <= U.
+//
+//   const kptPointCheck check = kptPointChecks::of(*point);
+//   if (check.verdict == kptVerdictOut) flag(*point, *check.deviation);
+#pragma once
+
+#include <cstddef>
+#include <optional>
+
+#include "cncprobe/export.h"
+#include "cncprobe/inspection/verdict.h"
+#include "cncprobe/platform/model/inspection_point.h"
+#include "cncprobe/platform/model/probe_path.h"
+
+struct kptPointCheck {
+  // d: (measured - nominal) . unit direction. Absent when the point is unmeasured or has no
+  // direction (a zero vector).
+  std::optional<double> deviation;
+  // Unmeasured; in when L <= d - O <= U (with 1e-9 slack), else out; not toleranced when the
+  // point was measured but has no direction to judge it along.
+  kptVerdict verdict = kptVerdictNotToleranced;
+  // The share of the nearer limit used: (d - O) / U when d - O >= 0, (d - O) / L otherwise; 1 at
+  // the limit, +infinity beyond a zero limit; absent when there is no deviation.
+  std::optional<double> limit_used;
+};
+
+// One probe path's points at a glance.
+struct kptPathSummary {
+  std::size_t points = 0, measured = 0, within = 0, outside = 0, unmeasured = 0;
+  // The minimum and maximum d (signed); absent when no point has a deviation.
+  std::optional<double> smallest_deviation;
+  std::optional<double> largest_deviation;
+  // The d of largest magnitude, with its sign (the first one on a tie).
+  std::optional<double> worst_deviation;
+};
+
+class CNCPROBE_API kptPointChecks {
+ public:
+  static kptPointCheck of(const mtrInspectionPoint& point);
+  static kptPathSummary summary(const mtrProbePath& path);
+};
