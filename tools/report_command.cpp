@@ -1,5 +1,7 @@
 // cncprobe report: one results file as a self-contained HTML inspection report, or several runs
 // of the same program as a trend report.
+#include "tools/report_command.h"
+
 #include <cstdio>
 #include <iostream>
 #include <string>
@@ -9,7 +11,6 @@
 #include "tools/commands.h"
 #include "tools/report/report_data.h"
 #include "tools/report/report_page.h"
-#include "tools/report_command.h"
 
 namespace tool {
 
@@ -41,7 +42,8 @@ int run_report(ReportOptions options, Output& out) {
   const bool trend = options.files.size() > 1;
   if (options.output.empty()) {
     if (!trend && options.files.front() == "-") {
-      error_line("report: -o FILE.html is needed when the results file is read from standard input");
+      error_line(
+          "report: -o FILE.html is needed when the results file is read from standard input");
       return kExitUsage;
     }
     options.output = trend ? "trend.html" : default_output(options.files.front());
@@ -57,10 +59,9 @@ int run_report(ReportOptions options, Output& out) {
   }
 
   const SettingsOutcome settings = read_settings(options);
-  const ReportData data =
-      trend ? trend_report_data(options, settings, inputs)
-            : single_report_data(options, settings, inputs.front(),
-                                 file_date(options.files.front()));
+  const ReportData data = trend ? trend_report_data(options, settings, inputs)
+                                : single_report_data(options, settings, inputs.front(),
+                                                     file_date(options.files.front()));
 
   std::FILE* stream = std::fopen(options.output.c_str(), "wb");
   if (!stream) {
@@ -81,7 +82,8 @@ int run_report(ReportOptions options, Output& out) {
   out.write('\n');
 
   if (!settings.problem.empty()) {
-    error_line(options.settings_file + ": " + settings.problem + "; the default settings were used");
+    error_line(options.settings_file + ": " + settings.problem +
+               "; the default settings were used");
     return kExitProblem;
   }
   return data.extraction_succeeded ? kExitSuccess : kExitProblem;
@@ -91,7 +93,9 @@ CLI::App* add_report_command(CLI::App& app, ReportCommand& command) {
   command.options.generator = std::string("cncprobe ") + CNCPROBE_TOOL_VERSION;
   CLI::App* report = app.add_subcommand(
       "report", "Write a self-contained HTML inspection report (several runs: a trend report)");
-  report->add_option("FILE", command.options.files, "The results file (- for standard input), or several runs of one program")
+  report
+      ->add_option("FILE", command.options.files,
+                   "The results file (- for standard input), or several runs of one program")
       ->required();
   report->add_option("--units", command.units, "The units the files were written in (default mm)")
       ->check(CLI::IsMember({"mm", "in"}));
@@ -99,8 +103,9 @@ CLI::App* add_report_command(CLI::App& app, ReportCommand& command) {
                      "Inspection settings: digits of the values and the confetti diameter");
   report->add_option("-o,--output", command.options.output,
                      "The page to write (default: the input's base name with .html; trend.html)");
-  report->add_option("--true-position", command.true_position,
-                     "A TP tolerance read as a diametral zone (default) or a radial limit")
+  report
+      ->add_option("--true-position", command.true_position,
+                   "A TP tolerance read as a diametral zone (default) or a radial limit")
       ->check(CLI::IsMember({"diametral", "radial"}));
   return report;
 }

@@ -1,9 +1,8 @@
 // cncprobe report: the HTML inspection report of a results file, or the trend report of several.
 #pragma once
 
-#include <string>
-
 #include <CLI/CLI.hpp>
+#include <string>
 
 #include "tools/output.h"
 #include "tools/report/report_data.h"

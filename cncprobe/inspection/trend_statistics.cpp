@@ -44,7 +44,8 @@ kptTrendSummary kptTrendStatistics::of(std::span<const double> values,
   if (limits.lower && limits.upper) summary.cp = (*limits.upper - *limits.lower) / (6.0 * s);
   std::optional<double> nearer;
   if (limits.upper) nearer = *limits.upper - mean;
-  if (limits.lower) nearer = nearer ? std::min(*nearer, mean - *limits.lower) : mean - *limits.lower;
+  if (limits.lower)
+    nearer = nearer ? std::min(*nearer, mean - *limits.lower) : mean - *limits.lower;
   if (nearer) summary.cpk = *nearer / (3.0 * s);
   return summary;
 }

@@ -22,10 +22,10 @@ struct kptTrendLimits {
 };
 
 struct kptTrendSummary {
-  std::size_t n = 0;                          // the runs that had a value
-  std::optional<double> mean;                 // n >= 1
-  std::optional<double> standard_deviation;   // sample standard deviation (n - 1), n >= 2
-  std::optional<double> min, max;             // n >= 1
+  std::size_t n = 0;                         // the runs that had a value
+  std::optional<double> mean;                // n >= 1
+  std::optional<double> standard_deviation;  // sample standard deviation (n - 1), n >= 2
+  std::optional<double> min, max;            // n >= 1
   // Cp = (upper - lower) / 6s, with both limits; Cpk = the nearer limit's distance from the mean
   // over 3s, with at least one limit. Both absent when s is absent or zero.
   std::optional<double> cp, cpk;

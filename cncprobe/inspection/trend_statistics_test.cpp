@@ -36,16 +36,16 @@ TEST(TrendStatistics, LimitsFollowTheToleranceAndTheZoneConvention) {
       {kptQuantityLength, std::nullopt, false, kptZoneDiametral, std::nullopt, std::nullopt},
   };
   for (const Case& c : cases) {
-    const kptTrendLimits limits =
-        kptTrendStatistics::limits_of(check(c.quantity, c.tolerance, c.true_position), c.convention);
+    const kptTrendLimits limits = kptTrendStatistics::limits_of(
+        check(c.quantity, c.tolerance, c.true_position), c.convention);
     EXPECT_EQ(limits.lower, c.lower) << kpt_quantity_name(c.quantity);
     EXPECT_EQ(limits.upper, c.upper) << kpt_quantity_name(c.quantity);
   }
 }
 
 TEST(TrendStatistics, PointLimitsAreShiftedByTheOffset) {
-  const mtrInspectionPoint point(giPoint3(0, 0, 0), giUnitVec3(giVector3(0, 0, 1)), 0.02, 0.05, -0.03,
-                                 utString("P1"));
+  const mtrInspectionPoint point(giPoint3(0, 0, 0), giUnitVec3(giVector3(0, 0, 1)), 0.02, 0.05,
+                                 -0.03, utString("P1"));
   const kptTrendLimits limits = kptTrendStatistics::limits_of(point);
   EXPECT_DOUBLE_EQ(*limits.lower, -0.01);
   EXPECT_DOUBLE_EQ(*limits.upper, 0.07);

@@ -9,8 +9,8 @@
 #include <cmath>
 #include <cstdint>
 #include <map>
-#include <set>
 #include <memory>
+#include <set>
 #include <tuple>
 
 #include "cncprobe/extraction/results_data_extractor.h"
@@ -235,8 +235,8 @@ void write_check(JsonText& json, const kptFeatureCheck& check) {
 
 // The points of every probe path, column by column, as the page decodes them.
 struct PointColumns {
-  std::vector<double> position;   // x, y, z: measured, or nominal while unmeasured
-  std::vector<double> deviation;  // NaN when absent
+  std::vector<double> position;    // x, y, z: measured, or nominal while unmeasured
+  std::vector<double> deviation;   // NaN when absent
   std::vector<double> limit_used;  // NaN when absent
   std::vector<std::uint8_t> verdict;
   std::vector<float> limits;  // O, U, L
@@ -249,9 +249,9 @@ struct PointColumns {
     deviation.push_back(check.deviation.value_or(std::nan("")));
     limit_used.push_back(check.limit_used.value_or(std::nan("")));
     verdict.push_back(static_cast<std::uint8_t>(check.verdict));
-    limits.insert(limits.end(), {static_cast<float>(point.o_value()),
-                                 static_cast<float>(point.u_value()),
-                                 static_cast<float>(point.l_value())});
+    limits.insert(limits.end(),
+                  {static_cast<float>(point.o_value()), static_cast<float>(point.u_value()),
+                   static_cast<float>(point.l_value())});
     if (count > 0) labels += '\n';
     // A label is one line of the file; a line end inside one cannot happen, but would only split
     // it in two on the page, never reach markup.
@@ -296,8 +296,6 @@ void write_references(JsonText& json, const kptFileReferenceExtractor& refs) {
   ref("model_version", refs.model_version());
   json.end_object();
 }
-
-
 
 }  // namespace
 
@@ -404,7 +402,8 @@ ReportData single_report_data(const ReportOptions& options, const SettingsOutcom
   json.key("convention").string(kpt_zone_convention_name(summary.convention));
   json.key("checks_in").integer(static_cast<std::int64_t>(summary.checks_in));
   json.key("checks_out").integer(static_cast<std::int64_t>(summary.checks_out));
-  json.key("checks_not_toleranced").integer(static_cast<std::int64_t>(summary.checks_not_toleranced));
+  json.key("checks_not_toleranced")
+      .integer(static_cast<std::int64_t>(summary.checks_not_toleranced));
   json.key("points_within").integer(static_cast<std::int64_t>(summary.points_within));
   json.key("points_outside").integer(static_cast<std::int64_t>(summary.points_outside));
   json.key("points_unmeasured").integer(static_cast<std::int64_t>(summary.points_unmeasured));
@@ -413,8 +412,8 @@ ReportData single_report_data(const ReportOptions& options, const SettingsOutcom
     const kptWorstCheck& w = *summary.worst_check;
     json.begin_object();
     json.key("feature").integer(static_cast<std::int64_t>(w.result_index + 1));
-    json.key("identity").string(w.result_index < identities.size() ? identities[w.result_index]
-                                                                   : std::string("-"));
+    json.key("identity")
+        .string(w.result_index < identities.size() ? identities[w.result_index] : std::string("-"));
     json.key("quantity").string(kpt_quantity_name(w.check.quantity));
     json.key("label").string(kpt_quantity_label(w.check.quantity));
     json.key("deviation").number(w.check.deviation);
@@ -436,8 +435,8 @@ ReportData single_report_data(const ReportOptions& options, const SettingsOutcom
       std::size_t start = 0;
       for (std::size_t k = 0; k < at; ++k) start = points.labels.find('\n', start) + 1;
       const std::size_t end = points.labels.find('\n', start);
-      json.string(std::string_view(points.labels).substr(
-          start, end == std::string::npos ? std::string::npos : end - start));
+      json.string(std::string_view(points.labels)
+                      .substr(start, end == std::string::npos ? std::string::npos : end - start));
     } else {
       json.string("-");
     }

@@ -24,9 +24,9 @@ struct ReportOptions {
 
 // What reading the settings file came to; the page and the tool both say it.
 struct SettingsOutcome {
-  bool read = false;        // a settings file was given and accepted
-  std::string problem;      // why a given settings file was refused (the defaults are used)
-  double confetti_mm = 0;   // the settings' values, or the defaults
+  bool read = false;       // a settings file was given and accepted
+  std::string problem;     // why a given settings file was refused (the defaults are used)
+  double confetti_mm = 0;  // the settings' values, or the defaults
   int linear_digits = 0;
   int angular_digits = 0;
   int unitless_digits = 0;
@@ -35,8 +35,8 @@ struct SettingsOutcome {
 SettingsOutcome read_settings(const ReportOptions& options);
 
 struct ReportData {
-  std::string json;       // the data document
-  std::string title;      // the page's title, plain text
+  std::string json;   // the data document
+  std::string title;  // the page's title, plain text
   bool extraction_succeeded = false;
 };
 
