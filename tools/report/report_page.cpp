@@ -9,20 +9,27 @@ namespace tool {
 std::string json_for_script(std::string_view json) {
   std::string out;
   out.reserve(json.size() + json.size() / 64);
-  for (std::size_t i = 0; i < json.size(); ++i) {
-    const char c = json[i];
+  std::size_t from = 0;
+  while (true) {
+    // Long runs (base64 blocks, numbers) hold none of these bytes: copy them whole.
+    const std::size_t at = json.find_first_of("<>&\xE2", from);
+    out.append(
+        json.substr(from, at == std::string_view::npos ? std::string_view::npos : at - from));
+    if (at == std::string_view::npos) break;
+    const char c = json[at];
+    from = at + 1;
     if (c == '<') {
       out += "\\u003c";
     } else if (c == '>') {
       out += "\\u003e";
     } else if (c == '&') {
       out += "\\u0026";
-    } else if (c == '\xE2' && i + 2 < json.size() && json[i + 1] == '\x80' &&
-               (json[i + 2] == '\xA8' || json[i + 2] == '\xA9')) {
-      out += json[i + 2] == '\xA8' ? "\\u2028" : "\\u2029";
-      i += 2;
+    } else if (at + 2 < json.size() && json[at + 1] == '\x80' &&
+               (json[at + 2] == '\xA8' || json[at + 2] == '\xA9')) {
+      out += json[at + 2] == '\xA8' ? "\\u2028" : "\\u2029";
+      from = at + 3;
     } else {
-      out += c;
+      out += c;  // another character that starts with 0xE2
     }
   }
   return out;

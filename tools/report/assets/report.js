@@ -575,7 +575,7 @@
     if (lower !== null) { lo = Math.min(lo, lower); hi = Math.max(hi, upper); }
     const span = hi - lo || Math.max(Math.abs(hi), 1e-3);
     lo -= span * 0.05; hi += span * 0.05;
-    const bins = Math.max(5, Math.min(60, Math.ceil(Math.sqrt(values.length))));
+    const bins = Math.max(20, Math.min(60, Math.ceil(2 * Math.sqrt(values.length))));
     const width = (hi - lo) / bins;
     const counts = new Array(bins).fill(0);
     for (const v of values) counts[Math.min(bins - 1, Math.max(0, Math.floor((v - lo) / width)))]++;
@@ -609,7 +609,8 @@
         for (const [value, name] of [[lower, 'L'], [upper, 'U']]) {
           const px = at(value);
           g.beginPath(); g.moveTo(px, area.top); g.lineTo(px, area.bottom); g.stroke();
-          g.fillText(name + ' ' + signed(value, digits.linear), px + 4, area.top + 12);
+          g.textAlign = name === 'U' ? 'right' : 'left';  // labels lean inwards, never off the chart
+          g.fillText(name + ' ' + signed(value, digits.linear), name === 'U' ? px - 4 : px + 4, area.top + 12);
         }
         g.restore();
       },
