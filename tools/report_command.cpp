@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -89,32 +90,31 @@ int run_report(ReportOptions options, Output& out) {
   return data.extraction_succeeded ? kExitSuccess : kExitProblem;
 }
 
-CLI::App* add_report_command(CLI::App& app, ReportCommand& command) {
-  command.options.generator = std::string("cncprobe ") + CNCPROBE_TOOL_VERSION;
+void add_report_command(CLI::App& app, CommandSet& commands) {
+  auto options = std::make_shared<ReportOptions>();
+  auto true_position = std::make_shared<std::string>("diametral");
+  options->generator = std::string("cncprobe ") + CNCPROBE_TOOL_VERSION;
   CLI::App* report = app.add_subcommand(
       "report", "Write a self-contained HTML inspection report (several runs: a trend report)");
   report
-      ->add_option("FILE", command.options.files,
+      ->add_option("FILE", options->files,
                    "The results file (- for standard input), or several runs of one program")
       ->required();
-  report->add_option("--units", command.units, "The units the files were written in (default mm)")
-      ->check(CLI::IsMember({"mm", "in"}));
-  report->add_option("--settings", command.options.settings_file,
+  add_units_option(*report, options->units, "The units the files were written in (default mm)");
+  report->add_option("--settings", options->settings_file,
                      "Inspection settings: digits of the values and the confetti diameter");
-  report->add_option("-o,--output", command.options.output,
+  report->add_option("-o,--output", options->output,
                      "The page to write (default: the input's base name with .html; trend.html)");
   report
-      ->add_option("--true-position", command.true_position,
+      ->add_option("--true-position", *true_position,
                    "A TP tolerance read as a diametral zone (default) or a radial limit")
       ->check(CLI::IsMember({"diametral", "radial"}));
-  return report;
-}
-
-int run_report_command(const ReportCommand& command, Output& out) {
-  ReportOptions options = command.options;
-  options.units = command.units == "in" ? kptUnitsInches : kptUnitsMillimetres;
-  options.convention = command.true_position == "radial" ? kptZoneRadial : kptZoneDiametral;
-  return run_report(std::move(options), out);
+  commands.add(report, "report   FILE...  [--units mm|in] [--settings FILE.xml] [-o FILE.html]",
+               [options, true_position](Output& out) {
+                 ReportOptions chosen = *options;
+                 chosen.convention = *true_position == "radial" ? kptZoneRadial : kptZoneDiametral;
+                 return run_report(std::move(chosen), out);
+               });
 }
 
 }  // namespace tool
