@@ -1,8 +1,24 @@
-// The three commands of the cncprobe tool, each printing one file's outcome as text or JSON.
+// The commands of the cncprobe tool and how they join the command line.
+//
+// Each command lives in its own file and provides one add_<name>_command function: it declares
+// the subcommand and its options on the CLI11 app and registers what to run when the user chose
+// it. main.cpp calls each add_ function once, in the order the usage lists them:
+//
+//   void add_refs_command(CLI::App& app, CommandSet& commands) {
+//     auto options = std::make_shared<RefsOptions>();
+//     CLI::App* refs = app.add_subcommand("refs", "Print the reference lines of a header");
+//     add_file_argument(*refs, options->file, "The results file");
+//     add_format_option(*refs, options->format);
+//     commands.add(refs, "refs     FILE     [--format text|json]",
+//                  [options](Output& out) { return run_refs(*options, out); });
+//   }
 #pragma once
 
+#include <CLI/CLI.hpp>
+#include <functional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "cncprobe/foundation/units.h"
 #include "tools/output.h"
@@ -18,25 +34,53 @@ inline constexpr int kExitFailure = 4;     // the tool itself failed (out of mem
 
 enum class Format { kText, kJson };
 
-// Thrown when the input passed the file checks but the library still could not open it; main
-// prints "cncprobe: FILE: <what()>" and exits with kExitUnreadable.
+// Thrown by a command whose input cannot be read; main prints "cncprobe: FILE: REASON" and exits
+// with kExitUnreadable. Nothing has been printed on standard output when it is thrown.
 class UnreadableInput : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  UnreadableInput(const std::string& file, const std::string& reason)
+      : std::runtime_error(file + ": " + reason) {}
 };
 
-struct ExtractOptions {
-  std::string file;
-  kptUnitsType units = kptUnitsMillimetres;
-  Format format = Format::kText;
-  bool points = false;  // text: list every inspection point, not only a row per probe path
+// What a command does once the command line is parsed: prints to `out`, returns the exit code.
+using CommandAction = std::function<int(Output& out)>;
+
+// The tool's commands, in the order they were added.
+class CommandSet {
+ public:
+  // `command` is the subcommand on the app; `usage` its usage line without "cncprobe ".
+  void add(CLI::App* command, std::string usage, CommandAction action) {
+    commands_.push_back({command, std::move(usage), std::move(action)});
+  }
+  // The usage of every command, one line each, then --help and --version.
+  std::string usage() const;
+  // "extract, refs or settings".
+  std::string names() const;
+  // The action of the subcommand the user chose; null when none was parsed.
+  const CommandAction* chosen() const;
+
+ private:
+  struct Command {
+    CLI::App* app;
+    std::string usage;
+    CommandAction action;
+  };
+  std::vector<Command> commands_;
 };
 
-// Each command reads `file`, which main has already checked is a readable regular file, prints
-// to `out` and returns the exit code.
-int run_extract(const ExtractOptions& options, Output& out);
-int run_refs(const std::string& file, Format format, Output& out);
-int run_settings(const std::string& file, kptUnitsType units, Format format, Output& out);
+void add_extract_command(CLI::App& app, CommandSet& commands);
+void add_refs_command(CLI::App& app, CommandSet& commands);
+void add_settings_command(CLI::App& app, CommandSet& commands);
+void add_report_command(CLI::App& app, CommandSet& commands);
+
+// Options every command spells alike.
+// FILE, required; `description` says what it is.
+void add_file_argument(CLI::App& command, const std::string& name, std::string& file,
+                       const std::string& description);
+// --format text|json, default text.
+void add_format_option(CLI::App& command, Format& format);
+// --units mm|in, default mm; `description` says what the units apply to.
+void add_units_option(CLI::App& command, kptUnitsType& units, const std::string& description);
 
 // "mm" or "in".
 inline const char* units_name(kptUnitsType units) { return units == kptUnitsInches ? "in" : "mm"; }

@@ -20,12 +20,20 @@
 #include "cncprobe/platform/model/surface_feature.h"
 #include "cncprobe/platform/model/toolpath_result.h"
 #include "tools/commands.h"
+#include "tools/input_file.h"
 #include "tools/json_writer.h"
 #include "tools/text_table.h"
 
 namespace tool {
 
 namespace {
+
+struct ExtractOptions {
+  std::string file;
+  kptUnitsType units = kptUnitsMillimetres;
+  Format format = Format::kText;
+  bool points = false;  // text: list every inspection point, not only a row per probe path
+};
 
 const char* axis_name(mtrProbeWCSAxis axis) {
   switch (axis) {
@@ -556,9 +564,10 @@ void write_text(const ExtractOptions& options, const kptResultsDataExtractor& ex
   }
 }
 
-}  // namespace
-
 int run_extract(const ExtractOptions& options, Output& out) {
+  if (const auto reason = unreadable_reason(options.file)) {
+    throw UnreadableInput(options.file, *reason);
+  }
   kptResultsDataExtractor extractor;
   const kptResultsExtractionStatus status =
       extractor.extract_data(utString(std::string_view(options.file)), kptUnits(options.units));
@@ -568,6 +577,20 @@ int run_extract(const ExtractOptions& options, Output& out) {
     write_text(options, extractor, status, out);
   }
   return status == kptExtractionSuccess ? kExitSuccess : kExitProblem;
+}
+
+}  // namespace
+
+void add_extract_command(CLI::App& app, CommandSet& commands) {
+  auto options = std::make_shared<ExtractOptions>();
+  CLI::App* extract =
+      app.add_subcommand("extract", "Print every probe path and feature of a results file");
+  add_file_argument(*extract, "FILE", options->file, "The results file");
+  add_units_option(*extract, options->units, "The units the file was written in (default mm)");
+  add_format_option(*extract, options->format);
+  extract->add_flag("--points", options->points, "Text: list every inspection point too");
+  commands.add(extract, "extract  FILE     [--units mm|in] [--format text|json] [--points]",
+               [options](Output& out) { return run_extract(*options, out); });
 }
 
 }  // namespace tool

@@ -1,37 +1,23 @@
-// cncprobe: the command line front of the library: extract, refs and settings.
+// cncprobe: the command line front of the library. Each command adds itself (tools/commands.h);
+// main parses the line, runs the chosen command and turns every failure into one error line and
+// an exit code.
 #include <CLI/CLI.hpp>
 #include <clocale>
 #include <cstdio>
 #include <exception>
-#include <iostream>
 #include <new>
 #include <string>
 
 #include "tools/commands.h"
-#include "tools/input_file.h"
 #include "tools/output.h"
 
 namespace {
-
-constexpr const char* kUsage =
-    "usage: cncprobe extract  FILE     [--units mm|in] [--format text|json] [--points]\n"
-    "       cncprobe refs     FILE     [--format text|json]\n"
-    "       cncprobe settings FILE.xml [--units mm|in] [--format text|json]\n"
-    "       cncprobe --help | --version\n";
 
 // One line on standard error, whatever the text holds.
 void error_line(const std::string& text) {
   const std::string line = "cncprobe: " + tool::printable_text(text) + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);
   std::fflush(stderr);
-}
-
-tool::Format format_of(const std::string& text) {
-  return text == "json" ? tool::Format::kJson : tool::Format::kText;
-}
-
-kptUnitsType units_of(const std::string& text) {
-  return text == "in" ? kptUnitsInches : kptUnitsMillimetres;
 }
 
 int run(int argc, char** argv) {
@@ -41,41 +27,21 @@ int run(int argc, char** argv) {
       "cncprobe");
   app.set_version_flag("--version", std::string("cncprobe ") + CNCPROBE_TOOL_VERSION);
   app.require_subcommand(1);
+
+  tool::CommandSet commands;
+  tool::add_extract_command(app, commands);
+  tool::add_refs_command(app, commands);
+  tool::add_settings_command(app, commands);
+  tool::add_report_command(app, commands);
+
+  const std::string usage = commands.usage();
   app.footer(
-      std::string("\n") + kUsage +
+      "\n" + usage +
       "\nExit codes: 0 success, 1 the file was read but reports a problem, 2 usage error,\n"
       "3 the input cannot be read, 4 the tool itself failed (out of memory, output refused).");
-
-  tool::ExtractOptions extract_options;
-  std::string units = "mm";
-  std::string format = "text";
-  std::string file;
-
-  CLI::App* extract =
-      app.add_subcommand("extract", "Print every probe path and feature of a results file");
-  extract->add_option("FILE", extract_options.file, "The results file")->required();
-  extract->add_option("--units", units, "The units the file was written in (default mm)")
-      ->check(CLI::IsMember({"mm", "in"}));
-  extract->add_option("--format", format, "text for a person (default), json for a script")
-      ->check(CLI::IsMember({"text", "json"}));
-  extract->add_flag("--points", extract_options.points, "Text: list every inspection point too");
-
-  CLI::App* refs =
-      app.add_subcommand("refs", "Print the reference lines of a results file's header");
-  refs->add_option("FILE", file, "The results file")->required();
-  refs->add_option("--format", format, "text for a person (default), json for a script")
-      ->check(CLI::IsMember({"text", "json"}));
-
-  CLI::App* settings = app.add_subcommand("settings", "Read an inspection-settings XML file");
-  settings->add_option("FILE.xml", file, "The settings file")->required();
-  settings->add_option("--units", units, "The input units the settings start from (default mm)")
-      ->check(CLI::IsMember({"mm", "in"}));
-  settings->add_option("--format", format, "text for a person (default), json for a script")
-      ->check(CLI::IsMember({"text", "json"}));
-
   if (argc < 2) {
-    error_line("a command is needed: extract, refs or settings");
-    std::fputs(kUsage, stderr);
+    error_line("a command is needed: " + commands.names());
+    std::fputs(usage.c_str(), stderr);
     return tool::kExitUsage;
   }
   try {
@@ -88,30 +54,18 @@ int run(int argc, char** argv) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {
     error_line(e.what());
-    std::fputs(kUsage, stderr);
+    std::fputs(usage.c_str(), stderr);
     return tool::kExitUsage;
   }
 
-  if (extract->parsed()) file = extract_options.file;
-  if (const auto reason = tool::unreadable_reason(file)) {
-    error_line(file + ": " + *reason);
-    return tool::kExitUnreadable;
-  }
-
+  const tool::CommandAction* action = commands.chosen();
+  if (action == nullptr) return tool::kExitUsage;  // require_subcommand(1) already refused it
   tool::Output out(stdout);
   int code = tool::kExitSuccess;
   try {
-    if (extract->parsed()) {
-      extract_options.units = units_of(units);
-      extract_options.format = format_of(format);
-      code = tool::run_extract(extract_options, out);
-    } else if (refs->parsed()) {
-      code = tool::run_refs(file, format_of(format), out);
-    } else {
-      code = tool::run_settings(file, units_of(units), format_of(format), out);
-    }
+    code = (*action)(out);
   } catch (const tool::UnreadableInput& e) {
-    error_line(file + ": " + e.what());
+    error_line(e.what());
     return tool::kExitUnreadable;
   }
   out.flush();

@@ -1,4 +1,5 @@
 // cncprobe refs: the reference lines of a results file's header.
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -7,11 +8,17 @@
 #include "cncprobe/filereferences/results_file_version.h"
 #include "cncprobe/platform/text/path.h"
 #include "tools/commands.h"
+#include "tools/input_file.h"
 #include "tools/json_writer.h"
 
 namespace tool {
 
 namespace {
+
+struct RefsOptions {
+  std::string file;
+  Format format = Format::kText;
+};
 
 // One of the six file and document references, with its JSON name and its text title.
 struct Reference {
@@ -96,20 +103,32 @@ void write_text(const std::string& file, const kptFileReferenceExtractor& refs, 
   out.write(text);
 }
 
-}  // namespace
-
-int run_refs(const std::string& file, Format format, Output& out) {
+int run_refs(const RefsOptions& options, Output& out) {
+  const std::string& file = options.file;
+  if (const auto reason = unreadable_reason(file)) throw UnreadableInput(file, *reason);
   const apPath path(file);
-  if (path.invalid()) throw UnreadableInput("the file name is not valid UTF-8");
+  if (path.invalid()) throw UnreadableInput(file, "the file name is not valid UTF-8");
   kptFileReferenceExtractor refs;
   const apStatus status = refs.extract(path);
-  if (!status.ok()) throw UnreadableInput("cannot be opened");
-  if (format == Format::kJson) {
+  if (!status.ok()) throw UnreadableInput(file, "cannot be opened");
+  if (options.format == Format::kJson) {
     write_json(file, refs, status.value(), out);
   } else {
     write_text(file, refs, out);
   }
   return kExitSuccess;
+}
+
+}  // namespace
+
+void add_refs_command(CLI::App& app, CommandSet& commands) {
+  auto options = std::make_shared<RefsOptions>();
+  CLI::App* refs =
+      app.add_subcommand("refs", "Print the reference lines of a results file's header");
+  add_file_argument(*refs, "FILE", options->file, "The results file");
+  add_format_option(*refs, options->format);
+  commands.add(refs, "refs     FILE     [--format text|json]",
+               [options](Output& out) { return run_refs(*options, out); });
 }
 
 }  // namespace tool

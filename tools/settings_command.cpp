@@ -1,4 +1,5 @@
 // cncprobe settings: an inspection-settings XML file read into default settings.
+#include <memory>
 #include <string>
 
 #include "cncprobe/platform/text/path.h"
@@ -6,11 +7,18 @@
 #include "cncprobe/settings/inspection_settings_error.h"
 #include "cncprobe/settings/inspection_settings_reader.h"
 #include "tools/commands.h"
+#include "tools/input_file.h"
 #include "tools/json_writer.h"
 
 namespace tool {
 
 namespace {
+
+struct SettingsOptions {
+  std::string file;
+  kptUnitsType units = kptUnitsMillimetres;
+  Format format = Format::kText;
+};
 
 const char* code_name(kptInspectionSettingsErrorCode code) {
   switch (code) {
@@ -96,22 +104,35 @@ void write_text(const std::string& file, const kptInspectionSettingsError& error
   out.write(text);
 }
 
-}  // namespace
-
-int run_settings(const std::string& file, kptUnitsType units, Format format, Output& out) {
+int run_settings(const SettingsOptions& options, Output& out) {
+  const std::string& file = options.file;
+  if (const auto reason = unreadable_reason(file)) throw UnreadableInput(file, *reason);
   const apPath path(file);
-  if (path.invalid()) throw UnreadableInput("the file name is not valid UTF-8");
+  if (path.invalid()) throw UnreadableInput(file, "the file name is not valid UTF-8");
   kptInspectionSettings settings;
-  settings.set_input_units(kptUnits(units));
+  settings.set_input_units(kptUnits(options.units));
   const kptInspectionSettingsError error = kptInspectionSettingsReader::read(path, settings);
   // The file passed the checks a moment ago; the reader refusing its path means it went away.
-  if (error == kptSettingsInvalidPath) throw UnreadableInput("cannot be opened");
-  if (format == Format::kJson) {
+  if (error == kptSettingsInvalidPath) throw UnreadableInput(file, "cannot be opened");
+  if (options.format == Format::kJson) {
     write_json(file, error, settings, out);
   } else {
     write_text(file, error, settings, out);
   }
   return accepted(error.code()) ? kExitSuccess : kExitProblem;
+}
+
+}  // namespace
+
+void add_settings_command(CLI::App& app, CommandSet& commands) {
+  auto options = std::make_shared<SettingsOptions>();
+  CLI::App* settings = app.add_subcommand("settings", "Read an inspection-settings XML file");
+  add_file_argument(*settings, "FILE.xml", options->file, "The settings file");
+  add_units_option(*settings, options->units,
+                   "The input units the settings start from (default mm)");
+  add_format_option(*settings, options->format);
+  commands.add(settings, "settings FILE.xml [--units mm|in] [--format text|json]",
+               [options](Output& out) { return run_settings(*options, out); });
 }
 
 }  // namespace tool

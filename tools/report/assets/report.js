@@ -1,0 +1,739 @@
+// The inspection report page: reads the data the tool embedded, and draws the first screen, the
+// tables, the 3D deviation view and the charts. Every verdict, deviation and share of tolerance
+// comes from the data as the library computed it; this script only shows them. Text from a results
+// file reaches the page through textContent alone, never as markup.
+(function () {
+  'use strict';
+
+  // ------------------------------------------------------------------------------------------
+  // Small helpers
+
+  function el(tag, options, children) {
+    const node = document.createElement(tag);
+    if (options) {
+      if (options.cls) node.className = options.cls;
+      if (options.text !== undefined && options.text !== null) node.textContent = String(options.text);
+      if (options.title) node.title = options.title;
+      if (options.id) node.id = options.id;
+      if (options.attrs) for (const k of Object.keys(options.attrs)) node.setAttribute(k, options.attrs[k]);
+    }
+    if (children) for (const c of children) if (c) node.appendChild(c);
+    return node;
+  }
+
+  function fixed(value, digits) {
+    if (value === null || value === undefined) return '\u2013';
+    if (value === Infinity) return '\u221e';
+    if (value === -Infinity) return '-\u221e';
+    if (Number.isNaN(value)) return 'NaN';
+    let text = Number(value).toFixed(digits);
+    if (/^-0\.?0*$/.test(text)) text = text.slice(1);
+    return text;
+  }
+  function signed(value, digits) {
+    const text = fixed(value, digits);
+    return (typeof value === 'number' && value > 0 && !/^[0.]+$/.test(text)) ? '+' + text : text;
+  }
+
+  function decodeBase64(text) {
+    const binary = atob(text);
+    const bytes = new Uint8Array(binary.length);
+    for (let i = 0; i < binary.length; ++i) bytes[i] = binary.charCodeAt(i);
+    return bytes.buffer;
+  }
+
+  const VERDICT_TEXT = { in: 'in', out: 'OUT', not_toleranced: 'not toleranced', unmeasured: 'unmeasured' };
+  const POINT_VERDICT_TEXT = { in: 'within', out: 'OUTSIDE', not_toleranced: 'no limits', unmeasured: 'unmeasured' };
+  const POINT_VERDICTS = ['not_toleranced', 'in', 'out', 'unmeasured'];  // the library's verdict codes
+
+  // A diverging scale centred on zero: blue below, a light neutral at zero, red above.
+  const COLD = [33, 102, 172], MID = [236, 236, 236], HOT = [178, 24, 43];
+  function divergingColour(t) {  // t in [-1, 1]
+    const s = Math.max(-1, Math.min(1, t));
+    const a = s < 0 ? COLD : HOT, f = Math.abs(s);
+    return [(MID[0] + (a[0] - MID[0]) * f) / 255, (MID[1] + (a[1] - MID[1]) * f) / 255, (MID[2] + (a[2] - MID[2]) * f) / 255];
+  }
+  function rampCss() {
+    const stop = (c) => 'rgb(' + c.join(',') + ')';
+    return 'linear-gradient(to right,' + stop(COLD) + ',' + stop(MID) + ',' + stop(HOT) + ')';
+  }
+
+  function section(title, id) {
+    const s = el('section', { id: id });
+    s.appendChild(el('h2', { text: title }));
+    return s;
+  }
+
+  // A table whose header cells sort its body rows by a key per column; rows keep their order
+  // otherwise. `columns`: [{title, cls, key(row) -> number|string|null}].
+  function sortableTable(columns, rows, makeRow, id) {
+    const table = el('table', { id: id });
+    const thead = el('thead');
+    const tr = el('tr');
+    const tbody = el('tbody');
+    let order = rows.map((r, i) => i);
+    let sortColumn = -1, sortDirection = 1;
+    const render = () => {
+      tbody.textContent = '';
+      const fragment = document.createDocumentFragment();
+      for (const i of order) fragment.appendChild(makeRow(rows[i], i));
+      tbody.appendChild(fragment);
+    };
+    columns.forEach((column, c) => {
+      const th = el('th', { text: column.title, cls: (column.cls || '') + (column.key ? ' sortable' : '') });
+      if (column.key) {
+        th.addEventListener('click', () => {
+          sortDirection = sortColumn === c ? -sortDirection : 1;
+          sortColumn = c;
+          for (const other of tr.children) other.classList.remove('sorted-asc', 'sorted-desc');
+          th.classList.add(sortDirection > 0 ? 'sorted-asc' : 'sorted-desc');
+          const keyed = rows.map((r, i) => [column.key(r), i]);
+          keyed.sort((a, b) => {
+            const x = a[0], y = b[0];
+            if (x === y) return a[1] - b[1];
+            if (x === null || x === undefined) return 1;   // empty cells last either way
+            if (y === null || y === undefined) return -1;
+            return (x < y ? -1 : 1) * sortDirection;
+          });
+          order = keyed.map((k) => k[1]);
+          render();
+        });
+      }
+      tr.appendChild(th);
+    });
+    thead.appendChild(tr);
+    table.appendChild(thead);
+    table.appendChild(tbody);
+    render();
+    return table;
+  }
+
+  function factList(pairs) {
+    const dl = el('dl', { cls: 'facts' });
+    for (const [name, value, id] of pairs) {
+      if (value === null || value === undefined) continue;
+      dl.appendChild(el('dt', { text: name }));
+      dl.appendChild(el('dd', { text: value, id: id }));
+    }
+    return dl;
+  }
+
+  function dateText(iso) { return iso ? iso.replace('T', ' ').replace(/Z$/, ' UTC') : '\u2013'; }
+
+  // ------------------------------------------------------------------------------------------
+  // The report of one file
+
+  function digitsOf(data) {
+    const s = data.settings;
+    return { linear: s.linear_digits, angular: s.angular_digits, unitless: s.unitless_digits };
+  }
+  function quantityDigits(digits, quantity) { return quantity === 'angle' ? digits.angular : digits.linear; }
+
+  function decodePoints(points) {
+    const n = points.count;
+    const out = {
+      count: n,
+      position: n ? new Float64Array(decodeBase64(points.position)) : new Float64Array(0),
+      deviation: n ? new Float64Array(decodeBase64(points.deviation)) : new Float64Array(0),
+      verdict: n ? new Uint8Array(decodeBase64(points.verdict)) : new Uint8Array(0),
+      limits: n ? new Float32Array(decodeBase64(points.limits)) : new Float32Array(0),
+      labels: n ? points.labels.split('\n') : [],
+    };
+    return out;
+  }
+
+  function firstScreen(data, digits) {
+    const s = el('section', { id: 'summary' });
+    const left = el('div');
+    left.appendChild(el('h1', { text: 'Inspection report: ' + data.file.split(/[\\/]/).pop(), id: 'report-title' }));
+    const sum = data.summary;
+    const refs = data.references || {};
+    left.appendChild(factList([
+      ['File', data.file, 'fact-file'],
+      ['Results file', data.results_file || '\u2013', 'fact-results-file'],
+      ['File date', dateText(data.file_date)],
+      ['Report date', dateText(data.report_date)],
+      ['Extraction status', data.status.code + ' ' + data.status.name + ': ' + data.status.meaning, 'fact-status'],
+      ['Units', 'read in ' + (data.units === 'in' ? 'inches' : 'millimetres') +
+        '; lengths shown in mm, angles in degrees, positions in CAD coordinates'],
+      ['Settings', data.settings.file ? data.settings.file + (data.settings.problem ? ' (' + data.settings.problem + '; defaults used)' : '') : 'defaults (no settings file given)'],
+      ['Layout version', refs.results_file_version],
+      ['CAD file', refs.cad_filename, 'fact-cad'],
+      ['Settings file named', refs.settings_filename],
+      ['CL data file', refs.cldata_filename],
+      ['Document id', refs.document_id],
+      ['Document version', refs.document_version],
+      ['Model version', refs.model_version],
+    ]));
+    const verdict = el('div', { cls: 'verdict ' + (sum.passed ? 'pass' : 'fail'), id: 'verdict' }, [
+      el('div', { cls: 'word', text: sum.passed ? 'PASS' : 'FAIL', id: 'verdict-word' }),
+      el('div', { cls: 'counts', id: 'verdict-checks',
+        text: 'Feature checks: ' + sum.checks_in + ' in, ' + sum.checks_out + ' out, ' + sum.checks_not_toleranced + ' not toleranced' }),
+      el('div', { cls: 'counts', id: 'verdict-points',
+        text: 'Points: ' + sum.points_within + ' within, ' + sum.points_outside + ' outside, ' + sum.points_unmeasured + ' unmeasured' }),
+      el('div', { cls: 'convention', id: 'verdict-convention',
+        text: 'True position read as a ' + (sum.convention === 'radial' ? 'radial limit (offset \u2264 tolerance)' : 'diametral zone (2 \u00d7 offset \u2264 tolerance)') }),
+    ]);
+    const head = el('div', { cls: 'head' }, [left, verdict]);
+    s.appendChild(head);
+    const worst = el('div', { cls: 'worst' });
+    if (sum.worst_check) {
+      const w = sum.worst_check;
+      worst.appendChild(el('div', { text: 'Worst feature check: #' + w.feature + ' ' + w.identity + ', ' + w.label + ' deviation ' +
+        signed(w.deviation, quantityDigits(digits, w.quantity)) + ', ' + fixed(w.tolerance_used * 100, 0) + '% of its tolerance' }));
+    }
+    if (sum.worst_point) {
+      const w = sum.worst_point;
+      worst.appendChild(el('div', { text: 'Worst point: ' + w.label + ' (path #' + w.path + ') deviation ' +
+        signed(w.deviation, digits.linear) + ' mm, ' + fixed(w.limit_used * 100, 0) + '% of its limit' }));
+    }
+    s.appendChild(worst);
+    return s;
+  }
+
+  function shareBar(used) {
+    if (used === null || used === undefined) return null;
+    const bar = el('span', { cls: 'share' + (used > 1 ? ' over' : ''), title: fixed(used * 100, 1) + '% of the tolerance' });
+    const fill = el('span');
+    fill.style.width = Math.min(100, Math.max(0, used * 100)) + '%';
+    bar.appendChild(fill);
+    return bar;
+  }
+
+  function featureSection(data, digits) {
+    const s = section('Features', 'features');
+    const rows = [];
+    for (const f of data.features) {
+      if (f.checks.length === 0) rows.push({ f: f, c: null, first: true });
+      f.checks.forEach((c, i) => rows.push({ f: f, c: c, first: i === 0 }));
+    }
+    if (rows.length === 0) {
+      s.appendChild(el('p', { cls: 'muted', text: 'This file holds no feature.' }));
+      return s;
+    }
+    const onlyOut = el('input', { attrs: { type: 'checkbox', id: 'only-out' } });
+    const outCount = rows.filter((r) => r.c && r.c.verdict === 'out').length;
+    s.appendChild(el('div', { cls: 'toolbar no-print' }, [
+      el('label', {}, [onlyOut, document.createTextNode(' Out of tolerance only (' + outCount + ')')]),
+      el('span', { cls: 'muted', text: 'Click a column title to sort. Deviation = actual \u2212 nominal; offsets are distances from nominal.' }),
+    ]));
+    const q = (r, k) => (r.c ? r.c[k] : null);
+    const columns = [
+      { title: '#', cls: 'num', key: (r) => r.f.number },
+      { title: 'Kind', key: (r) => r.f.kind },
+      { title: 'Toolpath', key: (r) => r.f.toolpath_sort },
+      { title: 'Feature', key: (r) => r.f.identity },
+      { title: 'Quantity', key: (r) => q(r, 'label') },
+      { title: 'Nominal', cls: 'num', key: (r) => q(r, 'nominal') },
+      { title: 'Actual', cls: 'num', key: (r) => q(r, 'actual') },
+      { title: 'Deviation', cls: 'num', key: (r) => q(r, 'deviation') },
+      { title: 'Tolerance', cls: 'num', key: (r) => q(r, 'tolerance') },
+      { title: 'Verdict', key: (r) => (r.c ? ['out', 'in', 'not_toleranced', 'unmeasured'].indexOf(r.c.verdict) : null) },
+      { title: 'Share of tolerance', key: (r) => q(r, 'tolerance_used') },
+    ];
+    const table = sortableTable(columns, rows, (r) => {
+      const c = r.c;
+      const d = c ? quantityDigits(digits, c.quantity) : digits.linear;
+      const tr = el('tr', { cls: (c && c.verdict === 'out' ? 'out' : '') + (r.first ? ' feature-first' : '') });
+      tr.dataset.verdict = c ? c.verdict : 'none';
+      if (onlyOut.checked && !(c && c.verdict === 'out')) tr.classList.add('filtered-out');
+      tr.appendChild(el('td', { cls: 'num', text: r.f.number }));
+      tr.appendChild(el('td', { text: r.f.kind }));
+      tr.appendChild(el('td', { text: r.f.toolpath }));
+      tr.appendChild(el('td', { text: r.f.identity }));
+      if (!c) {
+        tr.appendChild(el('td', { text: 'no quantity', cls: 'muted', attrs: { colspan: '7' } }));
+        return tr;
+      }
+      tr.appendChild(el('td', { text: c.label }));
+      tr.appendChild(el('td', { cls: 'num', text: fixed(c.nominal, d) }));
+      tr.appendChild(el('td', { cls: 'num', text: fixed(c.actual, d) }));
+      tr.appendChild(el('td', { cls: 'num', text: c.true_position ? fixed(c.deviation, d) : signed(c.deviation, d) }));
+      tr.appendChild(el('td', { cls: 'num', text: c.tolerance === null ? '\u2013' : (c.true_position ? 'TP ' : '\u00b1') + fixed(c.tolerance, d) }));
+      tr.appendChild(el('td', { cls: 'verdict-cell ' + c.verdict, text: VERDICT_TEXT[c.verdict] || c.verdict }));
+      const share = el('td', { cls: 'num' });
+      if (c.tolerance_used !== null) {
+        share.appendChild(shareBar(c.tolerance_used));
+        share.appendChild(el('span', { cls: 'share-text', text: c.tolerance_used === Infinity ? '\u221e' : fixed(c.tolerance_used * 100, 0) + '%' }));
+      }
+      tr.appendChild(share);
+      return tr;
+    }, 'feature-table');
+    const applyFilter = () => {
+      for (const tr of table.tBodies[0].rows) {
+        tr.classList.toggle('filtered-out', onlyOut.checked && tr.dataset.verdict !== 'out');
+        tr.style.display = tr.classList.contains('filtered-out') ? 'none' : '';
+      }
+    };
+    onlyOut.addEventListener('change', applyFilter);
+    table.addEventListener('click', () => setTimeout(applyFilter, 0));  // a sort redraws the rows
+    s.appendChild(el('div', { cls: 'table-wrap' }, [table]));
+    return s;
+  }
+
+  const POINT_PAGE = 500;
+
+  function pointTable(data, pts, path, digits) {
+    const table = el('table', { cls: 'point-table' });
+    table.appendChild(el('thead', {}, [el('tr', {}, ['Label', 'X', 'Y', 'Z', 'Deviation', 'O', 'L', 'U', 'Verdict', 'Share of limit']
+      .map((t, i) => el('th', { text: t, cls: i > 0 && i < 8 ? 'num' : '' })))]));
+    const tbody = el('tbody');
+    table.appendChild(tbody);
+    let shown = 0;
+    const more = el('button', { cls: 'more no-print', attrs: { type: 'button' } });
+    const addPage = () => {
+      const end = Math.min(path.count, shown + POINT_PAGE);
+      const fragment = document.createDocumentFragment();
+      for (let k = shown; k < end; ++k) {
+        const i = path.first + k;
+        const verdict = POINT_VERDICTS[pts.verdict[i]];
+        const tr = el('tr', { cls: verdict === 'out' ? 'out' : '' });
+        const dev = pts.deviation[i];
+        tr.appendChild(el('td', { text: pts.labels[i] }));
+        for (let a = 0; a < 3; ++a) tr.appendChild(el('td', { cls: 'num', text: fixed(pts.position[3 * i + a], digits.linear) }));
+        tr.appendChild(el('td', { cls: 'num', text: Number.isNaN(dev) ? '\u2013' : signed(dev, digits.linear) }));
+        for (let a = 0; a < 3; ++a) tr.appendChild(el('td', { cls: 'num', text: fixed(pts.limits[3 * i + a], digits.linear) }));
+        tr.appendChild(el('td', { cls: 'verdict-cell ' + verdict, text: POINT_VERDICT_TEXT[verdict] }));
+        const used = pts.limitUsed ? pts.limitUsed[i] : NaN;
+        tr.appendChild(el('td', { cls: 'num' }, [Number.isNaN(used) ? null : shareBar(Math.abs(used))]));
+        fragment.appendChild(tr);
+      }
+      tbody.appendChild(fragment);
+      shown = end;
+      more.textContent = 'Show ' + Math.min(POINT_PAGE, path.count - shown) + ' more of ' + (path.count - shown) + ' points';
+      more.style.display = shown < path.count ? '' : 'none';
+    };
+    more.addEventListener('click', addPage);
+    addPage();
+    return el('div', {}, [table, more]);
+  }
+
+  function pathSection(data, pts, digits) {
+    const s = section('Probe paths', 'paths');
+    if (data.paths.length === 0) {
+      s.appendChild(el('p', { cls: 'muted', text: 'This file holds no probe path.' }));
+      return s;
+    }
+    s.appendChild(el('p', { cls: 'note no-print', text: 'Deviation along the probing direction (mm), positive beyond the nominal point; within limits when L \u2264 deviation \u2212 O \u2264 U. Click a path to list its points.' }));
+    const table = el('table', { id: 'path-table' });
+    const heads = ['#', 'Toolpath', 'Points', 'Measured', 'Smallest deviation', 'Largest deviation', 'Outside limits', 'Unmeasured'];
+    table.appendChild(el('thead', {}, [el('tr', {}, heads.map((t, i) => el('th', { text: t, cls: i >= 2 ? 'num' : '' })))]));
+    const tbody = el('tbody');
+    for (const p of data.paths) {
+      const tr = el('tr', { cls: 'path-row' + (p.outside > 0 ? ' out' : '') });
+      [p.number, p.toolpath, p.points, p.measured, signed(p.smallest, digits.linear), signed(p.largest, digits.linear), p.outside, p.unmeasured]
+        .forEach((v, i) => tr.appendChild(el('td', { text: v, cls: i >= 2 ? 'num' : '' })));
+      let detail = null;
+      tr.addEventListener('click', () => {
+        if (detail) {
+          detail.remove();
+          detail = null;
+          tr.classList.remove('open');
+          return;
+        }
+        detail = el('tr', { cls: 'path-points' }, [el('td', { attrs: { colspan: String(heads.length) } }, [pointTable(data, pts, p, digits)])]);
+        tr.after(detail);
+        tr.classList.add('open');
+      });
+      tbody.appendChild(tr);
+    }
+    table.appendChild(tbody);
+    s.appendChild(el('div', { cls: 'table-wrap' }, [table]));
+    return s;
+  }
+
+  // The point limits most points share, for the histogram's L and U lines.
+  function commonLimits(pts) {
+    const counts = new Map();
+    let best = null, bestCount = 0;
+    for (let i = 0; i < pts.count; ++i) {
+      if (Number.isNaN(pts.deviation[i])) continue;
+      const key = pts.limits[3 * i] + ',' + pts.limits[3 * i + 1] + ',' + pts.limits[3 * i + 2];
+      const n = (counts.get(key) || 0) + 1;
+      counts.set(key, n);
+      if (n > bestCount) { bestCount = n; best = key; }
+      if (counts.size > 1000) break;  // enough to know the usual limits
+    }
+    if (!best) return null;
+    const [o, u, l] = best.split(',').map(Number);
+    return { o: o, u: u, l: l, shared: bestCount, distinct: counts.size };
+  }
+
+  function colourScale(pts, limits) {
+    let scale = limits ? Math.max(Math.abs(limits.o + limits.u), Math.abs(limits.o + limits.l)) : 0;
+    if (!(scale > 0)) {
+      for (let i = 0; i < pts.count; ++i) {
+        const d = Math.abs(pts.deviation[i]);
+        if (d > scale) scale = d;
+      }
+    }
+    return scale > 0 ? scale : 1;
+  }
+
+  function roundTexture(ring) {
+    const canvas = document.createElement('canvas');
+    canvas.width = canvas.height = 64;
+    const g = canvas.getContext('2d');
+    g.beginPath();
+    g.arc(32, 32, ring ? 26 : 30, 0, Math.PI * 2);
+    if (ring) {
+      g.lineWidth = 8;
+      g.strokeStyle = '#ffffff';
+      g.stroke();
+    } else {
+      g.fillStyle = '#ffffff';
+      g.fill();
+    }
+    return new THREE.CanvasTexture(canvas);
+  }
+
+  function viewSection(data, pts, digits, limits) {
+    const s = section('3D deviation view', 'view');
+    const measured = [];
+    for (let i = 0; i < pts.count; ++i) if (pts.verdict[i] !== 3) measured.push(i);
+    const viewer = el('div', { cls: 'viewer', id: 'viewer' });
+    const tip = el('div', { cls: 'tip', id: 'tip' });
+    const snapshot = el('img', { cls: 'snapshot', attrs: { alt: '3D view of the measured points' } });
+    viewer.appendChild(tip);
+    viewer.appendChild(snapshot);
+    s.appendChild(viewer);
+    const scale = colourScale(pts, limits);
+    const ramp = el('span', { cls: 'ramp' });
+    ramp.style.background = rampCss();
+    s.appendChild(el('div', { cls: 'legend', id: 'legend' }, [
+      el('span', { text: 'Deviation (mm):' }),
+      el('span', { cls: 'num', text: signed(-scale, digits.linear) }), ramp, el('span', { cls: 'num', text: signed(scale, digits.linear) }),
+      el('span', { cls: 'muted', text: 'white at 0; full colour at and beyond the limits. Rings mark feature positions. Drag to rotate, right-drag to pan, wheel to zoom.' }),
+    ]));
+    const picked = el('div', { cls: 'picked', id: 'picked' });
+    s.appendChild(picked);
+    s.appendChild(el('p', { cls: 'note', text: measured.length + ' measured points drawn at the confetti diameter ' + fixed(data.settings.confetti_mm, digits.linear) + ' mm.' }));
+    if (typeof THREE === 'undefined') return s;
+
+    let renderer;
+    try {
+      renderer = new THREE.WebGLRenderer({ antialias: true, preserveDrawingBuffer: true });
+    } catch (e) {
+      viewer.appendChild(el('p', { cls: 'note', text: 'This browser cannot draw the 3D view (WebGL is not available).' }));
+      return s;
+    }
+    renderer.setPixelRatio(window.devicePixelRatio || 1);
+    renderer.setClearColor(0x20252f, 1);
+    viewer.insertBefore(renderer.domElement, tip);
+    renderer.domElement.id = 'view-canvas';
+
+    // Positions relative to the centre of the points, so single precision keeps the detail.
+    const box = [Infinity, Infinity, Infinity, -Infinity, -Infinity, -Infinity];
+    const grow = (x, y, z) => {
+      box[0] = Math.min(box[0], x); box[1] = Math.min(box[1], y); box[2] = Math.min(box[2], z);
+      box[3] = Math.max(box[3], x); box[4] = Math.max(box[4], y); box[5] = Math.max(box[5], z);
+    };
+    for (const i of measured) grow(pts.position[3 * i], pts.position[3 * i + 1], pts.position[3 * i + 2]);
+    for (const f of data.features) if (f.position) grow(f.position[0], f.position[1], f.position[2]);
+    if (!Number.isFinite(box[0])) { box[0] = box[1] = box[2] = -1; box[3] = box[4] = box[5] = 1; }
+    const centre = [(box[0] + box[3]) / 2, (box[1] + box[4]) / 2, (box[2] + box[5]) / 2];
+    const extent = Math.max(box[3] - box[0], box[4] - box[1], box[5] - box[2], data.settings.confetti_mm * 4, 1e-3);
+
+    const scene = new THREE.Scene();
+    const camera = new THREE.PerspectiveCamera(40, 1, extent / 1000, extent * 100);
+    camera.up.set(0, 0, 1);
+    camera.position.set(extent * 0.55, -extent * 0.85, extent * 0.65);
+    const tanHalf = Math.tan((camera.fov * Math.PI) / 360);
+
+    const positions = new Float32Array(measured.length * 3);
+    const colours = new Float32Array(measured.length * 3);
+    measured.forEach((i, k) => {
+      for (let a = 0; a < 3; ++a) positions[3 * k + a] = pts.position[3 * i + a] - centre[a];
+      const d = pts.deviation[i];
+      const c = Number.isNaN(d) ? [0.6, 0.6, 0.6] : divergingColour(d / scale);
+      colours[3 * k] = c[0]; colours[3 * k + 1] = c[1]; colours[3 * k + 2] = c[2];
+    });
+    const geometry = new THREE.BufferGeometry();
+    geometry.setAttribute('position', new THREE.BufferAttribute(positions, 3));
+    geometry.setAttribute('color', new THREE.BufferAttribute(colours, 3));
+    // A point sprite's size is in pixels at unit depth; dividing by tan(fov/2) makes it the
+    // confetti diameter in model space whatever the camera distance.
+    const material = new THREE.PointsMaterial({
+      size: data.settings.confetti_mm / tanHalf, sizeAttenuation: true, vertexColors: THREE.VertexColors,
+      map: roundTexture(false), alphaTest: 0.5, transparent: false,
+    });
+    const cloud = new THREE.Points(geometry, material);
+    scene.add(cloud);
+
+    const featureAt = data.features.filter((f) => f.position);
+    let markers = null;
+    if (featureAt.length) {
+      const mp = new Float32Array(featureAt.length * 3);
+      featureAt.forEach((f, k) => { for (let a = 0; a < 3; ++a) mp[3 * k + a] = f.position[a] - centre[a]; });
+      const mg = new THREE.BufferGeometry();
+      mg.setAttribute('position', new THREE.BufferAttribute(mp, 3));
+      const mm = new THREE.PointsMaterial({ size: (data.settings.confetti_mm * 2.5) / tanHalf, sizeAttenuation: true,
+        map: roundTexture(true), alphaTest: 0.5, color: 0xffd34d });
+      markers = new THREE.Points(mg, mm);
+      scene.add(markers);
+    }
+    const axes = new THREE.AxesHelper(extent * 0.12);
+    axes.position.set(box[0] - centre[0], box[1] - centre[1], box[2] - centre[2]);
+    scene.add(axes);
+
+    const controls = new THREE.OrbitControls(camera, renderer.domElement);
+    controls.target.set(0, 0, 0);
+    controls.screenSpacePanning = true;
+
+    const resize = () => {
+      const w = viewer.clientWidth || 600, h = viewer.clientHeight || 400;
+      renderer.setSize(w, h, false);
+      camera.aspect = w / h;
+      camera.updateProjectionMatrix();
+      draw();
+    };
+    let pending = false;
+    const draw = () => { renderer.render(scene, camera); };
+    const requestDraw = () => {
+      if (pending) return;
+      pending = true;
+      requestAnimationFrame(() => { pending = false; draw(); });
+    };
+    controls.addEventListener('change', requestDraw);
+    window.addEventListener('resize', resize);
+
+    const raycaster = new THREE.Raycaster();
+    const mouse = new THREE.Vector2();
+    const describe = (hit) => {
+      if (hit.object === cloud) {
+        const i = measured[hit.index];
+        const d = pts.deviation[i];
+        const verdict = POINT_VERDICTS[pts.verdict[i]];
+        return pts.labels[i] + '  ' + (Number.isNaN(d) ? 'no deviation' : signed(d, digits.linear) + ' mm') + '  ' + POINT_VERDICT_TEXT[verdict];
+      }
+      const f = featureAt[hit.index];
+      return 'Feature #' + f.number + ' ' + f.kind + ' ' + f.identity;
+    };
+    const pick = (event) => {
+      const rect = renderer.domElement.getBoundingClientRect();
+      mouse.x = ((event.clientX - rect.left) / rect.width) * 2 - 1;
+      mouse.y = -((event.clientY - rect.top) / rect.height) * 2 + 1;
+      // Within the drawn radius of a point at the distance of the target.
+      raycaster.params.Points.threshold = data.settings.confetti_mm * 0.6;
+      raycaster.setFromCamera(mouse, camera);
+      const targets = markers ? [cloud, markers] : [cloud];
+      const hits = raycaster.intersectObjects(targets, false);
+      if (!hits.length) return null;
+      hits.sort((a, b) => (a.distanceToRay - b.distanceToRay) || (a.distance - b.distance));
+      return { hit: hits[0], x: event.clientX - rect.left, y: event.clientY - rect.top };
+    };
+    let hoverQueued = null;
+    renderer.domElement.addEventListener('mousemove', (event) => {
+      if (hoverQueued) { hoverQueued = event; return; }
+      hoverQueued = event;
+      requestAnimationFrame(() => {
+        const found = pick(hoverQueued);
+        hoverQueued = null;
+        if (!found) { tip.style.display = 'none'; return; }
+        tip.textContent = describe(found.hit);
+        tip.style.left = Math.min(found.x + 12, viewer.clientWidth - 20) + 'px';
+        tip.style.top = (found.y + 12) + 'px';
+        tip.style.display = 'block';
+      });
+    });
+    renderer.domElement.addEventListener('mouseleave', () => { tip.style.display = 'none'; });
+    renderer.domElement.addEventListener('click', (event) => {
+      const found = pick(event);
+      picked.textContent = found ? 'Selected: ' + describe(found.hit) : '';
+    });
+    window.addEventListener('beforeprint', () => { draw(); snapshot.src = renderer.domElement.toDataURL('image/png'); });
+    if (window.matchMedia) {
+      const print = window.matchMedia('print');
+      if (print.addListener) print.addListener((m) => { if (m.matches) { draw(); snapshot.src = renderer.domElement.toDataURL('image/png'); } });
+    }
+    // For the browser tests: where a point appears on the canvas.
+    window.cncprobeView = {
+      project: (k) => {
+        const v = new THREE.Vector3(positions[3 * k], positions[3 * k + 1], positions[3 * k + 2]).project(camera);
+        const rect = renderer.domElement.getBoundingClientRect();
+        return { x: (v.x + 1) / 2 * rect.width, y: (1 - v.y) / 2 * rect.height };
+      },
+      labelOf: (k) => pts.labels[measured[k]],
+      count: measured.length,
+      draw: draw,
+    };
+    resize();
+    return s;
+  }
+
+  function histogramSection(pts, digits, limits) {
+    const s = section('Point deviations', 'histogram');
+    const values = [];
+    for (let i = 0; i < pts.count; ++i) if (!Number.isNaN(pts.deviation[i])) values.push(pts.deviation[i]);
+    if (!values.length || typeof Chart === 'undefined') {
+      s.appendChild(el('p', { cls: 'muted', text: 'No measured point.' }));
+      return s;
+    }
+    let lo = Infinity, hi = -Infinity;
+    for (const v of values) { if (v < lo) lo = v; if (v > hi) hi = v; }
+    const lower = limits ? limits.o + limits.l : null, upper = limits ? limits.o + limits.u : null;
+    if (lower !== null) { lo = Math.min(lo, lower); hi = Math.max(hi, upper); }
+    const span = hi - lo || Math.max(Math.abs(hi), 1e-3);
+    lo -= span * 0.05; hi += span * 0.05;
+    const bins = Math.max(20, Math.min(60, Math.ceil(2 * Math.sqrt(values.length))));
+    const width = (hi - lo) / bins;
+    const counts = new Array(bins).fill(0);
+    for (const v of values) counts[Math.min(bins - 1, Math.max(0, Math.floor((v - lo) / width)))]++;
+    const labels = counts.map((c, b) => fixed(lo + (b + 0.5) * width, digits.linear));
+    const colours = counts.map((c, b) => {
+      const mid = lo + (b + 0.5) * width;
+      return (lower !== null && (mid < lower || mid > upper)) ? '#b3261e' : '#3b6fd8';
+    });
+    const box = el('div', { cls: 'chart-box' });
+    const canvas = el('canvas', { id: 'histogram-canvas', attrs: { 'aria-label': 'Histogram of point deviations' } });
+    box.appendChild(canvas);
+    s.appendChild(box);
+    const limitLines = {
+      id: 'limitLines',
+      afterDatasetsDraw(chart) {
+        if (lower === null) return;
+        const x = chart.scales.x, area = chart.chartArea, g = chart.ctx;
+        const at = (value) => {  // the category axis places bin b at its centre
+          const f = (value - lo) / width - 0.5;
+          const b0 = Math.max(0, Math.min(bins - 1, Math.floor(f)));
+          const b1 = Math.min(bins - 1, b0 + 1);
+          const p0 = x.getPixelForValue(b0), p1 = x.getPixelForValue(b1);
+          return p0 + (p1 - p0) * (f - b0);
+        };
+        g.save();
+        g.strokeStyle = '#b3261e';
+        g.fillStyle = '#b3261e';
+        g.setLineDash([6, 4]);
+        g.lineWidth = 1.5;
+        g.font = '12px sans-serif';
+        for (const [value, name] of [[lower, 'L'], [upper, 'U']]) {
+          const px = at(value);
+          g.beginPath(); g.moveTo(px, area.top); g.lineTo(px, area.bottom); g.stroke();
+          g.textAlign = name === 'U' ? 'right' : 'left';  // labels lean inwards, never off the chart
+          g.fillText(name + ' ' + signed(value, digits.linear), name === 'U' ? px - 4 : px + 4, area.top + 12);
+        }
+        g.restore();
+      },
+    };
+    new Chart(canvas.getContext('2d'), {
+      type: 'bar',
+      data: { labels: labels, datasets: [{ label: 'points', data: counts, backgroundColor: colours, barPercentage: 1, categoryPercentage: 1 }] },
+      options: {
+        animation: false, responsive: true, maintainAspectRatio: false,
+        plugins: { legend: { display: false } },
+        scales: { x: { title: { display: true, text: 'deviation along the probing direction (mm)' } },
+                  y: { title: { display: true, text: 'points' }, beginAtZero: true } },
+      },
+      plugins: [limitLines],
+    });
+    if (limits) {
+      s.appendChild(el('p', { cls: 'note', text: 'L and U drawn at O + L and O + U of the limits ' +
+        (limits.distinct > 1 ? 'that ' + limits.shared + ' of the measured points share (others have their own)' : 'every measured point shares') +
+        ': O ' + fixed(limits.o, digits.linear) + ', L ' + fixed(limits.l, digits.linear) + ', U ' + fixed(limits.u, digits.linear) + '.' }));
+    }
+    return s;
+  }
+
+  function renderReport(data) {
+    const main = document.getElementById('report');
+    const digits = digitsOf(data);
+    const pts = decodePoints(data.points);
+    if (data.points.limit_used) pts.limitUsed = new Float64Array(decodeBase64(data.points.limit_used));
+    main.appendChild(firstScreen(data, digits));
+    main.appendChild(featureSection(data, digits));
+    main.appendChild(pathSection(data, pts, digits));
+    const limits = commonLimits(pts);
+    main.appendChild(viewSection(data, pts, digits, limits));
+    main.appendChild(histogramSection(pts, digits, limits));
+    main.appendChild(el('p', { cls: 'note', text: 'Written by ' + data.generator + ' on ' + dateText(data.report_date) + '.' }));
+  }
+
+  // ------------------------------------------------------------------------------------------
+  // The trend report of several runs
+
+  function renderTrend(data) {
+    const main = document.getElementById('report');
+    const digits = digitsOf(data);
+    const head = el('section', { id: 'summary' });
+    head.appendChild(el('h1', { text: 'Trend report: ' + data.runs.length + ' runs', id: 'report-title' }));
+    head.appendChild(el('p', { cls: 'note', text: 'Report date ' + dateText(data.report_date) + '. True position read as a ' +
+      (data.convention === 'radial' ? 'radial limit' : 'diametral zone') + '. Features matched by kind, toolpath, pattern instance and identity; points by label.' }));
+    const runs = el('table', { id: 'run-table' });
+    runs.appendChild(el('thead', {}, [el('tr', {}, ['Run', 'File', 'Results file', 'File date', 'Status', 'Verdict'].map((t) => el('th', { text: t })))]));
+    const rb = el('tbody');
+    data.runs.forEach((r, k) => {
+      rb.appendChild(el('tr', { cls: r.passed ? '' : 'out' }, [
+        el('td', { text: k + 1, cls: 'num' }), el('td', { text: r.file }), el('td', { text: r.results_file || '\u2013' }),
+        el('td', { text: dateText(r.file_date) }), el('td', { text: r.status }),
+        el('td', { text: r.passed ? 'PASS' : 'FAIL', cls: 'verdict-cell ' + (r.passed ? 'in' : 'out') }),
+      ]));
+    });
+    runs.appendChild(rb);
+    head.appendChild(el('div', { cls: 'table-wrap' }, [runs]));
+    main.appendChild(head);
+
+    const statsSection = (title, id, series, withCharts) => {
+      const s = section(title, id);
+      if (!series.length) {
+        s.appendChild(el('p', { cls: 'muted', text: 'Nothing to compare.' }));
+        return s;
+      }
+      const table = el('table', { id: id + '-table' });
+      const heads = ['Item', 'Quantity', 'n', 'Mean', 'Std dev', 'Min', 'Max', 'Lower limit', 'Upper limit', 'Cp', 'Cpk'];
+      table.appendChild(el('thead', {}, [el('tr', {}, heads.map((t, i) => el('th', { text: t, cls: i >= 2 ? 'num' : '' })))]));
+      const tb = el('tbody');
+      for (const q of series) {
+        const d = q.quantity === 'angle' ? digits.angular : digits.linear;
+        const st = q.stats;
+        const low = st.cpk !== null && st.cpk < 1;
+        tb.appendChild(el('tr', { cls: low ? 'out' : '' }, [
+          el('td', { text: q.item }), el('td', { text: q.label }), el('td', { cls: 'num', text: st.n }),
+          el('td', { cls: 'num', text: fixed(st.mean, d) }), el('td', { cls: 'num', text: fixed(st.standard_deviation, d) }),
+          el('td', { cls: 'num', text: fixed(st.min, d) }), el('td', { cls: 'num', text: fixed(st.max, d) }),
+          el('td', { cls: 'num', text: fixed(q.lower, d) }), el('td', { cls: 'num', text: fixed(q.upper, d) }),
+          el('td', { cls: 'num', text: fixed(st.cp, digits.unitless > 3 ? 3 : digits.unitless) }),
+          el('td', { cls: 'num', text: fixed(st.cpk, digits.unitless > 3 ? 3 : digits.unitless) }),
+        ]));
+      }
+      table.appendChild(tb);
+      s.appendChild(el('div', { cls: 'table-wrap' }, [table]));
+      if (!withCharts || typeof Chart === 'undefined') return s;
+      const grid = el('div', { cls: 'trend-charts' });
+      s.appendChild(grid);
+      for (const q of series) {
+        const d = q.quantity === 'angle' ? digits.angular : digits.linear;
+        const box = el('div', { cls: 'chart-box trend-chart' });
+        const canvas = el('canvas');
+        grid.appendChild(el('h3', { text: q.item + ' \u2013 ' + q.label, cls: 'chart-title' }));
+        box.appendChild(canvas);
+        grid.appendChild(box);
+        const runLabels = data.runs.map((r, k) => String(k + 1));
+        const datasets = [{ label: q.value_name, data: q.values, borderColor: '#3b6fd8', backgroundColor: '#3b6fd8', spanGaps: false, tension: 0 }];
+        const line = (value, name) => ({ label: name, data: runLabels.map(() => value), borderColor: '#b3261e', borderDash: [6, 4], pointRadius: 0, borderWidth: 1.5 });
+        if (q.upper !== null) datasets.push(line(q.upper, 'upper limit'));
+        if (q.lower !== null) datasets.push(line(q.lower, 'lower limit'));
+        if (q.nominal !== null) datasets.push({ label: 'nominal', data: runLabels.map(() => q.nominal), borderColor: '#8a94a6', pointRadius: 0, borderWidth: 1 });
+        new Chart(canvas.getContext('2d'), {
+          type: 'line',
+          data: { labels: runLabels, datasets: datasets },
+          options: {
+            animation: false, responsive: true, maintainAspectRatio: false,
+            scales: { x: { title: { display: true, text: 'run' } }, y: { ticks: { callback: (v) => fixed(v, d) } } },
+            plugins: { legend: { position: 'bottom' } },
+          },
+        });
+      }
+      return s;
+    };
+    main.appendChild(statsSection('Feature quantities', 'trend-features', data.features, true));
+    main.appendChild(statsSection('Points (deviation along the probing direction, mm)', 'trend-points', data.points, false));
+    if (data.points_omitted) main.appendChild(el('p', { cls: 'note', text: data.points_omitted + ' more points are not listed.' }));
+  }
+
+  // ------------------------------------------------------------------------------------------
+
+  const data = JSON.parse(document.getElementById('report-data').textContent);
+  document.title = (data.kind === 'trend' ? 'Trend report' : 'Inspection report') + (data.file ? ': ' + data.file : '');
+  if (data.kind === 'trend') renderTrend(data); else renderReport(data);
+  document.body.dataset.ready = 'true';
+})();

@@ -1,0 +1,622 @@
+// The data of the report pages, taken from the library: extraction, verdicts, summary, references
+// and settings. Nothing here judges a value: deviations, verdicts and shares of tolerance are the
+// inspection subsystem's; this file only arranges them for the page.
+#include "tools/report/report_data.h"
+
+#include <sys/stat.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <set>
+#include <tuple>
+
+#include "cncprobe/extraction/results_data_extractor.h"
+#include "cncprobe/filereferences/file_reference_extractor.h"
+#include "cncprobe/inspection/feature_check.h"
+#include "cncprobe/inspection/inspection_summary.h"
+#include "cncprobe/inspection/point_check.h"
+#include "cncprobe/inspection/status_text.h"
+#include "cncprobe/inspection/trend_statistics.h"
+#include "cncprobe/platform/model/angle_surface_feature.h"
+#include "cncprobe/platform/model/circle_feature.h"
+#include "cncprobe/platform/model/corner_feature.h"
+#include "cncprobe/platform/model/inspection_feature.h"
+#include "cncprobe/platform/model/inspection_point.h"
+#include "cncprobe/platform/model/perpendicular_distance_feature.h"
+#include "cncprobe/platform/model/probe_path.h"
+#include "cncprobe/platform/model/rectangle_feature.h"
+#include "cncprobe/platform/model/surface_feature.h"
+#include "cncprobe/platform/model/toolpath_result.h"
+#include "cncprobe/platform/text/path.h"
+#include "cncprobe/settings/inspection_settings.h"
+#include "cncprobe/settings/inspection_settings_error.h"
+#include "cncprobe/settings/inspection_settings_reader.h"
+#include "tools/commands.h"
+#include "tools/report/json_text.h"
+#include "tools/report/report_page.h"
+
+namespace tool {
+
+// ---------------------------------------------------------------------------------------------
+// Dates and settings
+
+std::string iso_utc(long long seconds) {
+  // Civil date from days since 1970-01-01 (proleptic Gregorian), without the C library's
+  // thread-unsafe or platform-specific time functions.
+  long long days = seconds / 86400;
+  long long rest = seconds % 86400;
+  if (rest < 0) {
+    rest += 86400;
+    --days;
+  }
+  days += 719468;
+  const long long era = (days >= 0 ? days : days - 146096) / 146097;
+  const long long doe = days - era * 146097;
+  const long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+  const long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+  const long long mp = (5 * doy + 2) / 153;
+  const long long day = doy - (153 * mp + 2) / 5 + 1;
+  const long long month = mp < 10 ? mp + 3 : mp - 9;
+  const long long year = yoe + era * 400 + (month <= 2 ? 1 : 0);
+  char text[96];
+  std::snprintf(text, sizeof text, "%04lld-%02lld-%02lldT%02lld:%02lld:%02lldZ", year, month, day,
+                rest / 3600, rest / 60 % 60, rest % 60);
+  return text;
+}
+
+std::string file_date(const std::string& path) {
+  struct stat info {};
+  if (path == "-" || ::stat(path.c_str(), &info) != 0) return {};
+  return iso_utc(static_cast<long long>(info.st_mtime));
+}
+
+namespace {
+
+std::string now_utc() {
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return iso_utc(std::chrono::duration_cast<std::chrono::seconds>(now).count());
+}
+
+}  // namespace
+
+SettingsOutcome read_settings(const ReportOptions& options) {
+  kptInspectionSettings settings;
+  settings.set_input_units(kptUnits(options.units));
+  SettingsOutcome outcome;
+  if (!options.settings_file.empty()) {
+    const kptInspectionSettings defaults = settings;
+    const kptInspectionSettingsError error =
+        kptInspectionSettingsReader::read(apPath(options.settings_file), settings);
+    if (error.code() == kptSettingsSuccess || error.code() == kptSettingsNewerVersion) {
+      outcome.read = true;
+    } else {
+      outcome.problem = std::string(error.message().utf8());
+      settings = defaults;
+    }
+  }
+  outcome.confetti_mm = settings.confetti_diameter_mm();
+  outcome.linear_digits = settings.linear_precision();
+  outcome.angular_digits = settings.angular_precision();
+  outcome.unitless_digits = settings.unitless_precision();
+  return outcome;
+}
+
+namespace {
+
+void write_settings(JsonText& json, const ReportOptions& options, const SettingsOutcome& s) {
+  json.key("settings").begin_object();
+  json.key("file");
+  if (options.settings_file.empty()) {
+    json.null();
+  } else {
+    json.string(options.settings_file);
+  }
+  json.key("problem");
+  if (s.problem.empty()) {
+    json.null();
+  } else {
+    json.string(s.problem);
+  }
+  json.key("confetti_mm").number(s.confetti_mm);
+  json.key("linear_digits").integer(s.linear_digits);
+  json.key("angular_digits").integer(s.angular_digits);
+  json.key("unitless_digits").integer(s.unitless_digits);
+  json.end_object();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Results
+
+template <class Fn>
+void for_each_result(const kptResultsDataExtractor& extractor, Fn&& fn) {
+  itIterator<std::shared_ptr<mtrToolpathResult>> it = extractor.results();
+  std::size_t index = 0;
+  while (++it) {
+    const std::shared_ptr<mtrToolpathResult> result = it();
+    if (result) fn(index, *result);
+    ++index;
+  }
+}
+
+template <class Fn>
+void for_each_point(const mtrProbePath& path, Fn&& fn) {
+  itIterator<std::shared_ptr<mtrInspectionPoint>> it = path.inspection_points();
+  while (++it) {
+    const std::shared_ptr<mtrInspectionPoint> point = it();
+    if (point) fn(*point);
+  }
+}
+
+std::string axis_text(mtrProbeWCSAxis axis) {
+  switch (axis) {
+    case mtrProbeWCSAxisX:
+      return "X";
+    case mtrProbeWCSAxisY:
+      return "Y";
+    case mtrProbeWCSAxisZ:
+      return "Z";
+  }
+  return "?";
+}
+
+// The kind of a feature as a person reads it, and where it sits (its nominal position).
+std::string kind_text(const mtrToolpathResult& result, std::optional<giPoint3>& position) {
+  if (const auto* f = dynamic_cast<const mtrCircleFeature*>(&result)) {
+    position = f->nominal().centre();
+    return "circle";
+  }
+  if (const auto* f = dynamic_cast<const mtrRectangleFeature*>(&result)) {
+    position = f->nominal().centre();
+    return "rectangle";
+  }
+  if (const auto* f = dynamic_cast<const mtrCornerFeature*>(&result)) {
+    position = f->nominal().point();
+    return "corner";
+  }
+  if (const auto* f = dynamic_cast<const mtrSurfaceFeature*>(&result)) {
+    position = f->nominal().point();
+    return "surface " + axis_text(f->axis());
+  }
+  if (const auto* f = dynamic_cast<const mtrAngleSurfaceFeature*>(&result)) {
+    position = f->reference_plane().point();
+    return "angle";
+  }
+  if (const auto* f = dynamic_cast<const mtrPerpendicularDistanceFeature*>(&result)) {
+    position = f->nominal().point();
+    return "wall/channel " + axis_text(f->axis());
+  }
+  return "feature";
+}
+
+std::string identity_text(const mtrInspectionPrintData& data) {
+  switch (data.form()) {
+    case mtrInspectionPrintData::kComponentFeature:
+      return "component " + std::to_string(data.component_number()) + " feature " +
+             std::to_string(data.feature_number());
+    case mtrInspectionPrintData::kFeatureName:
+      return "feature " + std::to_string(data.feature_number()) + " " +
+             std::string(data.feature_name().view());
+    case mtrInspectionPrintData::kInvalid:
+      break;
+  }
+  return "-";
+}
+
+std::string toolpath_text(const mtrToolpathResult& result) {
+  std::string text = std::to_string(result.id());
+  if (result.pattern_instance()) text += " (" + std::to_string(*result.pattern_instance()) + ")";
+  return text;
+}
+
+double toolpath_order(const mtrToolpathResult& result) {
+  return result.id() + (result.pattern_instance() ? *result.pattern_instance() / 1e6 : 0.0);
+}
+
+bool finite_point(const giPoint3& p) {
+  return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z());
+}
+
+void write_check(JsonText& json, const kptFeatureCheck& check) {
+  json.begin_object();
+  json.key("quantity").string(kpt_quantity_name(check.quantity));
+  json.key("label").string(kpt_quantity_label(check.quantity));
+  json.key("nominal").number(check.nominal);
+  json.key("actual").number(check.actual);
+  json.key("deviation").number(check.deviation);
+  json.key("tolerance").number(check.tolerance);
+  json.key("true_position").boolean(check.true_position);
+  json.key("verdict").string(kpt_verdict_name(check.verdict));
+  json.key("tolerance_used").number(check.tolerance_used);
+  json.end_object();
+}
+
+// The points of every probe path, column by column, as the page decodes them.
+struct PointColumns {
+  std::vector<double> position;    // x, y, z: measured, or nominal while unmeasured
+  std::vector<double> deviation;   // NaN when absent
+  std::vector<double> limit_used;  // NaN when absent
+  std::vector<std::uint8_t> verdict;
+  std::vector<float> limits;  // O, U, L
+  std::string labels;         // one per line
+  std::size_t count = 0;
+
+  void add(const mtrInspectionPoint& point, const kptPointCheck& check) {
+    const giPoint3& p = point.has_measure() ? point.measured_point() : point.nominal_point();
+    position.insert(position.end(), {p.x(), p.y(), p.z()});
+    deviation.push_back(check.deviation.value_or(std::nan("")));
+    limit_used.push_back(check.limit_used.value_or(std::nan("")));
+    verdict.push_back(static_cast<std::uint8_t>(check.verdict));
+    limits.insert(limits.end(),
+                  {static_cast<float>(point.o_value()), static_cast<float>(point.u_value()),
+                   static_cast<float>(point.l_value())});
+    if (count > 0) labels += '\n';
+    // A label is one line of the file; a line end inside one cannot happen, but would only split
+    // it in two on the page, never reach markup.
+    labels += point.label().view();
+    ++count;
+  }
+};
+
+template <class T>
+std::string base64_of(const std::vector<T>& values) {
+  return base64(values.data(), values.size() * sizeof(T));
+}
+
+void write_points(JsonText& json, const PointColumns& columns) {
+  json.key("points").begin_object();
+  json.key("count").integer(static_cast<std::int64_t>(columns.count));
+  json.key("position").raw_string(base64_of(columns.position));
+  json.key("deviation").raw_string(base64_of(columns.deviation));
+  json.key("limit_used").raw_string(base64_of(columns.limit_used));
+  json.key("verdict").raw_string(base64_of(columns.verdict));
+  json.key("limits").raw_string(base64_of(columns.limits));
+  json.key("labels").string(columns.labels);
+  json.end_object();
+}
+
+void write_references(JsonText& json, const kptFileReferenceExtractor& refs) {
+  json.key("references").begin_object();
+  const auto ref = [&](const char* name, const utString& value) {
+    json.key(name);
+    if (value.valid()) {
+      json.string(value.view());
+    } else {
+      json.null();
+    }
+  };
+  ref("results_file_version", refs.results_file_version_text());
+  ref("settings_filename", refs.settings_filename());
+  ref("cad_filename", refs.cad_filename());
+  ref("cldata_filename", refs.cldata_filename());
+  ref("document_id", refs.document_id());
+  ref("document_version", refs.document_version());
+  ref("model_version", refs.model_version());
+  json.end_object();
+}
+
+}  // namespace
+
+ReportData single_report_data(const ReportOptions& options, const SettingsOutcome& settings,
+                              const kptInputFile& input, const std::string& date) {
+  const std::string& file = options.files.front();
+  kptResultsDataExtractor extractor;
+  const kptResultsExtractionStatus status = extractor.extract_data(input, kptUnits(options.units));
+  kptFileReferenceExtractor refs;
+  (void)refs.extract(input);
+  const kptInspectionSummary summary = kptInspection::summarize(extractor, options.convention);
+
+  JsonText json;
+  json.begin_object();
+  json.key("kind").string("report");
+  json.key("generator").string(options.generator);
+  json.key("file").string(file);
+  json.key("results_file");
+  if (const utString name = extractor.resultsfile_name(); name.valid() && !name.empty()) {
+    json.string(name.view());
+  } else {
+    json.null();
+  }
+  json.key("file_date");
+  if (date.empty()) {
+    json.null();
+  } else {
+    json.string(date);
+  }
+  json.key("report_date").string(now_utc());
+  json.key("status").begin_object();
+  json.key("code").integer(status);
+  json.key("name").string(kptStatusText::name(status));
+  json.key("meaning").string(kptStatusText::meaning(status));
+  json.end_object();
+  json.key("units").string(units_name(options.units));
+  write_references(json, refs);
+  write_settings(json, options, settings);
+
+  // Features and paths in the order of the file; the worst check and point named by the number
+  // of their result (1-based, as the tables show it).
+  std::vector<std::string> identities;
+  PointColumns points;
+  JsonText features;
+  JsonText paths;
+  features.begin_array();
+  paths.begin_array();
+  std::map<std::size_t, std::size_t> first_point_of_path;  // result index -> first point index
+  for_each_result(extractor, [&](std::size_t index, const mtrToolpathResult& result) {
+    identities.emplace_back();
+    if (const auto* path = dynamic_cast<const mtrProbePath*>(&result)) {
+      const std::size_t first = points.count;
+      first_point_of_path[index] = first;
+      for_each_point(*path, [&](const mtrInspectionPoint& point) {
+        points.add(point, kptPointChecks::of(point));
+      });
+      const kptPathSummary s = kptPointChecks::summary(*path);
+      paths.begin_object();
+      paths.key("number").integer(static_cast<std::int64_t>(index + 1));
+      paths.key("toolpath").string(toolpath_text(result));
+      paths.key("points").integer(static_cast<std::int64_t>(s.points));
+      paths.key("measured").integer(static_cast<std::int64_t>(s.measured));
+      paths.key("within").integer(static_cast<std::int64_t>(s.within));
+      paths.key("outside").integer(static_cast<std::int64_t>(s.outside));
+      paths.key("unmeasured").integer(static_cast<std::int64_t>(s.unmeasured));
+      paths.key("smallest").number(s.smallest_deviation);
+      paths.key("largest").number(s.largest_deviation);
+      paths.key("worst").number(s.worst_deviation);
+      paths.key("first").integer(static_cast<std::int64_t>(first));
+      paths.key("count").integer(static_cast<std::int64_t>(points.count - first));
+      paths.end_object();
+      return;
+    }
+    const auto* feature = dynamic_cast<const mtrInspectionFeature*>(&result);
+    if (!feature) return;
+    std::optional<giPoint3> position;
+    const std::string kind = kind_text(result, position);
+    identities.back() = identity_text(feature->print_data());
+    features.begin_object();
+    features.key("number").integer(static_cast<std::int64_t>(index + 1));
+    features.key("kind").string(kind);
+    features.key("toolpath").string(toolpath_text(result));
+    features.key("toolpath_sort").number(toolpath_order(result));
+    features.key("identity").string(identities.back());
+    features.key("position");
+    if (position && finite_point(*position)) {
+      features.begin_array().number(position->x()).number(position->y()).number(position->z());
+      features.end_array();
+    } else {
+      features.null();
+    }
+    features.key("checks").begin_array();
+    for (const kptFeatureCheck& check : kptFeatureChecks::of(result, options.convention)) {
+      write_check(features, check);
+    }
+    features.end_array();
+    features.end_object();
+  });
+  features.end_array();
+  paths.end_array();
+
+  json.key("summary").begin_object();
+  json.key("passed").boolean(summary.passed());
+  json.key("convention").string(kpt_zone_convention_name(summary.convention));
+  json.key("checks_in").integer(static_cast<std::int64_t>(summary.checks_in));
+  json.key("checks_out").integer(static_cast<std::int64_t>(summary.checks_out));
+  json.key("checks_not_toleranced")
+      .integer(static_cast<std::int64_t>(summary.checks_not_toleranced));
+  json.key("points_within").integer(static_cast<std::int64_t>(summary.points_within));
+  json.key("points_outside").integer(static_cast<std::int64_t>(summary.points_outside));
+  json.key("points_unmeasured").integer(static_cast<std::int64_t>(summary.points_unmeasured));
+  json.key("worst_check");
+  if (summary.worst_check) {
+    const kptWorstCheck& w = *summary.worst_check;
+    json.begin_object();
+    json.key("feature").integer(static_cast<std::int64_t>(w.result_index + 1));
+    json.key("identity")
+        .string(w.result_index < identities.size() ? identities[w.result_index] : std::string("-"));
+    json.key("quantity").string(kpt_quantity_name(w.check.quantity));
+    json.key("label").string(kpt_quantity_label(w.check.quantity));
+    json.key("deviation").number(w.check.deviation);
+    json.key("tolerance_used").number(w.check.tolerance_used);
+    json.end_object();
+  } else {
+    json.null();
+  }
+  json.key("worst_point");
+  if (summary.worst_point) {
+    const kptWorstPoint& w = *summary.worst_point;
+    const auto first = first_point_of_path.find(w.result_index);
+    const std::size_t at = first == first_point_of_path.end() ? 0 : first->second + w.point_index;
+    json.begin_object();
+    json.key("path").integer(static_cast<std::int64_t>(w.result_index + 1));
+    json.key("label");
+    if (at < points.count && first != first_point_of_path.end()) {
+      // The labels are one per line: find the line of this point.
+      std::size_t start = 0;
+      for (std::size_t k = 0; k < at; ++k) start = points.labels.find('\n', start) + 1;
+      const std::size_t end = points.labels.find('\n', start);
+      json.string(std::string_view(points.labels)
+                      .substr(start, end == std::string::npos ? std::string::npos : end - start));
+    } else {
+      json.string("-");
+    }
+    json.key("deviation").number(w.check.deviation);
+    json.key("limit_used").number(w.check.limit_used);
+    json.end_object();
+  } else {
+    json.null();
+  }
+  json.end_object();
+
+  json.key("features");
+  std::string data = json.take();
+  data += features.text();
+  data += ",\"paths\":";
+  data += paths.text();
+  data += ',';
+  JsonText tail;
+  tail.begin_object();
+  write_points(tail, points);
+  tail.end_object();
+  // The tail is an object of its own: drop its braces to continue the outer object.
+  data += std::string_view(tail.text()).substr(1);
+
+  ReportData out;
+  out.json = std::move(data);
+  out.title = "Inspection report: " + file;
+  out.extraction_succeeded = status == kptExtractionSuccess;
+  return out;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Trend
+
+namespace {
+
+// One series: a quantity of a matched feature, or a matched point, with a value per run.
+struct Series {
+  std::string item;
+  std::string quantity;  // quantity name; "deviation" for points
+  std::string label;
+  std::optional<double> nominal;
+  kptTrendLimits limits;
+  std::vector<double> values;  // per run; NaN where the run had none
+};
+
+constexpr std::size_t kMaxTrendPoints = 5000;
+
+void write_series(JsonText& json, const Series& s) {
+  json.begin_object();
+  json.key("item").string(s.item);
+  json.key("quantity").string(s.quantity);
+  json.key("label").string(s.label);
+  json.key("value_name").string("deviation");
+  json.key("nominal").null();  // values are deviations: the nominal is 0
+  json.key("lower").number(s.limits.lower);
+  json.key("upper").number(s.limits.upper);
+  json.key("values").begin_array();
+  for (const double v : s.values) {
+    if (std::isnan(v)) {
+      json.null();
+    } else {
+      json.number(v);
+    }
+  }
+  json.end_array();
+  const kptTrendSummary st = kptTrendStatistics::of(s.values, s.limits);
+  json.key("stats").begin_object();
+  json.key("n").integer(static_cast<std::int64_t>(st.n));
+  json.key("mean").number(st.mean);
+  json.key("standard_deviation").number(st.standard_deviation);
+  json.key("min").number(st.min);
+  json.key("max").number(st.max);
+  json.key("cp").number(st.cp);
+  json.key("cpk").number(st.cpk);
+  json.end_object();
+  json.end_object();
+}
+
+}  // namespace
+
+ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome& settings,
+                             const std::vector<kptInputFile>& inputs) {
+  const std::size_t runs = options.files.size();
+  // Series in the order they first appear; keys as the matching rule says.
+  std::map<std::tuple<std::string, unsigned, long long, std::string, std::string>, std::size_t>
+      feature_index;
+  std::map<std::string, std::size_t> point_index;
+  std::vector<Series> features;
+  std::vector<Series> points;
+  std::set<std::string> omitted;  // labels beyond kMaxTrendPoints
+
+  JsonText json;
+  json.begin_object();
+  json.key("kind").string("trend");
+  json.key("generator").string(options.generator);
+  json.key("report_date").string(now_utc());
+  json.key("units").string(units_name(options.units));
+  json.key("convention").string(kpt_zone_convention_name(options.convention));
+  write_settings(json, options, settings);
+  json.key("runs").begin_array();
+  bool all_succeeded = true;
+  for (std::size_t run = 0; run < runs; ++run) {
+    const std::string& file = options.files[run];
+    kptResultsDataExtractor extractor;
+    const kptResultsExtractionStatus status =
+        extractor.extract_data(inputs[run], kptUnits(options.units));
+    all_succeeded = all_succeeded && status == kptExtractionSuccess;
+    const kptInspectionSummary summary = kptInspection::summarize(extractor, options.convention);
+    json.begin_object();
+    json.key("file").string(file);
+    json.key("results_file").string(extractor.resultsfile_name().view());
+    const std::string date = file_date(file);
+    json.key("file_date");
+    if (date.empty()) {
+      json.null();
+    } else {
+      json.string(date);
+    }
+    json.key("status").string(kptStatusText::name(status));
+    json.key("passed").boolean(summary.passed());
+    json.end_object();
+
+    for_each_result(extractor, [&](std::size_t, const mtrToolpathResult& result) {
+      if (const auto* path = dynamic_cast<const mtrProbePath*>(&result)) {
+        for_each_point(*path, [&](const mtrInspectionPoint& point) {
+          const std::string label(point.label().view());
+          auto [it, added] = point_index.try_emplace(label, points.size());
+          if (added) {
+            if (points.size() >= kMaxTrendPoints) {
+              point_index.erase(it);
+              omitted.insert(label);
+              return;
+            }
+            points.push_back({label, "deviation", "deviation", std::nullopt,
+                              kptTrendStatistics::limits_of(point),
+                              std::vector<double>(runs, std::nan(""))});
+          }
+          const kptPointCheck check = kptPointChecks::of(point);
+          if (check.deviation) points[it->second].values[run] = *check.deviation;
+        });
+        return;
+      }
+      const auto* feature = dynamic_cast<const mtrInspectionFeature*>(&result);
+      if (!feature) return;
+      std::optional<giPoint3> position;
+      const std::string kind = kind_text(result, position);
+      const std::string identity = identity_text(feature->print_data());
+      const long long instance =
+          result.pattern_instance() ? static_cast<long long>(*result.pattern_instance()) : -1;
+      for (const kptFeatureCheck& check : kptFeatureChecks::of(result, options.convention)) {
+        const auto key = std::make_tuple(kind, result.id(), instance, identity,
+                                         std::string(kpt_quantity_name(check.quantity)));
+        auto [it, added] = feature_index.try_emplace(key, features.size());
+        if (added) {
+          features.push_back({kind + " " + toolpath_text(result) + " " + identity,
+                              kpt_quantity_name(check.quantity), kpt_quantity_label(check.quantity),
+                              check.nominal,
+                              kptTrendStatistics::limits_of(check, options.convention),
+                              std::vector<double>(runs, std::nan(""))});
+        }
+        if (std::isfinite(check.deviation)) features[it->second].values[run] = check.deviation;
+      }
+    });
+  }
+  json.end_array();
+  json.key("features").begin_array();
+  for (const Series& s : features) write_series(json, s);
+  json.end_array();
+  json.key("points").begin_array();
+  for (const Series& s : points) write_series(json, s);
+  json.end_array();
+  json.key("points_omitted").integer(static_cast<std::int64_t>(omitted.size()));
+  json.end_object();
+
+  ReportData out;
+  out.json = json.take();
+  out.title = "Trend report: " + std::to_string(runs) + " runs";
+  out.extraction_succeeded = all_succeeded;
+  return out;
+}
+
+}  // namespace tool

@@ -1,0 +1,57 @@
+// The data a report page shows, gathered from the library: the extraction, its inspection verdicts
+// and summary, the header references and the inspection settings, as one JSON document. Points go
+// in as base64 typed arrays (a million points stay a few tens of megabytes and decode at once).
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cncprobe/foundation/input_file.h"
+#include "cncprobe/foundation/units.h"
+#include "cncprobe/inspection/verdict.h"
+
+namespace tool {
+
+struct ReportOptions {
+  std::vector<std::string> files;  // one file: an inspection report; several: a trend report
+  kptUnitsType units = kptUnitsMillimetres;
+  std::string settings_file;  // empty: the default settings
+  std::string output;         // empty: the input's base name with .html, in the current directory
+  kptZoneConvention convention = kptZoneDiametral;
+  std::string generator;  // "cncprobe 0.1.0"
+};
+
+// What reading the settings file came to; the page and the tool both say it.
+struct SettingsOutcome {
+  bool read = false;       // a settings file was given and accepted
+  std::string problem;     // why a given settings file was refused (the defaults are used)
+  double confetti_mm = 0;  // the settings' values, or the defaults
+  int linear_digits = 0;
+  int angular_digits = 0;
+  int unitless_digits = 0;
+};
+
+SettingsOutcome read_settings(const ReportOptions& options);
+
+struct ReportData {
+  std::string json;   // the data document
+  std::string title;  // the page's title, plain text
+  bool extraction_succeeded = false;
+};
+
+// The data of one file's report: `input` is options.files.front() as read, `file_date` its
+// modification time as ISO 8601 UTC, or empty.
+ReportData single_report_data(const ReportOptions& options, const SettingsOutcome& settings,
+                              const kptInputFile& input, const std::string& file_date);
+
+// The data of a trend report over options.files (read as `inputs`), in the given order.
+ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome& settings,
+                             const std::vector<kptInputFile>& inputs);
+
+// A time as ISO 8601 UTC ("2026-11-23T13:25:00Z"), from seconds since 1970.
+std::string iso_utc(long long seconds_since_epoch);
+// The modification time of a file as iso_utc, or empty when it cannot be asked.
+std::string file_date(const std::string& path);
+
+}  // namespace tool

@@ -1,0 +1,43 @@
+// The self-contained HTML page of an inspection or trend report: the page template, its style and
+// scripts, three.js and Chart.js, all compiled into the tool, and the report's data as JSON.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "tools/output.h"
+
+namespace tool {
+
+// The bytes of the assets compiled in by tools/report/embed_assets.cmake.
+std::string_view report_asset_page();
+std::string_view report_asset_style();
+std::string_view report_asset_app();
+std::string_view report_asset_three();
+std::string_view report_asset_orbit();
+std::string_view report_asset_chart();
+
+// `json` made safe inside <script type="application/json">: "<", ">" and "&" (so no "</script>"
+// or "<!--" can end or bend the element) and U+2028/U+2029 become \u escapes, which JSON reads
+// back to the same characters. Every one of them can only stand inside a JSON string.
+std::string json_for_script(std::string_view json);
+
+// `bytes` as text for HTML element content or a quoted attribute.
+std::string html_escaped(std::string_view bytes);
+
+// Standard base64 (with padding) of `size` bytes.
+std::string base64(const void* bytes, std::size_t size);
+
+struct ReportPage {
+  std::string title;      // plain text; escaped when written
+  std::string kind;       // "report" or "trend": the body's class
+  std::string data_json;  // the data document, plain JSON
+  std::string generator;  // "cncprobe 0.1.0"
+};
+
+// Writes the page; every script carries a fresh nonce that the page's content security policy
+// requires, so markup smuggled into the page could not run a script even if it escaped escaping.
+void write_report_page(const ReportPage& page, Output& out);
+
+}  // namespace tool

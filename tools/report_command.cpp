@@ -1,0 +1,120 @@
+// cncprobe report: one results file as a self-contained HTML inspection report, or several runs
+// of the same program as a trend report.
+#include "tools/report_command.h"
+
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cncprobe/foundation/input_file.h"
+#include "tools/commands.h"
+#include "tools/report/report_data.h"
+#include "tools/report/report_page.h"
+
+namespace tool {
+
+namespace {
+
+// "/jobs/run 3.txt" -> "run 3.html": the input's base name, in the current directory.
+std::string default_output(const std::string& input) {
+  std::string base = input.substr(input.find_last_of("/\\") + 1);
+  const std::size_t dot = base.find_last_of('.');
+  if (dot != std::string::npos && dot > 0) base.erase(dot);
+  if (base.empty() || base == "." || base == "..") base = "report";
+  return base + ".html";
+}
+
+void error_line(const std::string& text) {
+  const std::string line = "cncprobe: " + printable_text(text) + "\n";
+  std::fwrite(line.data(), 1, line.size(), stderr);
+  std::fflush(stderr);
+}
+
+kptInputFile read_input(const std::string& file) {
+  if (file == "-") return kptInputFile::read(std::cin);
+  return kptInputFile::read(utString(std::string_view(file)));
+}
+
+}  // namespace
+
+int run_report(ReportOptions options, Output& out) {
+  const bool trend = options.files.size() > 1;
+  if (options.output.empty()) {
+    if (!trend && options.files.front() == "-") {
+      error_line(
+          "report: -o FILE.html is needed when the results file is read from standard input");
+      return kExitUsage;
+    }
+    options.output = trend ? "trend.html" : default_output(options.files.front());
+  }
+
+  std::vector<kptInputFile> inputs;
+  for (const std::string& file : options.files) {
+    inputs.push_back(read_input(file));
+    if (!inputs.back().ok()) {
+      error_line(file + ": " + kpt_input_problem_text(inputs.back().problem()));
+      return kExitUnreadable;
+    }
+  }
+
+  const SettingsOutcome settings = read_settings(options);
+  const ReportData data = trend ? trend_report_data(options, settings, inputs)
+                                : single_report_data(options, settings, inputs.front(),
+                                                     file_date(options.files.front()));
+
+  std::FILE* stream = std::fopen(options.output.c_str(), "wb");
+  if (!stream) {
+    error_line(options.output + ": cannot be written");
+    return kExitFailure;
+  }
+  {
+    Output page_out(stream);
+    write_report_page({data.title, trend ? "trend" : "report", data.json, options.generator},
+                      page_out);
+    page_out.flush();
+  }
+  if (std::fclose(stream) != 0) {
+    error_line(options.output + ": cannot be written");
+    return kExitFailure;
+  }
+  out.write(options.output);
+  out.write('\n');
+
+  if (!settings.problem.empty()) {
+    error_line(options.settings_file + ": " + settings.problem +
+               "; the default settings were used");
+    return kExitProblem;
+  }
+  return data.extraction_succeeded ? kExitSuccess : kExitProblem;
+}
+
+void add_report_command(CLI::App& app, CommandSet& commands) {
+  auto options = std::make_shared<ReportOptions>();
+  auto true_position = std::make_shared<std::string>("diametral");
+  options->generator = std::string("cncprobe ") + CNCPROBE_TOOL_VERSION;
+  CLI::App* report = app.add_subcommand(
+      "report", "Write a self-contained HTML inspection report (several runs: a trend report)");
+  report
+      ->add_option("FILE", options->files,
+                   "The results file (- for standard input), or several runs of one program")
+      ->required();
+  add_units_option(*report, options->units, "The units the files were written in (default mm)");
+  report->add_option("--settings", options->settings_file,
+                     "Inspection settings: digits of the values and the confetti diameter");
+  report->add_option("-o,--output", options->output,
+                     "The page to write (default: the input's base name with .html; trend.html)");
+  report
+      ->add_option("--true-position", *true_position,
+                   "A TP tolerance read as a diametral zone (default) or a radial limit")
+      ->check(CLI::IsMember({"diametral", "radial"}));
+  commands.add(report, "report   FILE...  [--units mm|in] [--settings FILE.xml] [-o FILE.html]",
+               [options, true_position](Output& out) {
+                 ReportOptions chosen = *options;
+                 chosen.convention = *true_position == "radial" ? kptZoneRadial : kptZoneDiametral;
+                 return run_report(std::move(chosen), out);
+               });
+}
+
+}  // namespace tool
