@@ -58,7 +58,17 @@ kptResultsExtractionStatus kptResultsDataExtractor::extract_data(const utString&
 
 kptResultsExtractionStatus kptResultsDataExtractor::extract_data(const utString& file_name,
                                                                  const kptUnits& units) {
-  const kptResultsFileCursor cursor(file_name);
+  // Read in blocks straight into the lines, so a large file is not held twice.
+  kptInputStream stream = kptInputStream::open(file_name);
+  const kptResultsFileCursor cursor(stream);
+  input_problem_ = stream.problem();
+  return extract_data_from_cursor(cursor, units);
+}
+
+kptResultsExtractionStatus kptResultsDataExtractor::extract_data(const kptInputFile& input,
+                                                                 const kptUnits& units) {
+  const kptResultsFileCursor cursor(input);
+  input_problem_ = input.problem();
   return extract_data_from_cursor(cursor, units);
 }
 

@@ -21,6 +21,7 @@
 #include "cncprobe/events/results_file_parser_callback.h"
 #include "cncprobe/export.h"
 #include "cncprobe/extraction/output_transformation.h"
+#include "cncprobe/foundation/input_file.h"
 #include "cncprobe/foundation/results_file_cursor.h"
 #include "cncprobe/foundation/units.h"
 #include "cncprobe/platform/geometry/point2.h"
@@ -81,6 +82,14 @@ class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback
   // The same for a file printed in `units`; lengths are held in millimetres whatever the units.
   [[nodiscard]] kptResultsExtractionStatus extract_data(const utString& file_name,
                                                         const kptUnits& units);
+  // Extracts from an input already read (standard input, memory); same statuses as extract_data.
+  [[nodiscard]] kptResultsExtractionStatus extract_data(
+      const kptInputFile& input, const kptUnits& units = kptUnits(kptUnitsMillimetres));
+  // Why the last extract_data could not read its file; kptInputReadable when it was read (the
+  // extraction status alone says kptExtractionNoResults for an unreadable file, as it says for an
+  // empty one). A read error in the middle of a file is reported here although the lines before
+  // it were extracted.
+  [[nodiscard]] kptInputProblem input_problem() const noexcept { return input_problem_; }
 
   // An undefined iterator over the probe paths, in the order they were created. It refers to the
   // extractor's list and must not be used after the next extraction or START record.
@@ -170,6 +179,7 @@ class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback
   bool inside_run_ = false;
   unsigned int start_count_ = 0;
   kptResultsExtractionStatus status_ = kptExtractionSuccess;
+  kptInputProblem input_problem_ = kptInputReadable;
   // "Path <id> (<instance>): Inspection Point " of the newest probe path, built once per path so
   // that each point's label costs a single allocation.
   utString label_prefix_;

@@ -1,27 +1,78 @@
 // kptFileReferenceExtractor: opens a results file itself and scans it for the reference lines.
 #include "cncprobe/filereferences/file_reference_extractor.h"
 
-#include <fstream>
+#include <istream>
+#include <memory>
+#include <streambuf>
+#include <string_view>
 
 #include "cncprobe/filereferences/file_reference_parser.h"
 #include "cncprobe/platform/text/internal/string_encoding.h"
 #include "cncprobe/platform/text/internal/string_reader.h"
 
+namespace {
+// A stream over an open file, a block at a time: the scan of a large file without references
+// holds one block, not the file.
+class InputStreamBuffer : public std::streambuf {
+ public:
+  explicit InputStreamBuffer(kptInputStream& file) : file_(file) {}
+
+ protected:
+  int_type underflow() override {
+    if (gptr() < egptr()) return traits_type::to_int_type(*gptr());
+    const std::size_t got = file_.read_some(block_.get(), kBlockSize);
+    if (got == 0) return traits_type::eof();
+    setg(block_.get(), block_.get(), block_.get() + got);
+    return traits_type::to_int_type(*gptr());
+  }
+
+ private:
+  static constexpr std::size_t kBlockSize = 64 * 1024;
+  kptInputStream& file_;
+  std::unique_ptr<char[]> block_{new char[kBlockSize]};
+};
+
+// A stream over bytes already in memory, without copying them.
+class ViewStreamBuffer : public std::streambuf {
+ public:
+  explicit ViewStreamBuffer(std::string_view bytes) {
+    // The get area is only read from; streambuf merely wants non-const pointers.
+    char* begin = const_cast<char*>(bytes.data());
+    setg(begin, begin, begin + bytes.size());
+  }
+};
+}  // namespace
+
 apStatus kptFileReferenceExtractor::extract(const apPath& path) {
   // Forget first: a call that fails must not leave the references of an earlier file behind.
   forget_all();
-  // is_file before exists, and before opening: a FIFO or a device is refused here, so opening
-  // can never block waiting for a writer.
-  if (path.invalid() != 0 || path.is_file() == 0 || path.exists() == 0) return apStatus(0);
+  input_problem_ = kptInputReadError;  // until the name has been turned into an open file
+  if (path.invalid() != 0) return apStatus(0);
 
   const apIStringEncoding* encoding = apStringEncodingChooser().ut_encoding();
   int error = 0;
   const utString name = encoding->to_ut_string(path.string(), error);
   if (error != 0 || name.invalid()) return apStatus(0);
 
-  // Text mode, shared: the machine or another reader may have the file open at the same time.
-  std::ifstream stream(name.c_str(), std::ios_base::in);
-  if (stream.fail() || stream.bad()) return apStatus(0);
+  // Opened once, without blocking, and refused unless the open file is a regular file: a name
+  // swapped for a FIFO after a check could otherwise block the host. Not locked: the machine or
+  // another reader may have the file open at the same time.
+  kptInputStream file = kptInputStream::open(name);
+  input_problem_ = file.problem();
+  if (input_problem_ != kptInputReadable) return apStatus(0);
+  InputStreamBuffer buffer(file);
+  std::istream stream(&buffer);
+  const apStatus status = extract_from_stream(stream);
+  input_problem_ = file.problem();  // a read error part way keeps the references found before it
+  return status;
+}
+
+apStatus kptFileReferenceExtractor::extract(const kptInputFile& input) {
+  forget_all();
+  input_problem_ = input.problem();
+  if (!input.ok()) return apStatus(0);
+  ViewStreamBuffer buffer(input.bytes());
+  std::istream stream(&buffer);
   return extract_from_stream(stream);
 }
 

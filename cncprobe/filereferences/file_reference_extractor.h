@@ -18,6 +18,7 @@
 
 #include "cncprobe/export.h"
 #include "cncprobe/filereferences/results_file_version.h"
+#include "cncprobe/foundation/input_file.h"
 #include "cncprobe/platform/text/path.h"
 #include "cncprobe/platform/text/status.h"
 #include "cncprobe/platform/text/string.h"
@@ -35,10 +36,18 @@ class CNCPROBE_API kptFileReferenceExtractor {
   // could be opened, also when it holds no reference or reading stopped at a line that is not
   // UTF-8 text or is longer than kMaxLineBytes; the references found before that line are kept.
   // apStatus(0), with nothing found, when the path is not well formed, names no regular file
-  // (a directory, a FIFO, a device) or nothing at all, or the file cannot be opened.
+  // (a directory, a FIFO, a device) or nothing at all, or the file cannot be opened; then
+  // input_problem() says why. The file is read in blocks, so a large file without references
+  // is scanned in constant memory.
   [[nodiscard]] apStatus extract(const apPath& path);
   // Does exactly what extract does: all seven references, not only the file names.
   [[nodiscard]] apStatus extract_filenames(const apPath& path);
+  // The header references of an input already read (standard input, memory), by the same rules.
+  // apStatus(0), with nothing found, when the input could not be read (input.ok() is false).
+  [[nodiscard]] apStatus extract(const kptInputFile& input);
+  // Why the last extract could not read its file; kptInputReadable when it was read. A path that
+  // is not well formed or cannot be named to the file system is a read error.
+  [[nodiscard]] kptInputProblem input_problem() const noexcept { return input_problem_; }
 
   // Each reference as found on its line; an invalid utString when not found, a valid empty one
   // when its keyword was followed only by blanks or asterisks.
@@ -71,4 +80,5 @@ class CNCPROBE_API kptFileReferenceExtractor {
   utString document_version_;
   utString document_id_;
   utString model_version_;
+  kptInputProblem input_problem_ = kptInputReadable;
 };

@@ -1,12 +1,7 @@
 // kptResultsFileCursor: reading a results file into its list of lines, and stepping through it.
 #include "cncprobe/foundation/results_file_cursor.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -115,6 +110,17 @@ kptResultsFileCursor::kptResultsFileCursor(const utString& file_name) : kptResul
   read_file(file_name);
 }
 
+kptResultsFileCursor::kptResultsFileCursor(const kptInputFile& input) : kptResultsFileCursor() {
+  const std::string_view bytes = input.bytes();
+  LineSplitter splitter(*lines_);
+  splitter.feed(bytes.data(), bytes.data() + bytes.size());
+  splitter.finish();
+}
+
+kptResultsFileCursor::kptResultsFileCursor(kptInputStream& stream) : kptResultsFileCursor() {
+  read_stream(stream);
+}
+
 kptResultsFileCursor::kptResultsFileCursor(std::initializer_list<utString> lines)
     : kptResultsFileCursor() {
   for (const utString& line : lines) {
@@ -125,33 +131,24 @@ kptResultsFileCursor::kptResultsFileCursor(std::initializer_list<utString> lines
 bool kptResultsFileCursor::operator++() noexcept { return ++position_; }
 
 void kptResultsFileCursor::read_file(const utString& file_name) {
-  if (file_name.invalid()) return;
-  // Only a regular file is read. A FIFO would block the host until a writer came, and a device
-  // such as a terminal or a random source never ends; both give a cursor without lines, as a
-  // missing file does. Opening without blocking and asking the open file itself leaves no gap
-  // in which the name could be swapped for something else; and opening a terminal by mistake
-  // must not make it the host's controlling terminal.
-  const int fd = ::open(file_name.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-  if (fd < 0) return;
-  struct stat info {};
-  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
-    ::close(fd);
-    return;
-  }
+  // A file that cannot be opened or is no regular file gives no lines, as a missing file does.
+  kptInputStream stream = kptInputStream::open(file_name);
+  read_stream(stream);
+}
+
+void kptResultsFileCursor::read_stream(kptInputStream& stream) {
+  if (stream.problem() != kptInputReadable) return;
   // A small file needs no large buffer; a large one is read a chunk at a time.
-  const std::size_t size = info.st_size > 0 ? static_cast<std::size_t>(info.st_size) : 0;
-  const std::size_t chunk_size = std::clamp<std::size_t>(size + 1, 4096, kChunkSize);
+  const std::size_t chunk_size = std::clamp<std::size_t>(stream.size_hint() + 1, 4096, kChunkSize);
   const std::unique_ptr<char[]> chunk(new char[chunk_size]);
   LineSplitter splitter(*lines_);
   // The end of the file or a read error ends the reading; the lines read so far, the last one
   // included, are kept.
   for (;;) {
-    const ssize_t got = ::read(fd, chunk.get(), chunk_size);
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) break;
+    const std::size_t got = stream.read_some(chunk.get(), chunk_size);
+    if (got == 0) break;
     splitter.feed(chunk.get(), chunk.get() + got);
   }
-  ::close(fd);
   splitter.finish();
 }
 

@@ -15,6 +15,7 @@
 #include <memory>
 
 #include "cncprobe/export.h"
+#include "cncprobe/foundation/input_file.h"
 #include "cncprobe/platform/text/string.h"
 #include "cncprobe/platform/text/string_list.h"
 
@@ -25,6 +26,13 @@ class CNCPROBE_API kptResultsFileCursor {
   // current C locale's encoding are dropped; a last line without a line end is kept. A file that
   // cannot be opened or read (missing, a directory, no permission) gives no lines.
   explicit kptResultsFileCursor(const utString& file_name);
+  // The lines of an input already read, by the same rules. An input that could not be read holds
+  // no bytes, or those read before a read error, and gives those lines.
+  explicit kptResultsFileCursor(const kptInputFile& input);
+  // The lines of the rest of an opened file, by the same rules; read in blocks, so the file is
+  // never held whole beside its lines. The stream is at its end afterwards, and its problem()
+  // says whether a read failed.
+  explicit kptResultsFileCursor(kptInputStream& stream);
   // The given lines in order, without the empty ones, standing before the first line.
   kptResultsFileCursor(std::initializer_list<utString> lines);
 
@@ -63,6 +71,8 @@ class CNCPROBE_API kptResultsFileCursor {
 
   // Appends the lines of the named file to the list (see the file-name constructor).
   void read_file(const utString& file_name);
+  // Appends the lines of the rest of an opened file.
+  void read_stream(kptInputStream& stream);
 
   // Reads one line from `stream`: the bytes up to the next NUL, line feed or carriage return (which
   // is consumed) or to the end of the stream. Returns the empty string when the line fails the

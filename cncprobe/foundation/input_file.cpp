@@ -1,0 +1,153 @@
+// kptInputStream and kptInputFile on POSIX open, fstat and read.
+#include "cncprobe/foundation/input_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <istream>
+#include <utility>
+
+namespace {
+// Whole files are read in blocks of this size at most.
+constexpr std::size_t kBlockSize = std::size_t{1} << 20;
+
+kptInputProblem problem_of_errno(int error) noexcept {
+  switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+      return kptInputMissing;
+    case EISDIR:
+      return kptInputDirectory;
+    case EACCES:
+    case EPERM:
+      return kptInputPermissionDenied;
+    case ENXIO:  // a socket, or a device without its hardware
+      return kptInputNotRegularFile;
+    default:  // a name too long, a loop of links, no descriptors left...
+      return kptInputReadError;
+  }
+}
+}  // namespace
+
+const char* kpt_input_problem_text(kptInputProblem problem) noexcept {
+  switch (problem) {
+    case kptInputReadable:
+      return "";
+    case kptInputMissing:
+      return "no such file";
+    case kptInputDirectory:
+      return "is a directory";
+    case kptInputNotRegularFile:
+      return "not a regular file";
+    case kptInputPermissionDenied:
+      return "permission denied";
+    case kptInputReadError:
+      break;
+  }
+  return "read error";
+}
+
+kptInputStream kptInputStream::open(const utString& file_name) {
+  kptInputStream stream;
+  // A name the file system cannot be given (no name at all, or one cut short by a NUL) is refused
+  // here rather than opening some other file.
+  if (file_name.invalid() || file_name.view().find('\0') != std::string_view::npos) return stream;
+  // Without blocking: opening a FIFO for reading would otherwise wait for a writer. Without
+  // becoming the host's controlling terminal should the name be one.
+  const int fd = ::open(file_name.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (fd < 0) {
+    stream.problem_ = problem_of_errno(errno);
+    return stream;
+  }
+  struct stat info {};
+  if (::fstat(fd, &info) != 0) {
+    stream.problem_ = kptInputReadError;
+  } else if (S_ISDIR(info.st_mode)) {
+    stream.problem_ = kptInputDirectory;
+  } else if (!S_ISREG(info.st_mode)) {
+    stream.problem_ = kptInputNotRegularFile;
+  } else {
+    stream.descriptor_ = fd;
+    stream.problem_ = kptInputReadable;
+    stream.size_hint_ = info.st_size > 0 ? static_cast<std::size_t>(info.st_size) : 0;
+    return stream;
+  }
+  ::close(fd);
+  return stream;
+}
+
+kptInputStream::kptInputStream(kptInputStream&& other) noexcept
+    : descriptor_(std::exchange(other.descriptor_, -1)),
+      problem_(other.problem_),
+      size_hint_(other.size_hint_) {}
+
+kptInputStream& kptInputStream::operator=(kptInputStream&& other) noexcept {
+  if (this != &other) {
+    close();
+    descriptor_ = std::exchange(other.descriptor_, -1);
+    problem_ = other.problem_;
+    size_hint_ = other.size_hint_;
+  }
+  return *this;
+}
+
+kptInputStream::~kptInputStream() { close(); }
+
+void kptInputStream::close() noexcept {
+  if (descriptor_ >= 0) ::close(descriptor_);
+  descriptor_ = -1;
+}
+
+std::size_t kptInputStream::read_some(char* buffer, std::size_t size) noexcept {
+  if (descriptor_ < 0 || size == 0) return 0;
+  for (;;) {
+    const ssize_t got = ::read(descriptor_, buffer, size);
+    if (got >= 0) return static_cast<std::size_t>(got);
+    if (errno == EINTR) continue;
+    // The lines read so far stay with the reader; nothing more is read from this file.
+    problem_ = kptInputReadError;
+    close();
+    return 0;
+  }
+}
+
+kptInputFile kptInputFile::read(const utString& file_name) {
+  kptInputStream stream = kptInputStream::open(file_name);
+  std::string bytes;
+  if (stream.problem() != kptInputReadable) return kptInputFile(stream.problem(), std::move(bytes));
+  // The size at opening is only a hint: the machine may still be writing the file.
+  bytes.resize(std::max<std::size_t>(stream.size_hint() + 1, 4096));
+  std::size_t used = 0;
+  for (;;) {
+    if (used == bytes.size()) bytes.resize(bytes.size() + std::min(bytes.size(), kBlockSize));
+    const std::size_t got = stream.read_some(bytes.data() + used, bytes.size() - used);
+    if (got == 0) break;
+    used += got;
+  }
+  bytes.resize(used);
+  return kptInputFile(stream.problem(), std::move(bytes));
+}
+
+kptInputFile kptInputFile::read(std::istream& stream) {
+  std::string bytes;
+  if (!stream.good()) return kptInputFile(kptInputReadError, std::move(bytes));
+  // A host's stream may be set to throw; whatever it throws is a read error here.
+  try {
+    char block[64 * 1024];
+    while (stream.read(block, sizeof block) || stream.gcount() > 0) {
+      bytes.append(block, static_cast<std::size_t>(stream.gcount()));
+      if (!stream) break;
+    }
+    if (stream.bad()) return kptInputFile(kptInputReadError, std::move(bytes));
+  } catch (...) {
+    return kptInputFile(kptInputReadError, std::move(bytes));
+  }
+  return kptInputFile(kptInputReadable, std::move(bytes));
+}
+
+kptInputFile kptInputFile::from_text(std::string text) {
+  return kptInputFile(kptInputReadable, std::move(text));
+}

@@ -1,0 +1,135 @@
+// Tests of kptInputFile and kptInputStream: why an input could not be read, and what is read.
+#include "cncprobe/foundation/input_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <functional>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+#include "tests/support/scratch_directory.h"
+
+namespace {
+struct Reason {
+  const char* what;
+  // Makes the input in `dir` and returns its name.
+  std::function<std::string(const ScratchDirectory& dir)> make;
+  kptInputProblem problem;
+  std::string bytes;
+};
+
+std::string fifo(const ScratchDirectory& dir) {
+  const std::string name = dir.file("pipe");
+  EXPECT_EQ(::mkfifo(name.c_str(), 0600), 0) << std::strerror(errno);
+  return name;
+}
+
+std::string socket_file(const ScratchDirectory& dir) {
+  const std::string name = dir.file("sock");
+  const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, name.c_str(), sizeof address.sun_path - 1);
+  EXPECT_EQ(::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  ::close(fd);  // the name stays in the directory
+  return name;
+}
+}  // namespace
+
+TEST(InputFile, EveryReasonAFileNameCanGive) {
+  const std::string big(3 << 20, 'x');  // more than one block
+  const Reason reasons[] = {
+      {"regular file", [](auto& d) { return d.write("run.res", "START\r\nEND"); }, kptInputReadable,
+       "START\r\nEND"},
+      {"large file", [&](auto& d) { return d.write("big.res", big); }, kptInputReadable, big},
+      {"empty file", [](auto& d) { return d.write("empty.res", ""); }, kptInputReadable, ""},
+      {"missing", [](auto& d) { return d.file("none.res"); }, kptInputMissing, ""},
+      {"below a file", [](auto& d) { return d.write("f", "x") + "/run.res"; }, kptInputMissing, ""},
+      {"empty name", [](auto&) { return std::string(); }, kptInputMissing, ""},
+      {"directory", [](auto& d) { return d.path().string(); }, kptInputDirectory, ""},
+      {"FIFO without a writer", fifo, kptInputNotRegularFile, ""},
+      {"device", [](auto&) { return std::string("/dev/null"); }, kptInputNotRegularFile, ""},
+      {"socket", socket_file, kptInputNotRegularFile, ""},
+      {"name not UTF-8", [](auto& d) { return d.write("caf\xE9.res", "A"); }, kptInputReadable,
+       "A"},
+      {"name too long", [](auto& d) { return d.file(std::string(5000, 'n')); }, kptInputReadError,
+       ""},
+  };
+  for (const Reason& reason : reasons) {
+    SCOPED_TRACE(reason.what);
+    const ScratchDirectory dir;
+    const std::string name = reason.make(dir);
+    const kptInputFile input = kptInputFile::read(utString(name));
+    EXPECT_EQ(input.problem(), reason.problem);
+    EXPECT_EQ(input.ok(), reason.problem == kptInputReadable);
+    EXPECT_EQ(input.bytes(), reason.bytes);
+    const kptInputStream stream = kptInputStream::open(utString(name));
+    EXPECT_EQ(stream.problem(), reason.problem);
+  }
+}
+
+TEST(InputFile, NamesThatCannotBeGivenToTheFileSystemAreReadErrors) {
+  const ScratchDirectory dir;
+  const std::string name = dir.write("run.res", "A");
+  EXPECT_EQ(kptInputFile::read(utString()).problem(), kptInputReadError);
+  // A NUL would cut the name short and open another file ("run.res" here).
+  EXPECT_EQ(kptInputFile::read(utString(name + std::string("\0.bak", 5))).problem(),
+            kptInputReadError);
+}
+
+TEST(InputFile, PermissionDenied) {
+  if (::geteuid() == 0) GTEST_SKIP() << "root reads files whatever their permissions";
+  const ScratchDirectory dir;
+  const std::string name = dir.write("secret.res", "A");
+  ASSERT_EQ(::chmod(name.c_str(), 0), 0);
+  EXPECT_EQ(kptInputFile::read(utString(name)).problem(), kptInputPermissionDenied);
+  EXPECT_EQ(kptInputFile::read(utString(name)).bytes(), "");
+}
+
+TEST(InputFile, StreamsAndText) {
+  std::istringstream text(std::string("A\0B\n", 4));
+  const kptInputFile from_stream = kptInputFile::read(text);
+  EXPECT_TRUE(from_stream.ok());
+  EXPECT_EQ(from_stream.bytes(), std::string_view("A\0B\n", 4));
+
+  std::istringstream failed("A");
+  failed.setstate(std::ios_base::badbit);
+  EXPECT_EQ(kptInputFile::read(failed).problem(), kptInputReadError);
+
+  // A stream whose buffer fails part way, and one set to throw when it does.
+  struct Failing : std::streambuf {
+    int calls = 0;
+    int_type underflow() override {
+      if (calls++ > 0) throw std::runtime_error("device gone");
+      setg(block, block, block + 2);
+      return traits_type::to_int_type(block[0]);
+    }
+    char block[2] = {'O', 'K'};
+  };
+  Failing quiet;
+  std::istream breaks(&quiet);
+  EXPECT_EQ(kptInputFile::read(breaks).problem(), kptInputReadError);
+  Failing loud;
+  std::istream throws(&loud);
+  throws.exceptions(std::ios_base::badbit);
+  EXPECT_EQ(kptInputFile::read(throws).problem(), kptInputReadError);
+
+  const kptInputFile held = kptInputFile::from_text(std::string("x\0y", 3));
+  EXPECT_TRUE(held.ok());
+  EXPECT_EQ(held.bytes(), std::string_view("x\0y", 3));
+}
+
+TEST(InputFile, ProblemTexts) {
+  EXPECT_STREQ(kpt_input_problem_text(kptInputReadable), "");
+  EXPECT_STREQ(kpt_input_problem_text(kptInputMissing), "no such file");
+  EXPECT_STREQ(kpt_input_problem_text(kptInputDirectory), "is a directory");
+  EXPECT_STREQ(kpt_input_problem_text(kptInputNotRegularFile), "not a regular file");
+  EXPECT_STREQ(kpt_input_problem_text(kptInputPermissionDenied), "permission denied");
+  EXPECT_STREQ(kpt_input_problem_text(kptInputReadError), "read error");
+}
