@@ -34,6 +34,9 @@ inline constexpr int kExitFailure = 4;     // the tool itself failed (out of mem
 
 enum class Format { kText, kJson };
 
+// The FILE argument that names standard input (extract, refs); the documents label it so.
+inline constexpr const char* kStandardInput = "-";
+
 // Thrown by a command whose input cannot be read; main prints "cncprobe: FILE: REASON" and exits
 // with kExitUnreadable. Nothing has been printed on standard output when it is thrown.
 class UnreadableInput : public std::runtime_error {

@@ -1,11 +1,13 @@
 // cncprobe extract: every probe path and feature of a results file, as JSON or as tables.
 #include <cstdint>
+#include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "cncprobe/extraction/results_data_extractor.h"
+#include "cncprobe/foundation/input_file.h"
 #include "cncprobe/inspection/feature_check.h"
 #include "cncprobe/inspection/point_check.h"
 #include "cncprobe/inspection/status_text.h"
@@ -20,7 +22,6 @@
 #include "cncprobe/platform/model/surface_feature.h"
 #include "cncprobe/platform/model/toolpath_result.h"
 #include "tools/commands.h"
-#include "tools/input_file.h"
 #include "tools/json_writer.h"
 #include "tools/text_table.h"
 
@@ -565,12 +566,15 @@ void write_text(const ExtractOptions& options, const kptResultsDataExtractor& ex
 }
 
 int run_extract(const ExtractOptions& options, Output& out) {
-  if (const auto reason = unreadable_reason(options.file)) {
-    throw UnreadableInput(options.file, *reason);
-  }
   kptResultsDataExtractor extractor;
+  const kptUnits units(options.units);
   const kptResultsExtractionStatus status =
-      extractor.extract_data(utString(std::string_view(options.file)), kptUnits(options.units));
+      options.file == kStandardInput
+          ? extractor.extract_data(kptInputFile::read(std::cin), units)
+          : extractor.extract_data(utString(std::string_view(options.file)), units);
+  if (extractor.input_problem() != kptInputReadable) {
+    throw UnreadableInput(options.file, kpt_input_problem_text(extractor.input_problem()));
+  }
   if (options.format == Format::kJson) {
     write_json(options, extractor, status, out);
   } else {
@@ -585,7 +589,7 @@ void add_extract_command(CLI::App& app, CommandSet& commands) {
   auto options = std::make_shared<ExtractOptions>();
   CLI::App* extract =
       app.add_subcommand("extract", "Print every probe path and feature of a results file");
-  add_file_argument(*extract, "FILE", options->file, "The results file");
+  add_file_argument(*extract, "FILE", options->file, "The results file, - for standard input");
   add_units_option(*extract, options->units, "The units the file was written in (default mm)");
   add_format_option(*extract, options->format);
   extract->add_flag("--points", options->points, "Text: list every inspection point too");

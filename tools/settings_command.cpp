@@ -2,12 +2,12 @@
 #include <memory>
 #include <string>
 
+#include "cncprobe/foundation/input_file.h"
 #include "cncprobe/platform/text/path.h"
 #include "cncprobe/settings/inspection_settings.h"
 #include "cncprobe/settings/inspection_settings_error.h"
 #include "cncprobe/settings/inspection_settings_reader.h"
 #include "tools/commands.h"
-#include "tools/input_file.h"
 #include "tools/json_writer.h"
 
 namespace tool {
@@ -106,14 +106,23 @@ void write_text(const std::string& file, const kptInspectionSettingsError& error
 
 int run_settings(const SettingsOptions& options, Output& out) {
   const std::string& file = options.file;
-  if (const auto reason = unreadable_reason(file)) throw UnreadableInput(file, *reason);
+  // The XML reader opens the file by its name and would wait on a FIFO for a writer: the file is
+  // first opened the way every reader of the library opens its input, which refuses what is not
+  // a regular file and says why.
+  {
+    const kptInputStream input = kptInputStream::open(utString(std::string_view(file)));
+    if (input.problem() != kptInputReadable) {
+      throw UnreadableInput(file, kpt_input_problem_text(input.problem()));
+    }
+  }
   const apPath path(file);
-  if (path.invalid()) throw UnreadableInput(file, "the file name is not valid UTF-8");
   kptInspectionSettings settings;
   settings.set_input_units(kptUnits(options.units));
   const kptInspectionSettingsError error = kptInspectionSettingsReader::read(path, settings);
-  // The file passed the checks a moment ago; the reader refusing its path means it went away.
-  if (error == kptSettingsInvalidPath) throw UnreadableInput(file, "cannot be opened");
+  // The file opened a moment ago; the reader refusing its path means it went away since.
+  if (error == kptSettingsInvalidPath) {
+    throw UnreadableInput(file, kpt_input_problem_text(kptInputReadError));
+  }
   if (options.format == Format::kJson) {
     write_json(file, error, settings, out);
   } else {
