@@ -38,10 +38,6 @@ const char* code_name(kptInspectionSettingsErrorCode code) {
   return "unknown";
 }
 
-bool accepted(kptInspectionSettingsErrorCode code) {
-  return code == kptSettingsSuccess || code == kptSettingsNewerVersion;
-}
-
 void write_json(const std::string& file, const kptInspectionSettingsError& error,
                 const kptInspectionSettings& settings, Output& out) {
   JsonWriter json(out);
@@ -89,8 +85,8 @@ void write_text(const std::string& file, const kptInspectionSettingsError& error
   text += "Outcome:  " + std::string(code_name(error.code())) + " (" +
           std::to_string(error.code()) + ")\n";
   text += "Message:  " + printable_text(error.message().utf8()) + "\n";
-  text += accepted(error.code()) ? "Settings, as read from the file:\n"
-                                 : "Settings, untouched since the file was refused:\n";
+  text += settings_accepted(error.code()) ? "Settings, as read from the file:\n"
+                                          : "Settings, untouched since the file was refused:\n";
   const std::string units = units_name(settings.input_units().type());
   text += "  version              " + std::to_string(settings.version()) + "\n";
   text += "  input units          " + units + "\n";
@@ -106,6 +102,21 @@ void write_text(const std::string& file, const kptInspectionSettingsError& error
 
 int run_settings(const SettingsOptions& options, Output& out) {
   const std::string& file = options.file;
+  kptInspectionSettings settings;
+  settings.set_input_units(kptUnits(options.units));
+  const kptInspectionSettingsError error = read_settings_file(file, settings);
+  if (options.format == Format::kJson) {
+    write_json(file, error, settings, out);
+  } else {
+    write_text(file, error, settings, out);
+  }
+  return settings_accepted(error.code()) ? kExitSuccess : kExitProblem;
+}
+
+}  // namespace
+
+kptInspectionSettingsError read_settings_file(const std::string& file,
+                                              kptInspectionSettings& settings) {
   // The XML reader opens the file by its name and would wait on a FIFO for a writer: the file is
   // first opened the way every reader of the library opens its input, which refuses what is not
   // a regular file and says why.
@@ -115,23 +126,14 @@ int run_settings(const SettingsOptions& options, Output& out) {
       throw UnreadableInput(file, kpt_input_problem_text(input.problem()));
     }
   }
-  const apPath path(file);
-  kptInspectionSettings settings;
-  settings.set_input_units(kptUnits(options.units));
-  const kptInspectionSettingsError error = kptInspectionSettingsReader::read(path, settings);
+  const kptInspectionSettingsError error =
+      kptInspectionSettingsReader::read(apPath(file), settings);
   // The file opened a moment ago; the reader refusing its path means it went away since.
   if (error == kptSettingsInvalidPath) {
     throw UnreadableInput(file, kpt_input_problem_text(kptInputReadError));
   }
-  if (options.format == Format::kJson) {
-    write_json(file, error, settings, out);
-  } else {
-    write_text(file, error, settings, out);
-  }
-  return accepted(error.code()) ? kExitSuccess : kExitProblem;
+  return error;
 }
-
-}  // namespace
 
 void add_settings_command(CLI::App& app, CommandSet& commands) {
   auto options = std::make_shared<SettingsOptions>();
