@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -45,7 +47,7 @@ TEST(ToolExitCodes, EveryOutcome) {
       {"units on refs", {"refs", bracket, "--units", "in"}, 2, "cncprobe: "},
       {"missing results file", {"extract", missing}, 3, ": no such file"},
       {"directory", {"extract", CNCPROBE_EXAMPLES_DIR}, 3, ": is a directory"},
-      {"device", {"refs", "/dev/null"}, 3, ": is a device"},
+      {"device", {"refs", "/dev/null"}, 3, ": not a regular file"},
       {"empty file name", {"extract", ""}, 3, "no such file"},
   };
   for (const ExitCase& c : cases) {
@@ -81,10 +83,58 @@ TEST(ToolExitCodes, FifoAndUnreadableFilesAreRefused) {
     const ToolRun run = run_tool({command, fifo}, "", 20);
     EXPECT_FALSE(run.timed_out);
     EXPECT_EQ(run.exit_code, 3);
-    EXPECT_EQ(run.err, "cncprobe: " + fifo + ": is a FIFO (named pipe), not a regular file\n");
+    EXPECT_EQ(run.err, "cncprobe: " + fifo + ": not a regular file\n");
     if (geteuid() == 0) continue;  // root reads every file
     EXPECT_EQ(run_tool({command, locked}).err, "cncprobe: " + locked + ": permission denied\n");
   }
+}
+
+// A file that exists under a name that is not UTF-8: extract opens it by its bytes and reads it;
+// refs and settings cannot name it to the file system, and say so as an unreadable input (3),
+// not as a failure of the tool (4).
+TEST(ToolExitCodes, FileNameThatIsNotUtf8) {
+  TempDir dir;
+  std::string results, settings;
+  {
+    std::ifstream in(example("bracket_mm.txt"), std::ios::binary);
+    results = dir.write("run\xFF.txt", std::string(std::istreambuf_iterator<char>(in), {}));
+  }
+  {
+    std::ifstream in(example("bracket_settings.xml"), std::ios::binary);
+    settings = dir.write("job\xFF.xml", std::string(std::istreambuf_iterator<char>(in), {}));
+  }
+  const std::string shown = (dir.path() / "run\xEF\xBF\xBD.txt").string();
+  const ToolRun extract = run_tool({"extract", results});
+  EXPECT_EQ(extract.exit_code, 0);
+  EXPECT_NE(extract.out.find("File:          " + shown), std::string::npos) << extract.out;
+  const ToolRun refs = run_tool({"refs", results});
+  EXPECT_EQ(refs.exit_code, 3);
+  EXPECT_EQ(refs.err, "cncprobe: " + shown + ": read error\n");
+  const ToolRun read_settings = run_tool({"settings", settings});
+  EXPECT_EQ(read_settings.exit_code, 3);
+  EXPECT_EQ(line_count(read_settings.err), 1u) << read_settings.err;
+  EXPECT_EQ(read_settings.out, "");
+}
+
+// Standard input read with FILE "-", labelled "-"; an empty input is read (it holds no results),
+// not refused.
+TEST(ToolExitCodes, StandardInput) {
+  const std::string bracket = example("bracket_mm.txt");
+  for (const char* command : {"extract", "refs"}) {
+    SCOPED_TRACE(command);
+    const ToolRun piped = run_tool({command, "-", "--format", "json"}, "", 30, bracket);
+    const ToolRun named = run_tool({command, bracket, "--format", "json"});
+    EXPECT_EQ(piped.exit_code, named.exit_code);
+    nlohmann::json from_stdin = parse_json(piped);
+    nlohmann::json from_file = parse_json(named);
+    EXPECT_EQ(from_stdin["file"], "-");
+    from_stdin.erase("file");
+    from_file.erase("file");
+    EXPECT_EQ(from_stdin, from_file);
+  }
+  const ToolRun empty = run_tool({"extract", "-", "--format", "json"});
+  EXPECT_EQ(empty.exit_code, 1);
+  EXPECT_EQ(parse_json(empty)["status"]["name"], "no_results");
 }
 
 // Output that cannot be written is a failure of the tool, not a success with nothing printed.

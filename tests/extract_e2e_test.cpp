@@ -110,13 +110,75 @@ TEST(ExtractText, BracketSummaryAndFeatureRow) {
   EXPECT_NE(run.out.find(
                 "Results:       13: 10 features, 3 probe paths holding 10 points (10 measured)\n"),
             std::string::npos);
-  EXPECT_NE(run.out.find("  2  2 (1)          3         3            +0.0080"), std::string::npos)
+  EXPECT_NE(run.out.find("  2  2 (1)          3         3        0             +0.008  in\n"),
+            std::string::npos)
       << run.out;
+  // The dowel hole's centre is 0.0655 off under TOL TP 0.050: out, and marked so.
+  EXPECT_NE(run.out.find("centre offset        -        -      0.065   TP 0.050  OUT\n"),
+            std::string::npos)
+      << run.out;
+  EXPECT_NE(run.out.find("Verdict:       FAIL\n"), std::string::npos);
+  EXPECT_NE(run.out.find("True position: diametral"), std::string::npos);
   // One row per probe path unless --points asks for every point.
   EXPECT_EQ(run.out.find("Inspection Point"), std::string::npos);
   EXPECT_NE(
       run_tool({"extract", example("bracket_mm.txt"), "--points"}).out.find("Inspection Point"),
       std::string::npos);
+}
+
+// The verdict options: the convention changes verdicts, --fail-on-reject the exit code, a
+// settings file the digits, and a settings file that is refused is one error line, the defaults
+// and exit 1.
+TEST(ExtractVerdicts, Options) {
+  const std::string bracket = example("bracket_mm.txt");
+  const std::string refused = example("settings_invalid.xml");
+  const struct {
+    std::vector<std::string> args;
+    int exit_code;
+    const char* out;  // a text standard output holds
+    const char* err;  // a text standard error holds; "" when it must be empty
+  } cases[] = {
+      {{}, 0, "Worst check:   #5 centre offset 0.065 against TP 0.050: OUT, 2.61840", ""},
+      {{"--fail-on-reject"}, 1, "Verdict:       FAIL\n", ""},
+      {{"--true-position", "radial"}, 0, "OUT, 1.30920 of the tolerance used", ""},
+      {{"--settings", test_data("settings/valid_inches.xml")}, 0, "0.0655 against TP 0.0500", ""},
+      {{"--settings", refused},
+       1,
+       "0.065 against TP 0.050",
+       "(the default inspection settings are used)\n"},
+      {{"--settings", example("no_such.xml")}, 1, "Verdict:", ": no such file (the default"},
+      {{"--true-position", "square"}, 2, "", "--true-position"},
+  };
+  for (const auto& c : cases) {
+    std::vector<std::string> args = {"extract", bracket};
+    args.insert(args.end(), c.args.begin(), c.args.end());
+    SCOPED_TRACE(args.back());
+    const ToolRun run = run_tool(args);
+    EXPECT_EQ(run.exit_code, c.exit_code);
+    EXPECT_NE(run.out.find(c.out), std::string::npos) << run.out;
+    if (*c.err == '\0') {
+      EXPECT_EQ(run.err, "");
+    } else {
+      EXPECT_EQ(run.err.rfind("cncprobe: ", 0), 0u) << run.err;
+      EXPECT_NE(run.err.find(c.err), std::string::npos) << run.err;
+    }
+  }
+  // A file that passes everything passes --fail-on-reject.
+  EXPECT_EQ(
+      run_tool({"extract", test_data("extraction/inch_circle.res"), "--fail-on-reject"}).exit_code,
+      0);
+}
+
+TEST(ExtractVerdicts, RadialConventionInJson) {
+  const json doc = parse_json(run_tool(
+      {"extract", example("bracket_mm.txt"), "--format", "json", "--true-position", "radial"}));
+  EXPECT_EQ(doc["summary"]["convention"], "radial");
+  // The wall of width tolerance 0.040 stays out whatever the convention; the dowel hole too.
+  EXPECT_EQ(doc["summary"]["checks_out"], 2);
+  const json& dowel = doc["results"][4]["checks"][1];
+  EXPECT_EQ(dowel["quantity"], "centre_offset");
+  EXPECT_EQ(dowel["verdict"], "out");
+  expect_json_near(dowel["tolerance_used"], 0.06545991139622402 / 0.05);
 }
 
 }  // namespace

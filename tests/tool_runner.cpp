@@ -25,7 +25,7 @@ std::string quoted(const std::string& text) {
 }  // namespace
 
 ToolRun run_tool(const std::vector<std::string>& args, const std::string& stdout_path,
-                 int timeout_seconds) {
+                 int timeout_seconds, const std::string& stdin_path) {
   TempDir capture;
   const std::string out = stdout_path.empty() ? (capture.path() / "out").string() : stdout_path;
   const std::string err = (capture.path() / "err").string();
@@ -33,7 +33,7 @@ ToolRun run_tool(const std::vector<std::string>& args, const std::string& stdout
   std::string command =
       "timeout -s KILL " + std::to_string(timeout_seconds) + " " + quoted(CNCPROBE_TOOL_PATH);
   for (const std::string& arg : args) command += " " + quoted(arg);
-  command += " </dev/null >" + quoted(out) + " 2>" + quoted(err);
+  command += " <" + quoted(stdin_path) + " >" + quoted(out) + " 2>" + quoted(err);
   const int status = std::system(command.c_str());
   ToolRun run;
   const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;

@@ -15,10 +15,11 @@ struct ToolRun {
   std::string err;
 };
 
-// Runs the tool with `args`, standard input from /dev/null, standard output to `stdout_path` when
-// given (e.g. /dev/full). A run longer than `timeout_seconds` is killed and reported as timed out.
+// Runs the tool with `args`, standard input from `stdin_path` (/dev/null by default), standard
+// output to `stdout_path` when given (e.g. /dev/full). A run longer than `timeout_seconds` is
+// killed and reported as timed out.
 ToolRun run_tool(const std::vector<std::string>& args, const std::string& stdout_path = "",
-                 int timeout_seconds = 120);
+                 int timeout_seconds = 120, const std::string& stdin_path = "/dev/null");
 
 // The standard output as one JSON document; a test failure (and null) when it is not one.
 nlohmann::json parse_json(const ToolRun& run);

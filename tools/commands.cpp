@@ -1,13 +1,21 @@
 // The command set and the options shared by the cncprobe tool's commands.
 #include "tools/commands.h"
 
+#include <cstdio>
 #include <map>
 
 namespace tool {
 
+void error_line(const std::string& text) {
+  const std::string line = "cncprobe: " + printable_text(text) + "\n";
+  std::fwrite(line.data(), 1, line.size(), stderr);
+  std::fflush(stderr);
+}
+
 std::string CommandSet::usage() const {
   std::string text;
   for (const Command& command : commands_) {
+    // A usage of several lines continues under the first.
     text += (text.empty() ? "usage: cncprobe " : "       cncprobe ") + command.usage + "\n";
   }
   text += "       cncprobe --help | --version\n";

@@ -21,6 +21,8 @@
 #include <vector>
 
 #include "cncprobe/foundation/units.h"
+#include "cncprobe/settings/inspection_settings.h"
+#include "cncprobe/settings/inspection_settings_error.h"
 #include "tools/output.h"
 
 namespace tool {
@@ -34,13 +36,24 @@ inline constexpr int kExitFailure = 4;     // the tool itself failed (out of mem
 
 enum class Format { kText, kJson };
 
+// The FILE argument that names standard input (extract, refs); the documents label it so.
+inline constexpr const char* kStandardInput = "-";
+
 // Thrown by a command whose input cannot be read; main prints "cncprobe: FILE: REASON" and exits
 // with kExitUnreadable. Nothing has been printed on standard output when it is thrown.
 class UnreadableInput : public std::runtime_error {
  public:
   UnreadableInput(const std::string& file, const std::string& reason)
-      : std::runtime_error(file + ": " + reason) {}
+      : std::runtime_error(file + ": " + reason), reason_(reason) {}
+  // The reason alone, without the file name.
+  const std::string& reason() const noexcept { return reason_; }
+
+ private:
+  std::string reason_;
 };
+
+// One line "cncprobe: TEXT" on standard error, whatever bytes the text holds.
+void error_line(const std::string& text);
 
 // What a command does once the command line is parsed: prints to `out`, returns the exit code.
 using CommandAction = std::function<int(Output& out)>;
@@ -81,6 +94,16 @@ void add_file_argument(CLI::App& command, const std::string& name, std::string& 
 void add_format_option(CLI::App& command, Format& format);
 // --units mm|in, default mm; `description` says what the units apply to.
 void add_units_option(CLI::App& command, kptUnitsType& units, const std::string& description);
+
+// Reads an inspection-settings XML file into `settings`, whose input units the caller has set;
+// throws UnreadableInput when the file cannot be opened. The reader leaves `settings` untouched
+// when it refuses the file.
+kptInspectionSettingsError read_settings_file(const std::string& file,
+                                              kptInspectionSettings& settings);
+// The reader's outcome leaves settings to use: success or a newer version.
+inline bool settings_accepted(kptInspectionSettingsErrorCode code) {
+  return code == kptSettingsSuccess || code == kptSettingsNewerVersion;
+}
 
 // "mm" or "in".
 inline const char* units_name(kptUnitsType units) { return units == kptUnitsInches ? "in" : "mm"; }

@@ -13,12 +13,7 @@
 
 namespace {
 
-// One line on standard error, whatever the text holds.
-void error_line(const std::string& text) {
-  const std::string line = "cncprobe: " + tool::printable_text(text) + "\n";
-  std::fwrite(line.data(), 1, line.size(), stderr);
-  std::fflush(stderr);
-}
+using tool::error_line;
 
 int run(int argc, char** argv) {
   CLI::App app(

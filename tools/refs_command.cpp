@@ -1,4 +1,5 @@
 // cncprobe refs: the reference lines of a results file's header.
+#include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -6,9 +7,9 @@
 
 #include "cncprobe/filereferences/file_reference_extractor.h"
 #include "cncprobe/filereferences/results_file_version.h"
+#include "cncprobe/foundation/input_file.h"
 #include "cncprobe/platform/text/path.h"
 #include "tools/commands.h"
-#include "tools/input_file.h"
 #include "tools/json_writer.h"
 
 namespace tool {
@@ -105,12 +106,10 @@ void write_text(const std::string& file, const kptFileReferenceExtractor& refs, 
 
 int run_refs(const RefsOptions& options, Output& out) {
   const std::string& file = options.file;
-  if (const auto reason = unreadable_reason(file)) throw UnreadableInput(file, *reason);
-  const apPath path(file);
-  if (path.invalid()) throw UnreadableInput(file, "the file name is not valid UTF-8");
   kptFileReferenceExtractor refs;
-  const apStatus status = refs.extract(path);
-  if (!status.ok()) throw UnreadableInput(file, "cannot be opened");
+  const apStatus status = file == kStandardInput ? refs.extract(kptInputFile::read(std::cin))
+                                                 : refs.extract(apPath(file));
+  if (!status.ok()) throw UnreadableInput(file, kpt_input_problem_text(refs.input_problem()));
   if (options.format == Format::kJson) {
     write_json(file, refs, status.value(), out);
   } else {
@@ -125,7 +124,7 @@ void add_refs_command(CLI::App& app, CommandSet& commands) {
   auto options = std::make_shared<RefsOptions>();
   CLI::App* refs =
       app.add_subcommand("refs", "Print the reference lines of a results file's header");
-  add_file_argument(*refs, "FILE", options->file, "The results file");
+  add_file_argument(*refs, "FILE", options->file, "The results file, - for standard input");
   add_format_option(*refs, options->format);
   commands.add(refs, "refs     FILE     [--format text|json]",
                [options](Output& out) { return run_refs(*options, out); });

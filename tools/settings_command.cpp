@@ -2,12 +2,12 @@
 #include <memory>
 #include <string>
 
+#include "cncprobe/foundation/input_file.h"
 #include "cncprobe/platform/text/path.h"
 #include "cncprobe/settings/inspection_settings.h"
 #include "cncprobe/settings/inspection_settings_error.h"
 #include "cncprobe/settings/inspection_settings_reader.h"
 #include "tools/commands.h"
-#include "tools/input_file.h"
 #include "tools/json_writer.h"
 
 namespace tool {
@@ -36,10 +36,6 @@ const char* code_name(kptInspectionSettingsErrorCode code) {
       return "invalid_settings";
   }
   return "unknown";
-}
-
-bool accepted(kptInspectionSettingsErrorCode code) {
-  return code == kptSettingsSuccess || code == kptSettingsNewerVersion;
 }
 
 void write_json(const std::string& file, const kptInspectionSettingsError& error,
@@ -89,8 +85,8 @@ void write_text(const std::string& file, const kptInspectionSettingsError& error
   text += "Outcome:  " + std::string(code_name(error.code())) + " (" +
           std::to_string(error.code()) + ")\n";
   text += "Message:  " + printable_text(error.message().utf8()) + "\n";
-  text += accepted(error.code()) ? "Settings, as read from the file:\n"
-                                 : "Settings, untouched since the file was refused:\n";
+  text += settings_accepted(error.code()) ? "Settings, as read from the file:\n"
+                                          : "Settings, untouched since the file was refused:\n";
   const std::string units = units_name(settings.input_units().type());
   text += "  version              " + std::to_string(settings.version()) + "\n";
   text += "  input units          " + units + "\n";
@@ -106,23 +102,38 @@ void write_text(const std::string& file, const kptInspectionSettingsError& error
 
 int run_settings(const SettingsOptions& options, Output& out) {
   const std::string& file = options.file;
-  if (const auto reason = unreadable_reason(file)) throw UnreadableInput(file, *reason);
-  const apPath path(file);
-  if (path.invalid()) throw UnreadableInput(file, "the file name is not valid UTF-8");
   kptInspectionSettings settings;
   settings.set_input_units(kptUnits(options.units));
-  const kptInspectionSettingsError error = kptInspectionSettingsReader::read(path, settings);
-  // The file passed the checks a moment ago; the reader refusing its path means it went away.
-  if (error == kptSettingsInvalidPath) throw UnreadableInput(file, "cannot be opened");
+  const kptInspectionSettingsError error = read_settings_file(file, settings);
   if (options.format == Format::kJson) {
     write_json(file, error, settings, out);
   } else {
     write_text(file, error, settings, out);
   }
-  return accepted(error.code()) ? kExitSuccess : kExitProblem;
+  return settings_accepted(error.code()) ? kExitSuccess : kExitProblem;
 }
 
 }  // namespace
+
+kptInspectionSettingsError read_settings_file(const std::string& file,
+                                              kptInspectionSettings& settings) {
+  // The XML reader opens the file by its name and would wait on a FIFO for a writer: the file is
+  // first opened the way every reader of the library opens its input, which refuses what is not
+  // a regular file and says why.
+  {
+    const kptInputStream input = kptInputStream::open(utString(std::string_view(file)));
+    if (input.problem() != kptInputReadable) {
+      throw UnreadableInput(file, kpt_input_problem_text(input.problem()));
+    }
+  }
+  const kptInspectionSettingsError error =
+      kptInspectionSettingsReader::read(apPath(file), settings);
+  // The file opened a moment ago; the reader refusing its path means it went away since.
+  if (error == kptSettingsInvalidPath) {
+    throw UnreadableInput(file, kpt_input_problem_text(kptInputReadError));
+  }
+  return error;
+}
 
 void add_settings_command(CLI::App& app, CommandSet& commands) {
   auto options = std::make_shared<SettingsOptions>();

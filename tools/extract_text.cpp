@@ -1,0 +1,334 @@
+// cncprobe extract --format text: the run at a glance for a person at the machine, with every
+// out-of-tolerance row marked OUT.
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cncprobe/inspection/feature_check.h"
+#include "cncprobe/inspection/point_check.h"
+#include "cncprobe/inspection/status_text.h"
+#include "cncprobe/platform/model/angle_surface_feature.h"
+#include "cncprobe/platform/model/circle_feature.h"
+#include "cncprobe/platform/model/corner_feature.h"
+#include "cncprobe/platform/model/inspection_feature.h"
+#include "cncprobe/platform/model/inspection_point.h"
+#include "cncprobe/platform/model/perpendicular_distance_feature.h"
+#include "cncprobe/platform/model/probe_path.h"
+#include "cncprobe/platform/model/rectangle_feature.h"
+#include "cncprobe/platform/model/surface_feature.h"
+#include "tools/commands.h"
+#include "tools/extract_view.h"
+#include "tools/text_table.h"
+
+namespace tool {
+
+namespace {
+
+// Numbers as the inspection settings ask: lengths with the linear digits, angles with the
+// angular digits, shares of a tolerance with the unitless digits.
+class Numbers {
+ public:
+  explicit Numbers(const Precision& precision) : precision_(precision) {}
+
+  std::string length(double value) const { return format_fixed(value, precision_.linear); }
+  std::string signed_length(double value) const {
+    return format_fixed(value, precision_.linear, true);
+  }
+  std::string length_or_dash(const std::optional<double>& value) const {
+    return value ? length(*value) : std::string("-");
+  }
+  // A quantity's value: an angle in degrees, every other quantity a length.
+  std::string value(kptQuantity quantity, double value, bool plus_sign = false) const {
+    return format_fixed(value, digits(quantity), plus_sign);
+  }
+  std::string value_or_dash(kptQuantity quantity, const std::optional<double>& value) const {
+    return value ? this->value(quantity, *value) : std::string("-");
+  }
+  std::string share(double value) const { return format_fixed(value, precision_.unitless); }
+
+ private:
+  int digits(kptQuantity quantity) const {
+    return quantity == kptQuantityAngle ? precision_.angular : precision_.linear;
+  }
+  Precision precision_;
+};
+
+// The verdict column: OUT stands out from the rows that pass.
+const char* verdict_text(kptVerdict verdict) {
+  switch (verdict) {
+    case kptVerdictIn:
+      return "in";
+    case kptVerdictOut:
+      return "OUT";
+    case kptVerdictUnmeasured:
+      return "unmeasured";
+    case kptVerdictNotToleranced:
+      break;
+  }
+  return "-";
+}
+
+const char* convention_text(kptZoneConvention convention) {
+  return convention == kptZoneRadial
+             ? "radial: TOL TP is a radius, offset <= tolerance (--true-position radial)"
+             : "diametral: TOL TP is a zone of that diameter, 2 x offset <= tolerance";
+}
+
+std::string toolpath_text(const mtrToolpathResult& result) {
+  std::string text = std::to_string(result.id());
+  if (result.pattern_instance()) text += " (" + std::to_string(*result.pattern_instance()) + ")";
+  return text;
+}
+
+std::string print_data_text(const mtrInspectionPrintData& data) {
+  switch (data.form()) {
+    case mtrInspectionPrintData::kComponentFeature:
+      return "component " + std::to_string(data.component_number()) + " feature " +
+             std::to_string(data.feature_number());
+    case mtrInspectionPrintData::kFeatureName:
+      return "feature " + std::to_string(data.feature_number()) + " " +
+             printable_text(data.feature_name().view());
+    case mtrInspectionPrintData::kInvalid:
+      break;
+  }
+  return "-";
+}
+
+std::string upper_axis(mtrProbeWCSAxis axis) {
+  const char* name = axis_name(axis);
+  return name ? std::string(1, static_cast<char>(name[0] - 'a' + 'A')) : "?";
+}
+
+// The text kind of a feature: its JSON kind, with the probing axis where it has one.
+std::string kind_text(const mtrToolpathResult& result) {
+  switch (result.kind()) {
+    case mtrResultSurface:
+      return "surface " + upper_axis(static_cast<const mtrSurfaceFeature&>(result).axis());
+    case mtrResultPerpendicularDistance:
+      return "wall/channel " +
+             upper_axis(static_cast<const mtrPerpendicularDistanceFeature&>(result).axis());
+    default:
+      return kind_name(result);
+  }
+}
+
+// Rows of the features table for one result; none for a probe path.
+std::vector<TextTable::Row> feature_rows(std::size_t number, const mtrToolpathResult& result,
+                                         const ExtractView& view, const Numbers& numbers) {
+  std::vector<TextTable::Row> rows;
+  if (result.kind() == mtrResultProbePath) return rows;
+  const auto& feature = static_cast<const mtrInspectionFeature&>(result);
+  const std::vector<kptFeatureCheck> checks = kptFeatureChecks::of(result, view.convention);
+  for (std::size_t i = 0; i < checks.size(); ++i) {
+    const kptFeatureCheck& check = checks[i];
+    TextTable::Row row;
+    if (i == 0) {
+      row = {std::to_string(number), kind_text(result), toolpath_text(result),
+             print_data_text(feature.print_data())};
+    } else {
+      row = {"", "", "", ""};
+    }
+    row.push_back(kpt_quantity_label(check.quantity));
+    row.push_back(numbers.value_or_dash(check.quantity, check.nominal));
+    row.push_back(numbers.value_or_dash(check.quantity, check.actual));
+    // An offset is a distance, never negative: it gets no sign.
+    const bool offset = !check.nominal;
+    row.push_back(numbers.value(check.quantity, check.deviation, !offset));
+    std::string tolerance = numbers.value_or_dash(check.quantity, check.tolerance);
+    if (check.tolerance && check.true_position) tolerance = "TP " + tolerance;
+    row.push_back(tolerance);
+    row.push_back(verdict_text(check.verdict));
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
+TextTable::Row path_row(std::size_t number, const mtrProbePath& path, const Numbers& numbers) {
+  const kptPathSummary summary = kptPointChecks::summary(path);
+  return {std::to_string(number),
+          toolpath_text(path),
+          std::to_string(summary.points),
+          std::to_string(summary.measured),
+          std::to_string(summary.outside),
+          summary.worst_deviation ? numbers.signed_length(*summary.worst_deviation) : "-",
+          summary.outside > 0 ? "OUT" : (summary.within > 0 ? "in" : "-")};
+}
+
+TextTable::Row point_row(std::size_t number, const mtrInspectionPoint& point,
+                         const Numbers& numbers) {
+  const giPoint3& p = point.nominal_point();
+  const kptPointCheck check = kptPointChecks::of(point);
+  std::string deviation_text = "not measured";
+  if (point.has_measure()) {
+    deviation_text = check.deviation ? numbers.signed_length(*check.deviation) : "no direction";
+  }
+  return {std::to_string(number),
+          printable_text(point.label().view()),
+          numbers.length(p.x()),
+          numbers.length(p.y()),
+          numbers.length(p.z()),
+          deviation_text,
+          numbers.signed_length(point.o_value() + point.l_value()) + " .. " +
+              numbers.signed_length(point.o_value() + point.u_value()),
+          verdict_text(check.verdict)};
+}
+
+// The verdict of the run, its counts and its worst check and point.
+std::string verdict_lines(const ExtractView& view, const Numbers& numbers) {
+  const kptInspectionSummary& s = view.summary;
+  const std::size_t checks = s.checks_in + s.checks_out + s.checks_not_toleranced;
+  const std::size_t points = s.points_within + s.points_outside + s.points_unmeasured;
+  std::string text = "Verdict:       ";
+  text += s.passed() ? "PASS\n" : "FAIL\n";
+  text += "Checks:        " + std::to_string(s.checks_out) + " of " + std::to_string(checks) +
+          " out of tolerance (" + std::to_string(s.checks_in) + " in, " +
+          std::to_string(s.checks_not_toleranced) + " not toleranced)\n";
+  text += "Points:        " + std::to_string(s.points_outside) + " of " + std::to_string(points) +
+          " outside their limits (" + std::to_string(s.points_within) + " within, " +
+          std::to_string(s.points_unmeasured) + " unmeasured)\n";
+  text += "True position: " + std::string(convention_text(view.convention)) + "\n";
+  if (s.worst_check) {
+    const kptFeatureCheck& c = s.worst_check->check;
+    text += "Worst check:   #" + std::to_string(s.worst_check->result_index + 1) + " " +
+            kpt_quantity_label(c.quantity) + " " + numbers.value(c.quantity, c.deviation) +
+            " against " + (c.true_position ? "TP " : "") + numbers.value(c.quantity, *c.tolerance) +
+            ": " + verdict_text(c.verdict) + ", " + numbers.share(*c.tolerance_used) +
+            " of the tolerance used\n";
+  }
+  if (s.worst_point) {
+    const kptPointCheck& c = s.worst_point->check;
+    text += "Worst point:   #" + std::to_string(s.worst_point->result_index + 1) + " point " +
+            std::to_string(s.worst_point->point_index + 1) + " deviation " +
+            numbers.signed_length(*c.deviation) + ": " + verdict_text(c.verdict) + ", " +
+            numbers.share(*c.limit_used) + " of its limit used\n";
+  }
+  return text;
+}
+
+// Fills the table in two passes over the rows that `rows(sink)` hands to its sink, then prints
+// it; nothing is printed when there is no row.
+template <class Rows>
+void print_table(Output& out, TextTable table, Rows&& rows) {
+  bool any = false;
+  rows([&](const TextTable::Row& row) {
+    table.measure(row);
+    any = true;
+  });
+  if (!any) return;
+  table.print_header(out);
+  rows([&](const TextTable::Row& row) { table.print(out, row); });
+}
+
+void write_text(const ExtractView& view, Output& out) {
+  const kptResultsDataExtractor& extractor = view.extractor;
+  const kptResultsExtractionStatus status = view.status;
+  const Numbers numbers(view.precision);
+  std::size_t paths = 0;
+  std::size_t features = 0;
+  std::size_t points = 0;
+  std::size_t measured = 0;
+  for_each_result(extractor, [&](std::size_t, const mtrToolpathResult& result) {
+    if (result.kind() == mtrResultProbePath) {
+      ++paths;
+      for_each_point(static_cast<const mtrProbePath&>(result),
+                     [&](const mtrInspectionPoint& point) {
+                       ++points;
+                       if (point.has_measure()) ++measured;
+                     });
+    } else {
+      ++features;
+    }
+  });
+
+  std::string head;
+  head += "File:          " + printable_text(view.file) + " (read in " +
+          (view.units == kptUnitsInches ? "inches" : "millimetres") + ")\n";
+  head += "Status:        " + std::to_string(status) + " " + kptStatusText::name(status) + ": " +
+          kptStatusText::meaning(status) + "\n";
+  const utString results_file = extractor.resultsfile_name();
+  head += "Results file:  " +
+          (results_file.empty() ? std::string("-") : printable_text(results_file.view())) + "\n";
+  head += "Results:       " + std::to_string(paths + features) + ": " + std::to_string(features) +
+          (features == 1 ? " feature, " : " features, ") + std::to_string(paths) +
+          (paths == 1 ? " probe path" : " probe paths") + " holding " + std::to_string(points) +
+          (points == 1 ? " point" : " points") + " (" + std::to_string(measured) + " measured)\n";
+  head += verdict_lines(view, numbers);
+  head += "Lengths in millimetres, angles in degrees, positions in CAD coordinates.\n";
+  out.write(head);
+
+  if (features > 0) {
+    out.write("\nFeatures (deviation = actual - nominal; TP: true position, " +
+              std::string(kpt_zone_convention_name(view.convention)) + ")\n");
+    print_table(
+        out,
+        TextTable({{"#", TextTable::kRight},
+                   {"KIND", TextTable::kLeft},
+                   {"TOOLPATH", TextTable::kLeft},
+                   {"FEATURE", TextTable::kLeft},
+                   {"QUANTITY", TextTable::kLeft},
+                   {"NOMINAL", TextTable::kRight},
+                   {"ACTUAL", TextTable::kRight},
+                   {"DEVIATION", TextTable::kRight},
+                   {"TOLERANCE", TextTable::kRight},
+                   {"VERDICT", TextTable::kLeft}}),
+        [&](auto&& sink) {
+          for_each_result(extractor, [&](std::size_t number, const mtrToolpathResult& result) {
+            for (const TextTable::Row& row : feature_rows(number, result, view, numbers)) sink(row);
+          });
+        });
+  }
+
+  if (paths > 0) {
+    out.write("\nProbe paths (deviation along the probing direction, mm)\n");
+    print_table(out,
+                TextTable({{"#", TextTable::kRight},
+                           {"TOOLPATH", TextTable::kLeft},
+                           {"POINTS", TextTable::kRight},
+                           {"MEASURED", TextTable::kRight},
+                           {"OUTSIDE", TextTable::kRight},
+                           {"LARGEST DEVIATION", TextTable::kRight},
+                           {"VERDICT", TextTable::kLeft}}),
+                [&](auto&& sink) {
+                  for_each_result(
+                      extractor, [&](std::size_t number, const mtrToolpathResult& result) {
+                        if (result.kind() == mtrResultProbePath) {
+                          sink(path_row(number, static_cast<const mtrProbePath&>(result), numbers));
+                        }
+                      });
+                });
+  }
+
+  if (points > 0 && view.points) {
+    out.write(
+        "\nInspection points (nominal point, deviation d along the probing direction, mm; "
+        "within its limits when O+L <= d <= O+U)\n");
+    print_table(out,
+                TextTable({{"#", TextTable::kRight},
+                           {"LABEL", TextTable::kLeft},
+                           {"X", TextTable::kRight},
+                           {"Y", TextTable::kRight},
+                           {"Z", TextTable::kRight},
+                           {"DEVIATION", TextTable::kRight},
+                           {"LIMITS (O+L .. O+U)", TextTable::kRight},
+                           {"VERDICT", TextTable::kLeft}}),
+                [&](auto&& sink) {
+                  for_each_result(extractor,
+                                  [&](std::size_t number, const mtrToolpathResult& result) {
+                                    if (result.kind() == mtrResultProbePath) {
+                                      for_each_point(static_cast<const mtrProbePath&>(result),
+                                                     [&](const mtrInspectionPoint& point) {
+                                                       sink(point_row(number, point, numbers));
+                                                     });
+                                    }
+                                  });
+                });
+  } else if (points > 0) {
+    out.write("\n(cncprobe extract --points lists every inspection point)\n");
+  }
+}
+
+}  // namespace
+
+void write_extract_text(const ExtractView& view, Output& out) { write_text(view, out); }
+
+}  // namespace tool
