@@ -5,7 +5,7 @@ enable_testing()
 find_package(GTest REQUIRED)
 set(threads_objects)
 foreach(component IN ITEMS platform foundation events macrooutput resultsfile extraction
-    filereferences settings)
+    filereferences settings inspection)
   if(TARGET cncprobe_${component})
     list(APPEND threads_objects $<TARGET_OBJECTS:cncprobe_${component}>)
   endif()

@@ -12,6 +12,7 @@
 #include "cncprobe/extraction/extraction_test_util.h"
 #include "cncprobe/extraction/results_data_extractor.h"
 #include "cncprobe/filereferences/file_reference_extractor.h"
+#include "cncprobe/inspection/status_text.h"
 #include "cncprobe/settings/inspection_settings_reader.h"
 
 namespace {
@@ -32,7 +33,7 @@ std::string extraction_of(const std::string& file) {
   kptResultsDataExtractor extractor;
   const kptResultsExtractionStatus status = extractor.extract_data(utString(file));
   std::string outcome =
-      std::string(kpt_status_name(status)) + " " + extraction_test::summary(extractor);
+      std::string(kptStatusText::name(status)) + " " + extraction_test::summary(extractor);
   for (const std::string& line : extraction_test::details(extractor)) outcome += "\n" + line;
   // The same bytes already in memory take the other road through the cursor.
   kptResultsDataExtractor from_memory;

@@ -26,12 +26,6 @@ std::string default_output(const std::string& input) {
   return base + ".html";
 }
 
-void error_line(const std::string& text) {
-  const std::string line = "cncprobe: " + printable_text(text) + "\n";
-  std::fwrite(line.data(), 1, line.size(), stderr);
-  std::fflush(stderr);
-}
-
 kptInputFile read_input(const std::string& file) {
   if (file == "-") return kptInputFile::read(std::cin);
   return kptInputFile::read(utString(std::string_view(file)));

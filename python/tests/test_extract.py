@@ -1,6 +1,7 @@
 """cncprobe.extract against the tool's JSON, the exceptions, text that is not ASCII, threads."""
 
 import concurrent.futures
+import dataclasses
 import math
 import os
 import pathlib
@@ -77,8 +78,15 @@ def test_values_equal_the_tools_json(tool, path, units):
             continue
         assert result.print_data == want["print_data"]
         fields = {k: v for k, v in want.items()
-                  if k not in ("kind", "toolpath_id", "pattern_instance", "print_data")}
+                  if k not in ("kind", "toolpath_id", "pattern_instance", "print_data", "checks")}
         assert same(result.geometry, fields)
+        assert same([dataclasses.asdict(c) for c in result.checks], want["checks"])
+
+    # Deviations and verdicts are the library's, the same the tool prints.
+    assert [None if math.isnan(v) else v for v in got.deviation.tolist()] == [
+        p["deviation"] for p in points]
+    assert [cncprobe.Verdict(v).name.lower() for v in got.verdict.tolist()] == [
+        p["verdict"] for p in points]
 
     frame, checks = run.to_pandas()
     assert len(frame) == len(points)
