@@ -93,7 +93,13 @@ inline std::string str(const std::optional<giAngle>& a) { return a ? str(a->degr
 template <class... Parts>
 std::string cat(const Parts&... parts) {
   std::string text;
-  ((text += (text.empty() ? "" : " ") + str(parts)), ...);
+  // Appended piece by piece: building " " + part first and prepending to it makes GCC 12 at -O3
+  // warn (-Wrestrict) about an overlap in the string's insert that cannot happen.
+  const auto append = [&text](const std::string& part) {
+    if (!text.empty()) text += ' ';
+    text += part;
+  };
+  (append(str(parts)), ...);
   return text;
 }
 

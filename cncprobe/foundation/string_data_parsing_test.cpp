@@ -140,7 +140,8 @@ TEST(StringDataParsing, LongDecimalsReadAsStrtodReadsThem) {
   const kptStringDataParsing parsing{kptUnits(kptUnitsMillimetres)};
   for (const char* text : texts) {
     for (const bool negative : {false, true}) {
-      const std::string signed_text = (negative ? "-" : "") + std::string(text);
+      std::string signed_text = negative ? "-" : "";
+      signed_text += text;
       const double read = parsing.string_to_double(utString(signed_text.c_str()));
       const double expected = std::strtod(signed_text.c_str(), nullptr);
       EXPECT_EQ(std::memcmp(&read, &expected, sizeof read), 0)
