@@ -32,8 +32,10 @@ ToolRun run_tool(const std::vector<std::string>& args, const std::string& stdout
   // timeout(1) kills a hanging tool with SIGKILL and then exits with 137.
   std::string command =
       "timeout -s KILL " + std::to_string(timeout_seconds) + " " + quoted(CNCPROBE_TOOL_PATH);
-  for (const std::string& arg : args) command += ' ';
-  command += quoted(arg);
+  for (const std::string& arg : args) {
+    command += ' ';
+    command += quoted(arg);
+  }
   command += " <" + quoted(stdin_path) + " >" + quoted(out) + " 2>" + quoted(err);
   const int status = std::system(command.c_str());
   ToolRun run;
