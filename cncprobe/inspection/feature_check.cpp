@@ -15,14 +15,18 @@ using namespace inspection_internal;
 
 namespace {
 
-// Judges `measure` (the deviation's size, doubled for a diametral zone) against the tolerance.
-kptFeatureCheck judged(kptFeatureCheck check, double measure) {
-  if (!check.tolerance) {
+// Judges the check's deviation against its limits under `convention`.
+kptFeatureCheck judged(kptFeatureCheck check, kptZoneConvention convention) {
+  const kptCheckLimits limits = kptFeatureChecks::limits(check, convention);
+  if (!limits.upper) {
     check.verdict = kptVerdictNotToleranced;
     return check;
   }
-  check.verdict = within(measure, *check.tolerance) ? kptVerdictIn : kptVerdictOut;
-  check.tolerance_used = share(measure, *check.tolerance);
+  const double deviation = check.deviation;
+  const bool above_lower = !limits.lower || deviation >= *limits.lower - kLimitSlack;
+  check.verdict = above_lower && within(deviation, *limits.upper) ? kptVerdictIn : kptVerdictOut;
+  check.tolerance_used = deviation >= 0.0 || !limits.lower ? share(deviation, *limits.upper)
+                                                           : share(deviation, *limits.lower);
   return check;
 }
 
@@ -32,11 +36,7 @@ kptFeatureCheck plain(kptQuantity quantity, double nominal, double actual,
   const double deviation = actual - nominal;
   return judged({quantity, nominal, actual, deviation, tolerance, false, kptVerdictNotToleranced,
                  std::nullopt},
-                std::fabs(deviation));
-}
-
-double zone_measure(double offset, kptZoneConvention convention) {
-  return convention == kptZoneRadial ? offset : 2.0 * offset;
+                kptZoneDiametral);  // a plain tolerance reads the same under either convention
 }
 
 // The radial offset of an actual point from its nominal, under a true-position tolerance.
@@ -45,7 +45,7 @@ kptFeatureCheck offset(kptQuantity quantity, const giPoint3& nominal, const giPo
   const double deviation = distance(actual, nominal);
   return judged({quantity, std::nullopt, std::nullopt, deviation, tolerance, true,
                  kptVerdictNotToleranced, std::nullopt},
-                zone_measure(deviation, convention));
+                convention);
 }
 
 // A middle: the signed position along `direction` of each point, under a true-position
@@ -57,7 +57,7 @@ kptFeatureCheck middle(const giPoint3& nominal, const giPoint3& actual, const gi
   const double deviation = actual_position - nominal_position;
   return judged({kptQuantityMiddle, nominal_position, actual_position, deviation, tolerance, true,
                  kptVerdictNotToleranced, std::nullopt},
-                zone_measure(std::fabs(deviation), convention));
+                convention);
 }
 
 }  // namespace
@@ -95,6 +95,17 @@ const char* kpt_quantity_label(kptQuantity quantity) noexcept {
     default:
       return kpt_quantity_name(quantity);
   }
+}
+
+kptCheckLimits kptFeatureChecks::limits(const kptFeatureCheck& check,
+                                        kptZoneConvention convention) {
+  if (!check.tolerance) return {};
+  const double tolerance = *check.tolerance;
+  if (!check.true_position) return {-tolerance, tolerance};
+  // A diametral zone is centred on the nominal position: the offset may reach half its width.
+  const double allowed = convention == kptZoneRadial ? tolerance : tolerance / 2.0;
+  if (check.quantity == kptQuantityMiddle) return {-allowed, allowed};
+  return {std::nullopt, allowed};
 }
 
 std::vector<kptFeatureCheck> kptFeatureChecks::of(const mtrToolpathResult& result,

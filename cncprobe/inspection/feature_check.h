@@ -62,8 +62,20 @@ struct kptFeatureCheck {
   std::optional<double> tolerance_used;
 };
 
+// The deviations at which a check's verdict turns from in to out; both absent when the check is
+// not toleranced. A plain tolerance allows -tol to +tol; a true position allows the zone's half
+// width (diametral) or the tolerance itself (radial): above a centre or corner offset, which is a
+// distance and has no lower limit, and on both sides of a middle.
+struct kptCheckLimits {
+  std::optional<double> lower;
+  std::optional<double> upper;
+};
+
 class CNCPROBE_API kptFeatureChecks {
  public:
+  // The limits of `check`'s deviation under `convention` (see kptCheckLimits).
+  static kptCheckLimits limits(const kptFeatureCheck& check, kptZoneConvention convention);
+
   // The checks of one result in a fixed order: circle: diameter, centre offset; rectangle:
   // length, width, centre offset; corner: corner offset; surface: position; angle: angle;
   // wall/channel: width, middle. Empty for a probe path. A value within 1e-9 of its limit counts

@@ -25,6 +25,10 @@ kptPointCheck kptPointChecks::of(const mtrInspectionPoint& point) {
   return check;
 }
 
+kptCheckLimits kptPointChecks::limits(const mtrInspectionPoint& point) {
+  return {point.o_value() + point.l_value(), point.o_value() + point.u_value()};
+}
+
 kptPathSummary kptPointChecks::summary(const mtrProbePath& path) {
   kptPathSummary summary;
   itIterator<std::shared_ptr<mtrInspectionPoint>> it = path.inspection_points();

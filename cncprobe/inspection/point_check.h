@@ -13,6 +13,7 @@
 #include <optional>
 
 #include "cncprobe/export.h"
+#include "cncprobe/inspection/feature_check.h"
 #include "cncprobe/inspection/verdict.h"
 #include "cncprobe/platform/model/inspection_point.h"
 #include "cncprobe/platform/model/probe_path.h"
@@ -42,5 +43,7 @@ struct kptPathSummary {
 class CNCPROBE_API kptPointChecks {
  public:
   static kptPointCheck of(const mtrInspectionPoint& point);
+  // The deviations d at which the point's verdict turns: O + L and O + U.
+  static kptCheckLimits limits(const mtrInspectionPoint& point);
   static kptPathSummary summary(const mtrProbePath& path);
 };

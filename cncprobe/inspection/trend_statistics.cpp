@@ -1,22 +1,18 @@
+// kptTrendStatistics: a quantity's spread and capability over several runs.
 #include "cncprobe/inspection/trend_statistics.h"
 
 #include <algorithm>
 #include <cmath>
 
+#include "cncprobe/inspection/point_check.h"
+
 kptTrendLimits kptTrendStatistics::limits_of(const kptFeatureCheck& check,
                                              kptZoneConvention convention) {
-  if (!check.tolerance) return {};
-  const double tolerance = *check.tolerance;
-  if (!check.true_position) return {-tolerance, tolerance};
-  // A diametral zone is centred on the nominal position: the offset may reach half its width.
-  const double allowed = convention == kptZoneRadial ? tolerance : tolerance / 2.0;
-  // A middle is an offset along an axis, with a sign; a centre or corner offset is a distance.
-  if (check.quantity == kptQuantityMiddle) return {-allowed, allowed};
-  return {std::nullopt, allowed};
+  return kptFeatureChecks::limits(check, convention);
 }
 
 kptTrendLimits kptTrendStatistics::limits_of(const mtrInspectionPoint& point) {
-  return {point.o_value() + point.l_value(), point.o_value() + point.u_value()};
+  return kptPointChecks::limits(point);
 }
 
 kptTrendSummary kptTrendStatistics::of(std::span<const double> values,

@@ -16,10 +16,8 @@
 
 // The deviations at which a verdict turns; a side is absent when nothing limits it (an offset
 // has no lower limit, an untoleranced quantity none at all).
-struct kptTrendLimits {
-  std::optional<double> lower;
-  std::optional<double> upper;
-};
+// The values at which a verdict turns (the feature check's limits; O + L and O + U for a point).
+using kptTrendLimits = kptCheckLimits;
 
 struct kptTrendSummary {
   std::size_t n = 0;                         // the runs that had a value
