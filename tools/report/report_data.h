@@ -19,7 +19,7 @@ struct ReportOptions {
   std::string settings_file;  // empty: the default settings
   std::string output;         // empty: the input's base name with .html, in the current directory
   kptZoneConvention convention = kptZoneDiametral;
-  std::string generator;  // "cncprobe 0.1.0"
+  std::string generator;  // "cncprobe 0.2.0"
 };
 
 // What reading the settings file came to; the page and the tool both say it.

@@ -33,7 +33,7 @@ struct ReportPage {
   std::string title;      // plain text; escaped when written
   std::string kind;       // "report" or "trend": the body's class
   std::string data_json;  // the data document, plain JSON
-  std::string generator;  // "cncprobe 0.1.0"
+  std::string generator;  // "cncprobe 0.2.0"
 };
 
 // Writes the page; every script carries a fresh nonce that the page's content security policy
