@@ -65,5 +65,7 @@
 #include "cncprobe/inspection/feature_check.h"
 #include "cncprobe/inspection/inspection_summary.h"
 #include "cncprobe/inspection/point_check.h"
+#include "cncprobe/inspection/result_names.h"
 #include "cncprobe/inspection/status_text.h"
+#include "cncprobe/inspection/trend_statistics.h"
 #include "cncprobe/inspection/verdict.h"

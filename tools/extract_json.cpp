@@ -5,6 +5,7 @@
 
 #include "cncprobe/inspection/feature_check.h"
 #include "cncprobe/inspection/point_check.h"
+#include "cncprobe/inspection/result_names.h"
 #include "cncprobe/inspection/status_text.h"
 #include "cncprobe/platform/model/angle_surface_feature.h"
 #include "cncprobe/platform/model/circle_feature.h"
@@ -21,36 +22,10 @@
 
 namespace tool {
 
-const char* axis_name(mtrProbeWCSAxis axis) {
-  switch (axis) {
-    case mtrProbeWCSAxisX:
-      return "x";
-    case mtrProbeWCSAxisY:
-      return "y";
-    case mtrProbeWCSAxisZ:
-      return "z";
-  }
-  return nullptr;
-}
+const char* axis_name(mtrProbeWCSAxis axis) { return kptResultNames::axis(axis); }
 
 const char* kind_name(const mtrToolpathResult& result) {
-  switch (result.kind()) {
-    case mtrResultProbePath:
-      return "probe_path";
-    case mtrResultCircle:
-      return "circle";
-    case mtrResultRectangle:
-      return "rectangle";
-    case mtrResultCorner:
-      return "corner";
-    case mtrResultSurface:
-      return "surface";
-    case mtrResultAngleSurface:
-      return "angle";
-    case mtrResultPerpendicularDistance:
-      return "perpendicular_distance";
-  }
-  return "unknown";
+  return kptResultNames::kind(result.kind());
 }
 
 namespace {

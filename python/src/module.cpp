@@ -26,6 +26,7 @@
 #include "cncprobe/foundation/units.h"
 #include "cncprobe/inspection/feature_check.h"
 #include "cncprobe/inspection/point_check.h"
+#include "cncprobe/inspection/result_names.h"
 #include "cncprobe/inspection/status_text.h"
 #include "cncprobe/inspection/verdict.h"
 #include "cncprobe/platform/model/angle_surface_feature.h"
@@ -122,35 +123,12 @@ py::tuple xyz(const giPoint3& p) { return xyz(p.x(), p.y(), p.z()); }
 py::tuple xyz(const giUnitVec3& v) { return xyz(v.x(), v.y(), v.z()); }
 
 const char* kind_name(const mtrToolpathResult& result) {
-  switch (result.kind()) {
-    case mtrResultProbePath:
-      return "probe_path";
-    case mtrResultCircle:
-      return "circle";
-    case mtrResultRectangle:
-      return "rectangle";
-    case mtrResultCorner:
-      return "corner";
-    case mtrResultSurface:
-      return "surface";
-    case mtrResultAngleSurface:
-      return "angle";
-    case mtrResultPerpendicularDistance:
-      return "perpendicular_distance";
-  }
-  return "unknown";
+  return kptResultNames::kind(result.kind());
 }
 
 py::object axis_name(mtrProbeWCSAxis axis) {
-  switch (axis) {
-    case mtrProbeWCSAxisX:
-      return py::str("x");
-    case mtrProbeWCSAxisY:
-      return py::str("y");
-    case mtrProbeWCSAxisZ:
-      return py::str("z");
-  }
-  return py::none();
+  const char* name = kptResultNames::axis(axis);
+  return name ? py::object(py::str(name)) : py::object(py::none());
 }
 
 py::object print_data(const mtrInspectionPrintData& data) {
