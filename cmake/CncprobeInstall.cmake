@@ -65,3 +65,9 @@ configure_file(${CMAKE_CURRENT_LIST_DIR}/cncprobe.pc.in ${PROJECT_BINARY_DIR}/cn
 install(FILES ${PROJECT_BINARY_DIR}/cncprobe.pc
   DESTINATION ${CNCPROBE_PC_INSTALL_DIR}
   COMPONENT development)
+
+# The licence of cncprobe and the notices of what it links or embeds, where packagers and hosts
+# look for them.
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/THIRD_PARTY_NOTICES.md
+  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/cncprobe
+  COMPONENT runtime)

@@ -17,8 +17,8 @@ constexpr const char* kValueTail = "[\\s\\*]++((?:.*[^\\s\\*])?)[\\s\\*]*$";
 // As the value tail, but the value must be a layout version major.minor.build.
 constexpr const char* kVersionTail =
     "[\\s\\*]+([1-9]\\d*\\.(?:0|[1-9]\\d*)\\.(?:0|[1-9]\\d*))[\\s\\*]*$";
-// The option value every matcher of the system is compiled with: anchored at the start offset.
-constexpr int kCompileOptions = 16;
+// The match result of a line that holds the keyword and a value: group 1, the value, took part.
+constexpr int kValueFound = 2;
 
 std::unique_ptr<reMatcher> make_matcher(const char* keyword, const char* tail) {
   utString pattern;
@@ -52,16 +52,18 @@ void kptFileReferenceParser::init_matchers() {
                             cldata_filename_matcher.get(),      settings_filename_matcher.get(),
                             document_id_matcher.get(),          document_version_matcher.get(),
                             model_version_matcher.get()};
-  // The patterns are fixed and known to compile; the outcomes are not looked at.
+  // The patterns are fixed and known to compile; the outcomes are not looked at. Anchored at the
+  // start offset, as every pattern of a results file is matched.
   utString error_text;
   int error_offset = 0;
-  for (reMatcher* matcher : all) (void)matcher->compile(kCompileOptions, error_text, error_offset);
+  for (reMatcher* matcher : all) {
+    (void)matcher->compile(reMatcher::kAnchored, error_text, error_offset);
+  }
   for (reMatcher* matcher : all) (void)matcher->study(error_text, 0);
 }
 
 utString kptFileReferenceParser::parse_line(const utString& line, reMatcher& matcher) {
-  // 2: the match succeeded and group 1, the value, took part.
-  if (matcher.match(line, 0) == 2) return matcher.get_substring(1);
+  if (matcher.match(line, 0) == kValueFound) return matcher.get_substring(1);
   return utString();
 }
 

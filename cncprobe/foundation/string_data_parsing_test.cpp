@@ -129,6 +129,27 @@ TEST(StringDataParsing, StringToDoubleReadsAsAtofDoesInAnyNumberFormat) {
   EXPECT_TRUE(ScopedThreadLocale::reads_decimal_comma()) << "the host's format is restored";
 }
 
+TEST(StringDataParsing, LongDecimalsReadAsStrtodReadsThem) {
+  // Fifteen digits and their power of ten are exact doubles, so one division rounds correctly;
+  // a sixteenth digit may already be rounded before the division, which then rounds again.
+  // These sixteen- and seventeen-digit texts are ones where that second rounding goes wrong.
+  const char* const texts[] = {"9007199254.740993", "91059.33494858065", "96.40772780424519",
+                               "9118439148.577435", "1234567890.123456", "0.1234567890123456",
+                               ".1234567890123456", "123456789012345.6", "999999999999999.9",
+                               "12345.678901234567"};
+  const kptStringDataParsing parsing{kptUnits(kptUnitsMillimetres)};
+  for (const char* text : texts) {
+    for (const bool negative : {false, true}) {
+      std::string signed_text = negative ? "-" : "";
+      signed_text += text;
+      const double read = parsing.string_to_double(utString(signed_text.c_str()));
+      const double expected = std::strtod(signed_text.c_str(), nullptr);
+      EXPECT_EQ(std::memcmp(&read, &expected, sizeof read), 0)
+          << signed_text << ": " << read << " but strtod reads " << expected;
+    }
+  }
+}
+
 TEST(StringDataParsing, StringToMmConvertsFromTheFileUnits) {
   struct Case {
     kptUnitsType type;

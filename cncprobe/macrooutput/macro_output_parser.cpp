@@ -13,9 +13,12 @@
 #include "cncprobe/platform/text/internal/matcher.h"
 
 namespace {
-// The option value every matcher is compiled with: anchored at the start offset, so the error
-// lines, whose patterns carry no "^", must also begin (after blanks) with their plus signs.
-constexpr int kCompileOptions = 16;
+// Match results of a line that fits a pattern with its values (reMatcher::match gives one more
+// than the highest group that took part): a pattern without groups, one whose value is group 1,
+// and one whose values are groups 1 and 2.
+constexpr int kWholeLine = 1;
+constexpr int kOneValue = 2;
+constexpr int kTwoValues = 3;
 
 // Nominal coordinates of two blocks that must name the same place on the part.
 constexpr double kCoordinateEpsilon = 1e-11;
@@ -106,54 +109,57 @@ void kptMacroOutputParser::init_matchers() {
   utString angle_out_of_tolerance("\\s*\\++ANG OUT OF TOL\\++\\s*ERROR\\/?\\s*+");
   angle_out_of_tolerance << signed_number << after_last;
 
-  separator_matcher = std::make_unique<reMatcher>("^\\s*-+\\s*$");
-  component_feature_matcher = std::make_unique<reMatcher>(
-      "^\\s*COMPONENT NO\\/?\\s+(\\d+)\\/?\\s+FEATURE NO\\/?\\s+(\\d+)\\s*");
-  feature_name_matcher = std::make_unique<reMatcher>(
-      "^\\s*FEATURE NO\\/?\\s+(\\d+)\\/?\\s+FEATURE NAME\\/?\\s++((?:.*\\S)?)\\s*$");
-  diameter_matcher = std::make_unique<reMatcher>(diameter);
-  x_size_matcher = std::make_unique<reMatcher>(x_size);
-  y_size_matcher = std::make_unique<reMatcher>(with_axis(x_size, x_to_y));
-  z_size_matcher = std::make_unique<reMatcher>(with_axis(x_size, x_to_z));
-  x_position_matcher = std::make_unique<reMatcher>(x_position);
-  y_position_matcher = std::make_unique<reMatcher>(with_axis(x_position, x_to_y));
-  r_position_matcher = std::make_unique<reMatcher>(with_axis(x_position, x_to_r));
-  z_position_matcher = std::make_unique<reMatcher>(z_position);
-  x_unmeasured_matcher = std::make_unique<reMatcher>(x_unmeasured);
-  y_unmeasured_matcher = std::make_unique<reMatcher>(with_axis(x_unmeasured, x_to_y));
-  x_zero_actual_matcher = std::make_unique<reMatcher>(x_zero_actual);
-  y_zero_actual_matcher = std::make_unique<reMatcher>(with_axis(x_zero_actual, x_to_y));
-  angle_matcher = std::make_unique<reMatcher>(angle);
-  out_of_tolerance_matcher = std::make_unique<reMatcher>(out_of_tolerance);
-  out_of_position_matcher = std::make_unique<reMatcher>(out_of_position);
-  angle_out_of_tolerance_matcher = std::make_unique<reMatcher>(angle_out_of_tolerance);
-  tool_offset_matcher = std::make_unique<reMatcher>("^TOOL OFFSET\\/?\\s*H[\\d]+\\s*");
-
-  reMatcher* const all[] = {separator_matcher.get(),
-                            component_feature_matcher.get(),
-                            feature_name_matcher.get(),
-                            diameter_matcher.get(),
-                            x_size_matcher.get(),
-                            y_size_matcher.get(),
-                            z_size_matcher.get(),
-                            x_position_matcher.get(),
-                            y_position_matcher.get(),
-                            r_position_matcher.get(),
-                            z_position_matcher.get(),
-                            x_unmeasured_matcher.get(),
-                            y_unmeasured_matcher.get(),
-                            x_zero_actual_matcher.get(),
-                            y_zero_actual_matcher.get(),
-                            angle_matcher.get(),
-                            out_of_tolerance_matcher.get(),
-                            out_of_position_matcher.get(),
-                            angle_out_of_tolerance_matcher.get(),
-                            tool_offset_matcher.get()};
+  // Every matcher is compiled anchored at the start offset, so the error lines, whose patterns
+  // carry no "^", must also begin (after blanks) with their plus signs.
+  const struct {
+    Matcher which;
+    utString pattern;
+    int values_matched;
+  } table[] = {
+      {kSeparator, utString("^\\s*-+\\s*$"), kWholeLine},
+      {kComponentFeature,
+       utString("^\\s*COMPONENT NO\\/?\\s+(\\d+)\\/?\\s+FEATURE NO\\/?\\s+(\\d+)\\s*"), kTwoValues},
+      {kFeatureName,
+       utString("^\\s*FEATURE NO\\/?\\s+(\\d+)\\/?\\s+FEATURE NAME\\/?\\s++((?:.*\\S)?)\\s*$"),
+       kTwoValues},
+      {kDiameter, diameter, kTwoValues},
+      {kXSize, x_size, kTwoValues},
+      {kYSize, with_axis(x_size, x_to_y), kTwoValues},
+      {kZSize, with_axis(x_size, x_to_z), kTwoValues},
+      {kXPosition, x_position, kTwoValues},
+      {kYPosition, with_axis(x_position, x_to_y), kTwoValues},
+      {kRPosition, with_axis(x_position, x_to_r), kTwoValues},
+      {kZPosition, z_position, kTwoValues},
+      {kXUnmeasured, x_unmeasured, kOneValue},
+      {kYUnmeasured, with_axis(x_unmeasured, x_to_y), kOneValue},
+      {kXZeroActual, x_zero_actual, kOneValue},
+      {kYZeroActual, with_axis(x_zero_actual, x_to_y), kOneValue},
+      {kAngle, angle, kTwoValues},
+      {kOutOfTolerance, out_of_tolerance, kWholeLine},
+      {kOutOfPosition, out_of_position, kWholeLine},
+      {kAngleOutOfTolerance, angle_out_of_tolerance, kWholeLine},
+      {kToolOffset, utString("^TOOL OFFSET\\/?\\s*H[\\d]+\\s*"), kWholeLine},
+  };
+  static_assert(sizeof table / sizeof table[0] == kMatcherCount, "one row per matcher");
+  for (const auto& row : table) {
+    matchers_[row.which] = {std::make_unique<reMatcher>(row.pattern), row.values_matched};
+  }
   // The patterns are fixed and known to compile; the outcomes are not looked at.
   utString error_text;
   int error_offset = 0;
-  for (reMatcher* matcher : all) (void)matcher->compile(kCompileOptions, error_text, error_offset);
-  for (reMatcher* matcher : all) (void)matcher->study(error_text, 0);
+  for (ReportMatcher& m : matchers_) {
+    (void)m.matcher->compile(reMatcher::kAnchored, error_text, error_offset);
+  }
+  for (ReportMatcher& m : matchers_) (void)m.matcher->study(error_text, 0);
+}
+
+kptMacroOutputParser::Fit kptMacroOutputParser::fit(Matcher which, const utString& line) const {
+  const ReportMatcher& m = matchers_[which];
+  const int result = m.matcher->match(line, 0);
+  if (result == m.values_matched) return kValues;
+  // Only the patterns with a tolerance group have a group after their values.
+  if (result == m.values_matched + 1) return kValuesAndTolerance;
+  return kNoFit;
 }
 
 // ---- Header and report opening ----
@@ -162,14 +168,14 @@ bool kptMacroOutputParser::parse_macro_header(kptResultsFileCursor& cursor,
                                               mtrInspectionPrintData& print_data) const {
   print_data.set_invalid();
   kptResultsFileCursor header = cursor;
-  const bool framed = separator_matcher->match(header(), 0) == 1;
+  const bool framed = fits(kSeparator, header());
   if (framed && !++header) return false;
   const mtrInspectionPrintData feature = parse_feature_data(header());
   if (feature.invalid()) return false;
   // A framed header needs its closing dashed line; an unframed one may not be followed by one.
   kptResultsFileCursor next = header;
   if (++next) {
-    const bool closed = separator_matcher->match(next(), 0) == 1;
+    const bool closed = fits(kSeparator, next());
     if (closed != framed) return false;
     if (closed) header = next;
   } else if (framed) {
@@ -184,13 +190,13 @@ mtrInspectionPrintData kptMacroOutputParser::parse_feature_data(const utString& 
   utString component_text;
   utString feature_text;
   utString name;
-  const bool numbered = component_feature_matcher->match(line, 0) == 3;
+  const bool numbered = fits(kComponentFeature, line);
   if (numbered) {
-    component_text = component_feature_matcher->get_substring(1);
-    feature_text = component_feature_matcher->get_substring(2);
-  } else if (feature_name_matcher->match(line, 0) == 3) {
-    feature_text = feature_name_matcher->get_substring(1);
-    name = feature_name_matcher->get_substring(2);
+    component_text = matcher(kComponentFeature).get_substring(1);
+    feature_text = matcher(kComponentFeature).get_substring(2);
+  } else if (fits(kFeatureName, line)) {
+    feature_text = matcher(kFeatureName).get_substring(1);
+    name = matcher(kFeatureName).get_substring(2);
   } else {
     return mtrInspectionPrintData();
   }
@@ -210,7 +216,7 @@ mtrInspectionPrintData kptMacroOutputParser::parse_feature_data(const utString& 
 }
 
 bool kptMacroOutputParser::parse_tool_offset(const utString& line) const {
-  return tool_offset_matcher->match(line, 0) == 1;
+  return fits(kToolOffset, line);
 }
 
 bool kptMacroOutputParser::parse_report_opening(kptResultsFileCursor& cursor,
@@ -227,16 +233,19 @@ bool kptMacroOutputParser::parse_report_opening(kptResultsFileCursor& cursor,
 
 // ---- Value lines ----
 
-bool kptMacroOutputParser::parse_matched_size(kptResultsFileCursor& cursor, reMatcher& matcher,
+bool kptMacroOutputParser::parse_matched_size(kptResultsFileCursor& cursor, Matcher which,
                                               kptParsedDimension& dimension) const {
   dimension.reset();
   kptResultsFileCursor size = cursor;
-  const int result = matcher.match(size(), 0);
-  if (result != 3 && result != 4) return false;
-  dimension = kptParsedDimension(number_parser_.string_to_mm(matcher.group_view(1)),
-                                 number_parser_.string_to_mm(matcher.group_view(2)));
-  if (result == 4) dimension.set_tolerance(number_parser_.string_to_mm(matcher.group_view(3)));
-  take_error_line(size, *out_of_tolerance_matcher);
+  const Fit result = fit(which, size());
+  if (result == kNoFit) return false;
+  const reMatcher& m = matcher(which);
+  dimension = kptParsedDimension(number_parser_.string_to_mm(m.group_view(1)),
+                                 number_parser_.string_to_mm(m.group_view(2)));
+  if (result == kValuesAndTolerance) {
+    dimension.set_tolerance(number_parser_.string_to_mm(m.group_view(3)));
+  }
+  take_error_line(size, kOutOfTolerance);
   cursor = size;
   return true;
 }
@@ -244,88 +253,60 @@ bool kptMacroOutputParser::parse_matched_size(kptResultsFileCursor& cursor, reMa
 bool kptMacroOutputParser::parse_dimension(kptResultsFileCursor& cursor,
                                            kptParsedDimension& dimension) const {
   // Some macros print a bore's size as a radial position instead of a diameter.
-  return parse_matched_size(cursor, *diameter_matcher, dimension) ||
-         parse_matched_size(cursor, *r_position_matcher, dimension);
+  return parse_matched_size(cursor, kDiameter, dimension) ||
+         parse_matched_size(cursor, kRPosition, dimension);
 }
 
-bool kptMacroOutputParser::parse_x_size(kptResultsFileCursor& cursor,
-                                        kptParsedDimension& dimension) const {
-  return parse_matched_size(cursor, *x_size_matcher, dimension);
-}
-
-bool kptMacroOutputParser::parse_y_size(kptResultsFileCursor& cursor,
-                                        kptParsedDimension& dimension) const {
-  return parse_matched_size(cursor, *y_size_matcher, dimension);
-}
-
-bool kptMacroOutputParser::parse_z_size(kptResultsFileCursor& cursor,
-                                        kptParsedDimension& dimension) const {
-  return parse_matched_size(cursor, *z_size_matcher, dimension);
-}
-
-bool kptMacroOutputParser::parse_measured_position(const utString& line, reMatcher& matcher,
+bool kptMacroOutputParser::parse_measured_position(const utString& line, Matcher which,
                                                    kptParsedPosition& position) const {
   position.reset();
-  const int result = matcher.match(line, 0);
-  if (result != 3 && result != 4) return false;
-  position = kptParsedPosition(number_parser_.string_to_mm(matcher.group_view(1)),
-                               number_parser_.string_to_mm(matcher.group_view(2)));
-  if (result == 4) {
-    position.set_true_position_tolerance(number_parser_.string_to_mm(matcher.group_view(3)));
+  const Fit result = fit(which, line);
+  if (result == kNoFit) return false;
+  const reMatcher& m = matcher(which);
+  position = kptParsedPosition(number_parser_.string_to_mm(m.group_view(1)),
+                               number_parser_.string_to_mm(m.group_view(2)));
+  if (result == kValuesAndTolerance) {
+    position.set_true_position_tolerance(number_parser_.string_to_mm(m.group_view(3)));
   }
   return true;
 }
 
-bool kptMacroOutputParser::parse_measured_x_position(const utString& line,
-                                                     kptParsedPosition& position) const {
-  return parse_measured_position(line, *x_position_matcher, position);
-}
-
-bool kptMacroOutputParser::parse_measured_y_position(const utString& line,
-                                                     kptParsedPosition& position) const {
-  return parse_measured_position(line, *y_position_matcher, position);
-}
-
-bool kptMacroOutputParser::parse_measured_z_position(const utString& line,
-                                                     kptParsedPosition& position) const {
-  return parse_measured_position(line, *z_position_matcher, position);
-}
-
-bool kptMacroOutputParser::parse_coordinate_position(const utString& line, reMatcher& matcher,
+bool kptMacroOutputParser::parse_coordinate_position(const utString& line, Matcher which,
                                                      kptParsedCoordinate& coordinate) const {
   coordinate.reset();
-  const int result = matcher.match(line, 0);
-  if (result != 2 && result != 3) return false;
-  coordinate = kptParsedCoordinate(number_parser_.string_to_mm(matcher.group_view(1)));
-  if (result == 3) {
-    coordinate.set_true_position_tolerance(number_parser_.string_to_mm(matcher.group_view(2)));
+  const Fit result = fit(which, line);
+  if (result == kNoFit) return false;
+  const reMatcher& m = matcher(which);
+  coordinate = kptParsedCoordinate(number_parser_.string_to_mm(m.group_view(1)));
+  if (result == kValuesAndTolerance) {
+    coordinate.set_true_position_tolerance(number_parser_.string_to_mm(m.group_view(2)));
   }
   return true;
 }
 
 bool kptMacroOutputParser::parse_coordinate_x_position(const utString& line,
                                                        kptParsedCoordinate& coordinate) const {
-  return parse_coordinate_position(line, *x_unmeasured_matcher, coordinate) ||
-         parse_coordinate_position(line, *x_zero_actual_matcher, coordinate);
+  return parse_coordinate_position(line, kXUnmeasured, coordinate) ||
+         parse_coordinate_position(line, kXZeroActual, coordinate);
 }
 
 bool kptMacroOutputParser::parse_coordinate_y_position(const utString& line,
                                                        kptParsedCoordinate& coordinate) const {
-  return parse_coordinate_position(line, *y_unmeasured_matcher, coordinate) ||
-         parse_coordinate_position(line, *y_zero_actual_matcher, coordinate);
+  return parse_coordinate_position(line, kYUnmeasured, coordinate) ||
+         parse_coordinate_position(line, kYZeroActual, coordinate);
 }
 
 bool kptMacroOutputParser::parse_angle(const utString& line, kptParsedAngle& angle) const {
   angle.reset();
-  const int result = angle_matcher->match(line, 0);
-  if (result != 3 && result != 4) return false;
+  const Fit result = fit(kAngle, line);
+  if (result == kNoFit) return false;
   // Angles are degrees whatever the file's units.
   const auto degrees = [&](int group) {
     return giAngle(giAngleDegrees,
-                   number_parser_.string_to_double(angle_matcher->group_view(group)));
+                   number_parser_.string_to_double(matcher(kAngle).group_view(group)));
   };
   angle = kptParsedAngle(degrees(1), degrees(2));
-  if (result == 4) angle.set_tolerance(degrees(3));
+  if (result == kValuesAndTolerance) angle.set_tolerance(degrees(3));
   return true;
 }
 
@@ -336,9 +317,9 @@ bool kptMacroOutputParser::tolerances_are_equivalent(const std::optional<double>
   return std::fabs(*a - *b) <= kCoordinateEpsilon;  // false for a NaN difference
 }
 
-void kptMacroOutputParser::take_error_line(kptResultsFileCursor& cursor, reMatcher& matcher) {
+void kptMacroOutputParser::take_error_line(kptResultsFileCursor& cursor, Matcher which) const {
   kptResultsFileCursor next = cursor;
-  if (++next && matcher.match(next(), 0) == 1) cursor = next;
+  if (++next && fits(which, next())) cursor = next;
 }
 
 // ---- Wall or channel blocks ----
@@ -348,11 +329,11 @@ bool kptMacroOutputParser::parse_x_wall_channel_values(kptResultsFileCursor& val
                                                        kptParsedPosition& x_position,
                                                        kptParsedCoordinate& y_coordinate) const {
   if (!parse_dimension(values, width) || !++values ||
-      !parse_measured_x_position(values(), x_position) || !++values ||
+      !parse_measured_position(values(), kXPosition, x_position) || !++values ||
       !parse_coordinate_y_position(values(), y_coordinate)) {
     return false;
   }
-  take_error_line(values, *out_of_position_matcher);
+  take_error_line(values, kOutOfPosition);
   return tolerances_are_equivalent(x_position.true_position_tolerance(),
                                    y_coordinate.true_position_tolerance());
 }
@@ -363,10 +344,10 @@ bool kptMacroOutputParser::parse_y_wall_channel_values(kptResultsFileCursor& val
                                                        kptParsedPosition& y_position) const {
   if (!parse_dimension(values, width) || !++values ||
       !parse_coordinate_x_position(values(), x_coordinate) || !++values ||
-      !parse_measured_y_position(values(), y_position)) {
+      !parse_measured_position(values(), kYPosition, y_position)) {
     return false;
   }
-  take_error_line(values, *out_of_position_matcher);
+  take_error_line(values, kOutOfPosition);
   return tolerances_are_equivalent(x_coordinate.true_position_tolerance(),
                                    y_position.true_position_tolerance());
 }
@@ -391,76 +372,69 @@ bool kptMacroOutputParser::parse_y_wall_channel_info(kptResultsFileCursor& curso
 // ---- Report kinds ----
 
 bool kptMacroOutputParser::parse_macro_output(kptResultsFileCursor& cursor) const {
+  // The report kinds in the order they are tried: a rectangle before the X wall or channel that
+  // opens it, a Y wall or channel before the circle whose lines it also fits.
+  static constexpr ReportBody kKinds[] = {
+      &kptMacroOutputParser::parse_rectangle_body,
+      &kptMacroOutputParser::parse_x_wall_channel_body,
+      &kptMacroOutputParser::parse_y_wall_channel_body,
+      &kptMacroOutputParser::parse_circle_body,
+      &kptMacroOutputParser::parse_corner_body,
+      &kptMacroOutputParser::parse_surface_body<mtrProbeWCSAxisX>,
+      &kptMacroOutputParser::parse_surface_body<mtrProbeWCSAxisY>,
+      &kptMacroOutputParser::parse_surface_body<mtrProbeWCSAxisZ>,
+      &kptMacroOutputParser::parse_angle_body};
   // Nearly every line that reaches here opens no header and fails on the first line's matches,
   // before any look-ahead. A header is read once and every kind tries its values.
   kptResultsFileCursor values = cursor;
   mtrInspectionPrintData header;
   if (!parse_report_opening(values, header)) return false;
-  return parse_rectangle_body(cursor, values, header) ||
-         parse_x_wall_channel_body(cursor, values, header) ||
-         parse_y_wall_channel_body(cursor, values, header) ||
-         parse_circle_body(cursor, values, header) || parse_corner_body(cursor, values, header) ||
-         parse_surface_body(cursor, values, header, mtrProbeWCSAxisX) ||
-         parse_surface_body(cursor, values, header, mtrProbeWCSAxisY) ||
-         parse_surface_body(cursor, values, header, mtrProbeWCSAxisZ) ||
-         parse_angle_body(cursor, values, header);
+  for (const ReportBody body : kKinds) {
+    if ((this->*body)(cursor, values, header)) return true;
+  }
+  return false;
+}
+
+bool kptMacroOutputParser::parse_report(kptResultsFileCursor& cursor, ReportBody body) const {
+  kptResultsFileCursor values = cursor;
+  mtrInspectionPrintData header;
+  return parse_report_opening(values, header) && (this->*body)(cursor, values, header);
 }
 
 bool kptMacroOutputParser::parse_rectangle_output(kptResultsFileCursor& cursor) const {
-  kptResultsFileCursor values = cursor;
-  mtrInspectionPrintData header;
-  return parse_report_opening(values, header) && parse_rectangle_body(cursor, values, header);
+  return parse_report(cursor, &kptMacroOutputParser::parse_rectangle_body);
 }
 
 bool kptMacroOutputParser::parse_x_wall_channel(kptResultsFileCursor& cursor) const {
-  kptResultsFileCursor values = cursor;
-  mtrInspectionPrintData header;
-  return parse_report_opening(values, header) && parse_x_wall_channel_body(cursor, values, header);
+  return parse_report(cursor, &kptMacroOutputParser::parse_x_wall_channel_body);
 }
 
 bool kptMacroOutputParser::parse_y_wall_channel(kptResultsFileCursor& cursor) const {
-  kptResultsFileCursor values = cursor;
-  mtrInspectionPrintData header;
-  return parse_report_opening(values, header) && parse_y_wall_channel_body(cursor, values, header);
+  return parse_report(cursor, &kptMacroOutputParser::parse_y_wall_channel_body);
 }
 
 bool kptMacroOutputParser::parse_circle_output(kptResultsFileCursor& cursor) const {
-  kptResultsFileCursor values = cursor;
-  mtrInspectionPrintData header;
-  return parse_report_opening(values, header) && parse_circle_body(cursor, values, header);
+  return parse_report(cursor, &kptMacroOutputParser::parse_circle_body);
 }
 
 bool kptMacroOutputParser::parse_corner_measurement(kptResultsFileCursor& cursor) const {
-  kptResultsFileCursor values = cursor;
-  mtrInspectionPrintData header;
-  return parse_report_opening(values, header) && parse_corner_body(cursor, values, header);
+  return parse_report(cursor, &kptMacroOutputParser::parse_corner_body);
 }
 
 bool kptMacroOutputParser::parse_x_surface_measurement(kptResultsFileCursor& cursor) const {
-  kptResultsFileCursor values = cursor;
-  mtrInspectionPrintData header;
-  return parse_report_opening(values, header) &&
-         parse_surface_body(cursor, values, header, mtrProbeWCSAxisX);
+  return parse_report(cursor, &kptMacroOutputParser::parse_surface_body<mtrProbeWCSAxisX>);
 }
 
 bool kptMacroOutputParser::parse_y_surface_measurement(kptResultsFileCursor& cursor) const {
-  kptResultsFileCursor values = cursor;
-  mtrInspectionPrintData header;
-  return parse_report_opening(values, header) &&
-         parse_surface_body(cursor, values, header, mtrProbeWCSAxisY);
+  return parse_report(cursor, &kptMacroOutputParser::parse_surface_body<mtrProbeWCSAxisY>);
 }
 
 bool kptMacroOutputParser::parse_z_surface_measurement(kptResultsFileCursor& cursor) const {
-  kptResultsFileCursor values = cursor;
-  mtrInspectionPrintData header;
-  return parse_report_opening(values, header) &&
-         parse_surface_body(cursor, values, header, mtrProbeWCSAxisZ);
+  return parse_report(cursor, &kptMacroOutputParser::parse_surface_body<mtrProbeWCSAxisZ>);
 }
 
 bool kptMacroOutputParser::parse_angle_measurement(kptResultsFileCursor& cursor) const {
-  kptResultsFileCursor values = cursor;
-  mtrInspectionPrintData header;
-  return parse_report_opening(values, header) && parse_angle_body(cursor, values, header);
+  return parse_report(cursor, &kptMacroOutputParser::parse_angle_body);
 }
 
 bool kptMacroOutputParser::parse_rectangle_body(kptResultsFileCursor& cursor,
@@ -529,11 +503,12 @@ bool kptMacroOutputParser::parse_circle_body(kptResultsFileCursor& cursor,
   kptParsedDimension diameter;
   kptParsedPosition x;
   kptParsedPosition y;
-  if (!parse_dimension(values, diameter) || !++values || !parse_measured_x_position(values(), x) ||
-      !++values || !parse_measured_y_position(values(), y)) {
+  if (!parse_dimension(values, diameter) || !++values ||
+      !parse_measured_position(values(), kXPosition, x) || !++values ||
+      !parse_measured_position(values(), kYPosition, y)) {
     return false;
   }
-  take_error_line(values, *out_of_position_matcher);
+  take_error_line(values, kOutOfPosition);
   if (!tolerances_are_equivalent(x.true_position_tolerance(), y.true_position_tolerance())) {
     return false;
   }
@@ -552,11 +527,11 @@ bool kptMacroOutputParser::parse_corner_body(kptResultsFileCursor& cursor,
                                              const mtrInspectionPrintData& header) const {
   kptParsedPosition x;
   kptParsedPosition y;
-  if (!parse_measured_x_position(values(), x) || !++values ||
-      !parse_measured_y_position(values(), y)) {
+  if (!parse_measured_position(values(), kXPosition, x) || !++values ||
+      !parse_measured_position(values(), kYPosition, y)) {
     return false;
   }
-  take_error_line(values, *out_of_position_matcher);
+  take_error_line(values, kOutOfPosition);
   if (!tolerances_are_equivalent(x.true_position_tolerance(), y.true_position_tolerance())) {
     return false;
   }
@@ -568,28 +543,21 @@ bool kptMacroOutputParser::parse_corner_body(kptResultsFileCursor& cursor,
   return true;
 }
 
+template <mtrProbeWCSAxis axis>
 bool kptMacroOutputParser::parse_surface_body(kptResultsFileCursor& cursor,
                                               kptResultsFileCursor values,
-                                              const mtrInspectionPrintData& header,
-                                              mtrProbeWCSAxis axis) const {
+                                              const mtrInspectionPrintData& header) const {
+  // The size and position lines of the axis.
+  constexpr Matcher size_line = axis == mtrProbeWCSAxisX   ? kXSize
+                                : axis == mtrProbeWCSAxisY ? kYSize
+                                                           : kZSize;
+  constexpr Matcher position_line = axis == mtrProbeWCSAxisX   ? kXPosition
+                                    : axis == mtrProbeWCSAxisY ? kYPosition
+                                                               : kZPosition;
   kptParsedDimension size;
   kptParsedPosition position;
-  bool sized = false;
-  bool positioned = false;
-  switch (axis) {
-    case mtrProbeWCSAxisX:
-      sized = parse_x_size(values, size);
-      positioned = !sized && parse_measured_x_position(values(), position);
-      break;
-    case mtrProbeWCSAxisY:
-      sized = parse_y_size(values, size);
-      positioned = !sized && parse_measured_y_position(values(), position);
-      break;
-    case mtrProbeWCSAxisZ:
-      sized = parse_z_size(values, size);
-      positioned = !sized && parse_measured_z_position(values(), position);
-      break;
-  }
+  const bool sized = parse_matched_size(values, size_line, size);
+  const bool positioned = !sized && parse_measured_position(values(), position_line, position);
   if (!sized && !positioned) return false;
   // A value came from a position line when the position is set. A line whose nominal and actual
   // both read as the not-set marker gives no position, just as such a size line gives no size
@@ -601,7 +569,7 @@ bool kptMacroOutputParser::parse_surface_body(kptResultsFileCursor& cursor,
     if (axis == mtrProbeWCSAxisX) {
       kptResultsFileCursor next = values;
       kptParsedPosition y;
-      if (++next && parse_measured_y_position(next(), y)) return false;
+      if (++next && parse_measured_position(next(), kYPosition, y)) return false;
     }
   }
   cursor = values;
@@ -613,7 +581,7 @@ bool kptMacroOutputParser::parse_angle_body(kptResultsFileCursor& cursor,
                                             const mtrInspectionPrintData& header) const {
   kptParsedAngle angle;
   if (!parse_angle(values(), angle)) return false;
-  take_error_line(values, *angle_out_of_tolerance_matcher);
+  take_error_line(values, kAngleOutOfTolerance);
   cursor = values;
   if (callback_) callback_->on_angle_measurement(header, angle);
   return true;

@@ -15,6 +15,8 @@
 // the cursor on the error line. Every length is converted from the file's units to millimetres.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <memory>
 #include <optional>
 
@@ -76,34 +78,81 @@ class CNCPROBE_API kptMacroOutputParser {
   // One ANG line: on_angle_measurement.
   [[nodiscard]] bool parse_angle_measurement(kptResultsFileCursor& cursor) const;
 
+  // The units' number reader and the event receiver, for a parser built on this one.
+  [[nodiscard]] const kptStringDataParsing& number_parser() const noexcept {
+    return number_parser_;
+  }
+  [[nodiscard]] kptResultsFileParserCallback* callback() const noexcept { return callback_.get(); }
+
  private:
+  // The report line patterns, in the order they are built, compiled and released.
+  enum Matcher : std::size_t {
+    kSeparator,
+    kComponentFeature,
+    kFeatureName,
+    kDiameter,
+    kXSize,
+    kYSize,
+    kZSize,
+    kXPosition,
+    kYPosition,
+    kRPosition,
+    kZPosition,
+    kXUnmeasured,
+    kYUnmeasured,
+    kXZeroActual,
+    kYZeroActual,
+    kAngle,
+    kOutOfTolerance,
+    kOutOfPosition,
+    kAngleOutOfTolerance,
+    kToolOffset,
+    kMatcherCount
+  };
+  // How a line fits a pattern: not at all, with its values, or with its values and the
+  // tolerance that may be printed after them.
+  enum Fit { kNoFit, kValues, kValuesAndTolerance };
+  // One compiled pattern and the match result of a line that fits it with its values: every
+  // group took part but an optional trailing tolerance, whose group adds one.
+  struct ReportMatcher {
+    std::unique_ptr<reMatcher> matcher;
+    int values_matched = 0;
+  };
+  // The value lines of one report kind, read once the report opening has been read: `values`
+  // stands on the first value line and `header` holds the header. On success `cursor` is moved
+  // to the last line and the event is fired.
+  using ReportBody = bool (kptMacroOutputParser::*)(kptResultsFileCursor& cursor,
+                                                    kptResultsFileCursor values,
+                                                    const mtrInspectionPrintData& header) const;
+
   void init_matchers();
+  [[nodiscard]] Fit fit(Matcher which, const utString& line) const;
+  [[nodiscard]] bool fits(Matcher which, const utString& line) const {
+    return fit(which, line) != kNoFit;
+  }
+  [[nodiscard]] reMatcher& matcher(Matcher which) const { return *matchers_[which].matcher; }
 
   // Header and report opening.
   bool parse_macro_header(kptResultsFileCursor& cursor, mtrInspectionPrintData& print_data) const;
   mtrInspectionPrintData parse_feature_data(const utString& line) const;
   bool parse_report_opening(kptResultsFileCursor& cursor, mtrInspectionPrintData& header) const;
+  // The report opening, then the value lines of one kind.
+  bool parse_report(kptResultsFileCursor& cursor, ReportBody body) const;
 
   // Value lines.
-  bool parse_matched_size(kptResultsFileCursor& cursor, reMatcher& matcher,
+  bool parse_matched_size(kptResultsFileCursor& cursor, Matcher which,
                           kptParsedDimension& dimension) const;
   bool parse_dimension(kptResultsFileCursor& cursor, kptParsedDimension& dimension) const;
-  bool parse_x_size(kptResultsFileCursor& cursor, kptParsedDimension& dimension) const;
-  bool parse_y_size(kptResultsFileCursor& cursor, kptParsedDimension& dimension) const;
-  bool parse_z_size(kptResultsFileCursor& cursor, kptParsedDimension& dimension) const;
-  bool parse_measured_position(const utString& line, reMatcher& matcher,
+  bool parse_measured_position(const utString& line, Matcher which,
                                kptParsedPosition& position) const;
-  bool parse_measured_x_position(const utString& line, kptParsedPosition& position) const;
-  bool parse_measured_y_position(const utString& line, kptParsedPosition& position) const;
-  bool parse_measured_z_position(const utString& line, kptParsedPosition& position) const;
-  bool parse_coordinate_position(const utString& line, reMatcher& matcher,
+  bool parse_coordinate_position(const utString& line, Matcher which,
                                  kptParsedCoordinate& coordinate) const;
   bool parse_coordinate_x_position(const utString& line, kptParsedCoordinate& coordinate) const;
   bool parse_coordinate_y_position(const utString& line, kptParsedCoordinate& coordinate) const;
   bool parse_angle(const utString& line, kptParsedAngle& angle) const;
   static bool tolerances_are_equivalent(const std::optional<double>& a,
                                         const std::optional<double>& b);
-  static void take_error_line(kptResultsFileCursor& cursor, reMatcher& matcher);
+  void take_error_line(kptResultsFileCursor& cursor, Matcher which) const;
 
   // The Y wall or channel block of a rectangle, with its own report opening. (The X block opens
   // the report itself, so its values are read straight after the shared opening.)
@@ -117,9 +166,8 @@ class CNCPROBE_API kptMacroOutputParser {
                                    kptParsedCoordinate& x_coordinate,
                                    kptParsedPosition& y_position) const;
 
-  // The value lines of each kind, once the report opening has been read: `values` stands on the
-  // first value line and `header` holds the header. On success `cursor` is moved to the last line
-  // and the event is fired. Reading the opening once lets the dispatch try all nine kinds on it.
+  // The report kinds' value lines, each a ReportBody; reading the opening once lets the
+  // dispatch try all nine kinds on it.
   bool parse_rectangle_body(kptResultsFileCursor& cursor, kptResultsFileCursor values,
                             const mtrInspectionPrintData& header) const;
   bool parse_x_wall_channel_body(kptResultsFileCursor& cursor, kptResultsFileCursor values,
@@ -130,8 +178,9 @@ class CNCPROBE_API kptMacroOutputParser {
                          const mtrInspectionPrintData& header) const;
   bool parse_corner_body(kptResultsFileCursor& cursor, kptResultsFileCursor values,
                          const mtrInspectionPrintData& header) const;
+  template <mtrProbeWCSAxis axis>
   bool parse_surface_body(kptResultsFileCursor& cursor, kptResultsFileCursor values,
-                          const mtrInspectionPrintData& header, mtrProbeWCSAxis axis) const;
+                          const mtrInspectionPrintData& header) const;
   bool parse_angle_body(kptResultsFileCursor& cursor, kptResultsFileCursor values,
                         const mtrInspectionPrintData& header) const;
   bool fire_surface_measurement(mtrProbeWCSAxis axis, const mtrInspectionPrintData& header,
@@ -140,25 +189,6 @@ class CNCPROBE_API kptMacroOutputParser {
 
   kptStringDataParsing number_parser_;
   utObserverPtr<kptResultsFileParserCallback> callback_;
-
-  std::unique_ptr<reMatcher> separator_matcher;
-  std::unique_ptr<reMatcher> component_feature_matcher;
-  std::unique_ptr<reMatcher> feature_name_matcher;
-  std::unique_ptr<reMatcher> diameter_matcher;
-  std::unique_ptr<reMatcher> x_size_matcher;
-  std::unique_ptr<reMatcher> y_size_matcher;
-  std::unique_ptr<reMatcher> z_size_matcher;
-  std::unique_ptr<reMatcher> x_position_matcher;
-  std::unique_ptr<reMatcher> y_position_matcher;
-  std::unique_ptr<reMatcher> r_position_matcher;
-  std::unique_ptr<reMatcher> z_position_matcher;
-  std::unique_ptr<reMatcher> x_unmeasured_matcher;
-  std::unique_ptr<reMatcher> y_unmeasured_matcher;
-  std::unique_ptr<reMatcher> x_zero_actual_matcher;
-  std::unique_ptr<reMatcher> y_zero_actual_matcher;
-  std::unique_ptr<reMatcher> angle_matcher;
-  std::unique_ptr<reMatcher> out_of_tolerance_matcher;
-  std::unique_ptr<reMatcher> out_of_position_matcher;
-  std::unique_ptr<reMatcher> angle_out_of_tolerance_matcher;
-  std::unique_ptr<reMatcher> tool_offset_matcher;
+  // Released from the last to the first, then the number parser.
+  std::array<ReportMatcher, kMatcherCount> matchers_;
 };

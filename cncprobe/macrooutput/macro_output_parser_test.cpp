@@ -265,6 +265,8 @@ TEST(MacroOutputParser, ARectangleNeedsTheNextFeatureProbedAtTheSameMiddles) {
   const std::pair<Lines, std::vector<std::string>> rows[] = {
       {join({kXWall, y_wall("COMPONENT NO 1 FEATURE NO 5", "30.000000000001")}), {kRectangleEvent}},
       {join({kXWall, y_wall("COMPONENT NO 1 FEATURE NO 6")}), {kXWallEvent, y_alone}},
+      {join({kXWall, y_wall("COMPONENT NO 2 FEATURE NO 5")}),
+       {kXWallEvent, "y_wall_channel C2 F5 w 8 8.01 tol 0.05 x 30 y 5 5.001 tp 0.1"}},
       {join({kXWall, y_wall("COMPONENT NO 1 FEATURE NO 5", "30.001")}),
        {kXWallEvent, "y_wall_channel C1 F5 w 8 8.01 tol 0.05 x 30.001 y 5 5.001 tp 0.1"}},
       {join({kXWall, y_wall("COMPONENT NO 1 FEATURE NO 5", "30", "0.060")}),

@@ -21,7 +21,14 @@ constexpr const char* kBlockNumber = R"(N[\s\*]*\d+[\s\*]*)";
 // match, but it keeps a long run of blanks before a bad value from costing quadratic time.
 constexpr const char* kValueAfterLetter = R"([\s\*]*+([-+]?[\s\*]*[\d\.]+)[\s\*]*)";
 
-constexpr int kAnchored = 16;
+// Match results of a line that fits a record (reMatcher::match gives one more than the highest
+// group that took part): START and END capture nothing, the other records capture each value.
+constexpr int kWholeLine = 1;
+constexpr int kOneValue = 2;
+constexpr int kNominalPointValues = 10;  // X, Y, Z, I, J, K, O, U, L
+constexpr int kMeasuredPointValues = 5;  // X, Y, Z, R
+constexpr int kWorkplaneValues = 9;      // A, B, C, X, Y, Z, I, R
+constexpr int kCadWorkplaneValues = 7;   // A, B, C, X, Y, Z
 
 // One letter of a G record and its captured value.
 utString value_piece(char letter) {
@@ -56,7 +63,7 @@ std::optional<std::uint32_t> toolpath_number(double value) {
 
 kptResultsFileParser::kptResultsFileParser(const kptUnits& units,
                                            utObserverPtr<kptResultsFileParserCallback> callback)
-    : kptMacroOutputParser(units, callback), number_parser_(units), callback_(callback) {
+    : kptMacroOutputParser(units, callback) {
   init_matchers();
 }
 
@@ -91,7 +98,9 @@ void kptResultsFileParser::init_matchers() {
   // Every pattern here is fixed and known to compile, so the outcomes are not looked at.
   utString error_text;
   int error_offset = 0;
-  for (reMatcher* matcher : matchers) (void)matcher->compile(kAnchored, error_text, error_offset);
+  for (reMatcher* matcher : matchers) {
+    (void)matcher->compile(reMatcher::kAnchored, error_text, error_offset);
+  }
   for (reMatcher* matcher : matchers) (void)matcher->study(error_text, 0);
 }
 
@@ -105,41 +114,41 @@ bool kptResultsFileParser::parse_next_object(kptResultsFileCursor& cursor) const
 }
 
 bool kptResultsFileParser::parse_for_start(const utString& line) const {
-  if (start_matcher_->match(line, 0) != 1) return false;
-  if (callback_) callback_->on_start();
+  if (start_matcher_->match(line, 0) != kWholeLine) return false;
+  if (callback()) callback()->on_start();
   return true;
 }
 
 bool kptResultsFileParser::parse_for_end(const utString& line) const {
-  if (end_matcher_->match(line, 0) != 1) return false;
-  if (callback_) callback_->on_end();
+  if (end_matcher_->match(line, 0) != kWholeLine) return false;
+  if (callback()) callback()->on_end();
   return true;
 }
 
 bool kptResultsFileParser::parse_for_toolpath_instance(const utString& line) const {
-  if (toolpath_id_matcher_->match(line, 0) != 2) return false;
+  if (toolpath_id_matcher_->match(line, 0) != kOneValue) return false;
   const utString text = toolpath_id_matcher_->get_substring(1);
   // TOOLPATHID 0 names no tool path.
-  if (number_parser_.string_to_double(text) == 0.0) return false;
+  if (number_parser().string_to_double(text) == 0.0) return false;
   // Decimals beyond the fourth are no part of the identity or the instance: 12.00039 is tool
   // path 12, instance 3. They are cut off before the value is read.
   const int point = text.locate_substring(".");
   const bool long_fraction = point >= 0 && text.length() > static_cast<std::uint32_t>(point) + 5;
-  const std::optional<std::uint32_t> number = toolpath_number(number_parser_.string_to_double(
+  const std::optional<std::uint32_t> number = toolpath_number(number_parser().string_to_double(
       long_fraction ? utString(text.c_str(), static_cast<std::size_t>(point) + 5) : text));
   if (!number) return false;
   const unsigned int instance = *number % 100;
-  if (callback_) {
-    callback_->on_toolpath_instance(*number / 10000,
-                                    instance == 0 ? std::nullopt : std::optional(instance));
+  if (callback()) {
+    callback()->on_toolpath_instance(*number / 10000,
+                                     instance == 0 ? std::nullopt : std::optional(instance));
   }
   return true;
 }
 
 bool kptResultsFileParser::parse_for_nominal_point(const utString& line) const {
   reMatcher& m = *nominal_point_matcher_;
-  if (m.match(line, 0) != 10) return false;
-  const kptStringDataParsing& n = number_parser_;
+  if (m.match(line, 0) != kNominalPointValues) return false;
+  const kptStringDataParsing& n = number_parser();
   const double upper = n.string_to_mm(m.group_view(8));
   const double lower = n.string_to_mm(m.group_view(9));
   // A lower limit above the upper one is no usable tolerance band.
@@ -150,37 +159,37 @@ bool kptResultsFileParser::parse_for_nominal_point(const utString& line) const {
   const giVector3 direction(n.string_to_double(m.group_view(4)),
                             n.string_to_double(m.group_view(5)),
                             n.string_to_double(m.group_view(6)));
-  if (callback_) {
-    callback_->on_nominal_point(point, direction, n.string_to_mm(m.group_view(7)), upper, lower);
+  if (callback()) {
+    callback()->on_nominal_point(point, direction, n.string_to_mm(m.group_view(7)), upper, lower);
   }
   return true;
 }
 
 bool kptResultsFileParser::parse_for_measured_point(const utString& line) const {
   reMatcher& m = *measured_point_matcher_;
-  if (m.match(line, 0) != 5) return false;
-  const kptStringDataParsing& n = number_parser_;
+  if (m.match(line, 0) != kMeasuredPointValues) return false;
+  const kptStringDataParsing& n = number_parser();
   const giPoint3 point(n.string_to_mm(m.group_view(1)), n.string_to_mm(m.group_view(2)),
                        n.string_to_mm(m.group_view(3)));
-  if (callback_) callback_->on_measured_point(point, n.string_to_mm(m.group_view(4)));
+  if (callback()) callback()->on_measured_point(point, n.string_to_mm(m.group_view(4)));
   return true;
 }
 
 bool kptResultsFileParser::parse_for_workplane(const utString& line) const {
   // I and R are required by the record but carry nothing the workplane needs.
-  if (workplane_matcher_->match(line, 0) != 9) return false;
-  if (callback_) callback_->on_workplane(workplane_from(*workplane_matcher_));
+  if (workplane_matcher_->match(line, 0) != kWorkplaneValues) return false;
+  if (callback()) callback()->on_workplane(workplane_from(*workplane_matcher_));
   return true;
 }
 
 bool kptResultsFileParser::parse_for_cad_workplane(const utString& line) const {
-  if (cad_workplane_matcher_->match(line, 0) != 7) return false;
-  if (callback_) callback_->on_cad_workplane(workplane_from(*cad_workplane_matcher_));
+  if (cad_workplane_matcher_->match(line, 0) != kCadWorkplaneValues) return false;
+  if (callback()) callback()->on_cad_workplane(workplane_from(*cad_workplane_matcher_));
   return true;
 }
 
 giWorkplane3 kptResultsFileParser::workplane_from(const reMatcher& m) const {
-  const kptStringDataParsing& n = number_parser_;
+  const kptStringDataParsing& n = number_parser();
   // Angles are degrees whatever the file's units; only the origin is a length.
   const giAngle a(giAngleDegrees, n.string_to_double(m.group_view(1)));
   const giAngle b(giAngleDegrees, n.string_to_double(m.group_view(2)));
@@ -199,16 +208,16 @@ giWorkplane3 kptResultsFileParser::workplane_from(const reMatcher& m) const {
 }
 
 bool kptResultsFileParser::parse_for_cycle_depth(const utString& line) const {
-  if (cycle_depth_matcher_->match(line, 0) != 2) return false;
-  if (callback_) {
-    callback_->on_cycle_depth(number_parser_.string_to_mm(cycle_depth_matcher_->group_view(1)));
+  if (cycle_depth_matcher_->match(line, 0) != kOneValue) return false;
+  if (callback()) {
+    callback()->on_cycle_depth(number_parser().string_to_mm(cycle_depth_matcher_->group_view(1)));
   }
   return true;
 }
 
 bool kptResultsFileParser::parse_for_results_file(const utString& line) const {
-  if (results_file_matcher_->match(line, 0) != 2) return false;
+  if (results_file_matcher_->match(line, 0) != kOneValue) return false;
   // The lazy group stops before trailing blanks and asterisks; it may be empty.
-  if (callback_) callback_->on_results_file(results_file_matcher_->get_substring(1));
+  if (callback()) callback()->on_results_file(results_file_matcher_->get_substring(1));
   return true;
 }

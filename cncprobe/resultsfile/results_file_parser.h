@@ -57,8 +57,8 @@ class CNCPROBE_API kptResultsFileParser : public kptMacroOutputParser {
   // The workplane of a matched G330 or G331 record, whose groups 1 to 6 hold A, B, C, X, Y, Z.
   giWorkplane3 workplane_from(const reMatcher& matcher) const;
 
-  kptStringDataParsing number_parser_;
-  utObserverPtr<kptResultsFileParserCallback> callback_;
+  // The number reader and the event receiver are the macro-report parser's, shared through its
+  // accessors: records and reports of one file read numbers in one unit and reach one receiver.
   std::unique_ptr<reMatcher> start_matcher_;
   std::unique_ptr<reMatcher> end_matcher_;
   std::unique_ptr<reMatcher> toolpath_id_matcher_;

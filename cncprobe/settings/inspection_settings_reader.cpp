@@ -59,7 +59,7 @@ kptInspectionSettingsError kptInspectionSettingsReader::update_settings(
   options.set_entity_expansion_limit(0);
   axmParseError parse_error;
   const std::shared_ptr<axmDocument> document = factory_->load_document(path, options, parse_error);
-  if (!parse_error.invalid()) {
+  if (parse_error.has_error()) {
     apString message = wide(L"Error: ");
     if (parse_error.line_number() >= 0 && parse_error.column_number() >= 0) {
       message += apStringFormatter::format(wide(L"(%d, %d) "), parse_error.line_number(),

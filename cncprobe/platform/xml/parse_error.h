@@ -8,10 +8,13 @@
 
 class CNCPROBE_API axmParseError {
  public:
-  // No error: invalid() is true, the position is unknown (-1, -1) and the message is invalid.
+  // No error: has_error() is false, the position is unknown (-1, -1) and the message is invalid.
   axmParseError() = default;
 
-  // True when no error has been recorded.
+  // True when an error has been recorded: the load failed and message() says why.
+  bool has_error() const noexcept { return error_; }
+  // The opposite of has_error(): true when no error has been recorded (the parse error itself is
+  // "invalid", as an unset value of the platform is).
   bool invalid() const noexcept { return !error_; }
   // The 1-based line and column of the error; negative when unknown.
   int line_number() const noexcept { return line_; }

@@ -4,6 +4,13 @@
 // by us (libxml2 opens nothing), nothing is fetched from the network or the file system, no entity
 // is expanded, and a document that declares entities, refers to an undeclared one or names an
 // external document type is refused with a message that says why.
+//
+// A host may use libxml2 itself, so a load changes none of libxml2's process-wide or per-thread
+// settings (entity loader, error handlers): everything is set on the load's own parser context.
+// The one kind of complaint libxml2 sends past a context, that the bytes do not decode in the
+// document's encoding, cannot arise: a document in another encoding than UTF-8 is decoded here
+// before libxml2 sees it.
+#include <iconv.h>
 #include <libxml/SAX2.h>
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
@@ -11,12 +18,14 @@
 #include <libxml/xmlerror.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -170,25 +179,9 @@ struct LoadState {
   Problem first_error;
 };
 
-// The parser context of the load running on this thread; the entity loader refuses it anything.
-thread_local const xmlParserCtxt* t_loading_context = nullptr;
-xmlExternalEntityLoader g_previous_loader = nullptr;
-
-xmlParserInputPtr refusing_entity_loader(const char* url, const char* id, xmlParserCtxtPtr ctxt) {
-  if (t_loading_context != nullptr && (ctxt == nullptr || ctxt == t_loading_context)) {
-    return nullptr;
-  }
-  // Someone else's parse in the same process: not ours to judge.
-  return g_previous_loader ? g_previous_loader(url, id, ctxt) : nullptr;
-}
-
 void prepare_libxml2() {
   static std::once_flag once;
-  std::call_once(once, [] {
-    xmlInitParser();
-    g_previous_loader = xmlGetExternalEntityLoader();
-    xmlSetExternalEntityLoader(refusing_entity_loader);
-  });
+  std::call_once(once, [] { xmlInitParser(); });
 }
 
 LoadState& state_of(void* ctx) {
@@ -287,6 +280,76 @@ bool holds_entity_nodes(const xmlDoc* doc) {
   return doc->intSubset && (doc->intSubset->entities || doc->intSubset->pentities);
 }
 
+// ---------------------------------------------------------------------------------------------
+// Encodings
+
+// The encoding a document announces, as libxml2 would find it: a byte order mark or the first
+// bytes of "<?xml" for UTF-16 and UTF-32, else the declaration's encoding="...". Empty for UTF-8
+// (also when nothing is announced). `skip` is the length of a byte order mark to drop.
+std::string announced_encoding(std::string_view bytes, std::size_t& skip) {
+  skip = 0;
+  const auto starts = [&bytes](std::string_view prefix) {
+    return bytes.substr(0, prefix.size()) == prefix;
+  };
+  using namespace std::string_view_literals;
+  if (starts("\xEF\xBB\xBF"sv)) return {};
+  if (starts("\xFF\xFE\0\0"sv) || starts("\0\0\xFE\xFF"sv)) {
+    skip = 4;
+    return bytes[0] == '\0' ? "UTF-32BE" : "UTF-32LE";
+  }
+  if (starts("\xFF\xFE"sv) || starts("\xFE\xFF"sv)) {
+    skip = 2;
+    return bytes[0] == '\xFF' ? "UTF-16LE" : "UTF-16BE";
+  }
+  if (starts("<\0\0\0"sv)) return "UTF-32LE";
+  if (starts("\0\0\0<"sv)) return "UTF-32BE";
+  if (starts("<\0?\0"sv)) return "UTF-16LE";
+  if (starts("\0<\0?"sv)) return "UTF-16BE";
+  if (!starts("<?xml"sv)) return {};
+  const std::string_view declaration = bytes.substr(0, bytes.find("?>"));
+  std::size_t at = declaration.find("encoding");
+  if (at == std::string_view::npos) return {};
+  at = declaration.find_first_not_of(" \t\r\n", at + 8);
+  if (at == std::string_view::npos || declaration[at] != '=') return {};
+  at = declaration.find_first_not_of(" \t\r\n", at + 1);
+  if (at == std::string_view::npos || (declaration[at] != '"' && declaration[at] != '\'')) {
+    return {};
+  }
+  const std::size_t end = declaration.find(declaration[at], at + 1);
+  if (end == std::string_view::npos) return {};
+  std::string name(declaration.substr(at + 1, end - at - 1));
+  std::string upper = name;
+  for (char& c : upper) c = static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
+  return upper == "UTF-8" || upper == "UTF8" ? std::string() : name;
+}
+
+// The document decoded from `encoding` to UTF-8 by iconv; empty when iconv does not know the
+// encoding (libxml2 then names it in its refusal); `failed` when the bytes do not decode, with
+// the text decoded up to the first that does not.
+std::optional<std::string> decode(std::string_view bytes, const std::string& encoding,
+                                  bool& failed) {
+  failed = false;
+  const iconv_t converter = iconv_open("UTF-8", encoding.c_str());
+  if (converter == reinterpret_cast<iconv_t>(-1)) return std::nullopt;
+  std::string text;
+  std::vector<char> in(bytes.begin(), bytes.end());
+  char* from = in.data();
+  std::size_t from_left = in.size();
+  char chunk[65536];
+  while (from_left > 0) {
+    char* to = chunk;
+    std::size_t to_left = sizeof chunk;
+    const std::size_t rc = iconv(converter, &from, &from_left, &to, &to_left);
+    text.append(chunk, sizeof chunk - to_left);
+    if (rc == static_cast<std::size_t>(-1) && errno != E2BIG) {
+      failed = true;  // an invalid or an incomplete sequence
+      break;
+    }
+  }
+  iconv_close(converter);
+  return text;
+}
+
 // Reads the file, but never more than `limit` + 1 bytes, so a file that grows is still caught;
 // false when it cannot be read.
 bool read_file(const std::string& name, std::uint64_t limit, std::string& bytes) {
@@ -334,7 +397,24 @@ class XmlDocumentFactory final : public axmDocumentFactory {
       error.set(-1, -1, apString(apStringLiteral, L"The document is empty."));
       return nullptr;
     }
-    return parse(bytes, error);
+    std::size_t skip = 0;
+    const std::string encoding = announced_encoding(bytes, skip);
+    if (encoding.empty()) return parse(bytes, false, error);
+    bool failed = false;
+    const std::optional<std::string> text =
+        decode(std::string_view(bytes).substr(skip), encoding, failed);
+    if (!text) return parse(bytes, false, error);
+    if (failed) {
+      // The line of the first bytes that do not decode; the column is not known.
+      const int line = 1 + static_cast<int>(std::count(text->begin(), text->end(), '\n'));
+      error.set(line, -1, from_utf8("The document's bytes are not valid " + encoding + " text."));
+      return nullptr;
+    }
+    if (text->size() > limit) {
+      error.set(-1, -1, too_large(limit));
+      return nullptr;
+    }
+    return parse(*text, true, error);
   }
 
  private:
@@ -343,23 +423,10 @@ class XmlDocumentFactory final : public axmDocumentFactory {
                     L" bytes, the most a document may have.");
   }
 
-  // Swaps the calling thread's generic error handler for one that drops every message.
-  class QuietGenericErrors {
-   public:
-    QuietGenericErrors() : handler_(xmlGenericError), context_(xmlGenericErrorContext) {
-      xmlSetGenericErrorFunc(nullptr, drop);
-    }
-    ~QuietGenericErrors() { xmlSetGenericErrorFunc(context_, handler_); }
-    QuietGenericErrors(const QuietGenericErrors&) = delete;
-    QuietGenericErrors& operator=(const QuietGenericErrors&) = delete;
-
-   private:
-    static void drop(void*, const char*, ...) {}
-    xmlGenericErrorFunc handler_;
-    void* context_;
-  };
-
-  static std::shared_ptr<axmDocument> parse(const std::string& bytes, axmParseError& error) {
+  // Parses `bytes`; `decoded` when they are UTF-8 text decoded here, whose declaration may still
+  // name the encoding they came in.
+  static std::shared_ptr<axmDocument> parse(const std::string& bytes, bool decoded,
+                                            axmParseError& error) {
     xmlParserCtxtPtr ctxt = xmlCreateMemoryParserCtxt(bytes.data(), static_cast<int>(bytes.size()));
     if (!ctxt) {
       error.set(-1, -1, apString(apStringLiteral, L"The XML parser could not be set up."));
@@ -376,17 +443,10 @@ class XmlDocumentFactory final : public axmDocumentFactory {
     sax->resolveEntity = on_resolve_entity;
     sax->reference = on_entity_reference;
     // No NOENT, DTDLOAD, DTDATTR or DTDVALID: entities stay unexpanded and no DTD is fetched.
-    xmlCtxtUseOptions(ctxt, XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
-
-    t_loading_context = ctxt;
-    {
-      // Some of libxml2's complaints (an encoding it cannot convert, for one) bypass the
-      // parser's own handlers and go to the thread's generic handler, which prints to stderr.
-      // A library prints nothing: silence it for this parse and give the host its own back.
-      const QuietGenericErrors quiet;
-      xmlParseDocument(ctxt);
-    }
-    t_loading_context = nullptr;
+    // NOERROR and NOWARNING leave every message to the context's structured handler above.
+    xmlCtxtUseOptions(ctxt, XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING |
+                                (decoded ? XML_PARSE_IGNORE_ENC : 0));
+    xmlParseDocument(ctxt);
 
     xmlDoc* doc = ctxt->myDoc;
     ctxt->myDoc = nullptr;

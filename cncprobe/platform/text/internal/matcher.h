@@ -2,7 +2,7 @@
 //
 //   reMatcher m("^[\\s\\*]*TOOLPATHID[\\s\\*]+(\\d+(?:\\.\\d*)?)[\\s\\*]*$");
 //   utString error; int offset = 0;
-//   m.compile(16, error, offset);   // 16: anchored at the start offset
+//   m.compile(reMatcher::kAnchored, error, offset);
 //   m.study(error, 0);              // JIT-compiles
 //   if (m.match(line, 0) == 2) use(m.get_substring(1));
 //
