@@ -34,9 +34,8 @@ int run_child(const std::string& job, const char* path, std::size_t expected_res
   if (job == "extract") {
     kptResultsDataExtractor extractor;
     const kptResultsExtractionStatus status = extractor.extract_data(utString(path), kptUnits());
-    return status == kptExtractionSuccess && extractor.number_of_results() == expected_results
-               ? 0
-               : 1;
+    return status == kptExtractionSuccess && extractor.number_of_results() == expected_results ? 0
+                                                                                               : 1;
   }
   if (job == "refs") {
     kptFileReferenceExtractor references;
@@ -47,6 +46,7 @@ int run_child(const std::string& job, const char* path, std::size_t expected_res
 
 struct Run {
   double seconds = 0.0;
+  double cpu_seconds = 0.0;  // user and system time of the process: less swayed by a busy machine
   double peak_mib = 0.0;
   bool ok = false;
 };
@@ -68,6 +68,10 @@ Run spawn_and_wait(const std::vector<std::string>& args) {
     wait4(pid, &status, 0, &usage);
     run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     run.peak_mib = static_cast<double>(usage.ru_maxrss) / 1024.0;
+    const auto seconds_of = [](const timeval& t) {
+      return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) / 1e6;
+    };
+    run.cpu_seconds = seconds_of(usage.ru_utime) + seconds_of(usage.ru_stime);
     run.ok = WIFEXITED(status) && (WEXITSTATUS(status) == 0);
   }
   posix_spawn_file_actions_destroy(&actions);
@@ -80,12 +84,16 @@ Run median_run(const std::vector<std::string>& args, int runs) {
   for (int i = 0; i < runs; ++i) all.push_back(spawn_and_wait(args));
   Run result;
   std::vector<double> times;
+  std::vector<double> cpu_times;
   for (const Run& run : all) {
     times.push_back(run.seconds);
+    cpu_times.push_back(run.cpu_seconds);
     result.peak_mib = std::max(result.peak_mib, run.peak_mib);
   }
   std::sort(times.begin(), times.end());
+  std::sort(cpu_times.begin(), cpu_times.end());
   result.seconds = times[times.size() / 2];
+  result.cpu_seconds = cpu_times[cpu_times.size() / 2];
   result.ok = std::all_of(all.begin(), all.end(), [](const Run& run) { return run.ok; });
   return result;
 }
@@ -114,8 +122,9 @@ int main(int argc, char** argv) {
       std::filesystem::temp_directory_path() / ("cncprobe-speed-" + std::to_string(getpid()));
   std::filesystem::create_directories(dir);
 
-  std::printf("%-9s %8s %9s %8s %7s %6s %10s %9s %8s | %-24s\n", "points", "file_MiB", "job",
-              "median_s", "MB/s", "x_wc", "lines/s", "peak_MiB", "peak/file", "wc -l median_s");
+  std::printf("%-9s %8s %9s %8s %7s %6s %10s %9s %8s %7s %9s | %s\n", "points", "file_MiB", "job",
+              "median_s", "MB/s", "x_wc", "lines/s", "peak_MiB", "peak/file", "cpu_s", "cpu_MB/s",
+              "wc -l median_s, cpu_s");
   int failures = 0;
   for (const std::size_t points : sizes) {
     GeneratedResultsFile file;
@@ -138,10 +147,13 @@ int main(int argc, char** argv) {
     for (const auto& [name, args] : jobs) {
       const Run run = median_run(args, runs);
       if (!run.ok) ++failures;
-      std::printf("%-9zu %8.1f %9s %8.3f %7.0f %6.1f %10.3g %9.1f %8.2f | %.4f%s\n", points, mib,
-                  name.c_str(), run.seconds, static_cast<double>(file.bytes) / 1e6 / run.seconds,
-                  run.seconds / wc.seconds, static_cast<double>(file.lines) / run.seconds,
-                  run.peak_mib, run.peak_mib / mib, wc.seconds, run.ok ? "" : "  FAILED");
+      std::printf(
+          "%-9zu %8.1f %9s %8.3f %7.0f %6.1f %10.3g %9.1f %8.2f %7.3f %9.0f | %.4f %.4f%s\n",
+          points, mib, name.c_str(), run.seconds,
+          static_cast<double>(file.bytes) / 1e6 / run.seconds, run.seconds / wc.seconds,
+          static_cast<double>(file.lines) / run.seconds, run.peak_mib, run.peak_mib / mib,
+          run.cpu_seconds, static_cast<double>(file.bytes) / 1e6 / run.cpu_seconds, wc.seconds,
+          wc.cpu_seconds, run.ok ? "" : "  FAILED");
       std::fflush(stdout);
     }
   }
