@@ -1,11 +1,29 @@
 // The streaming JSON writer of the cncprobe tool.
 #include "tools/json_writer.h"
 
+#include <charconv>
+
 namespace tool {
 
 namespace {
 
+// True when `bytes` goes into a JSON string as it is: printable ASCII without a quote or a
+// backslash. Keys, labels and feature names nearly always are, so they skip the decoding below.
+bool plain_ascii(std::string_view bytes) noexcept {
+  for (const char c : bytes) {
+    const auto u = static_cast<unsigned char>(c);
+    if (u < 0x20 || u >= 0x7F || c == '"' || c == '\\') return false;
+  }
+  return true;
+}
+
 void append_quoted(std::string& out, std::string_view bytes) {
+  if (plain_ascii(bytes)) {
+    out.push_back('"');
+    out.append(bytes);
+    out.push_back('"');
+    return;
+  }
   std::string valid;
   append_valid_utf8(valid, bytes);
   out.push_back('"');
@@ -56,6 +74,14 @@ std::string json_quoted(std::string_view bytes) {
 }
 
 void JsonWriter::newline_and_indent(std::size_t depth) {
+  // A line end and two blanks per level, written at once for the usual depths.
+  static constexpr std::string_view kIndents =
+      "\n                                                                ";
+  const std::size_t wanted = 1 + 2 * depth;
+  if (wanted <= kIndents.size()) {
+    out_.write(kIndents.substr(0, wanted));
+    return;
+  }
   out_.write('\n');
   for (std::size_t i = 0; i < depth; ++i) out_.write("  ");
 }
@@ -94,10 +120,16 @@ void JsonWriter::close(char bracket) {
 
 void JsonWriter::key(std::string_view name) {
   before_item();
-  scratch_.clear();
-  append_quoted(scratch_, name);
-  scratch_.append(": ");
-  out_.write(scratch_);
+  if (plain_ascii(name)) {
+    out_.write('"');
+    out_.write(name);
+    out_.write("\": ");
+  } else {
+    scratch_.clear();
+    append_quoted(scratch_, name);
+    scratch_.append(": ");
+    out_.write(scratch_);
+  }
   after_key_ = true;
 }
 
@@ -127,11 +159,19 @@ void JsonWriter::number(const std::optional<double>& value) {
 
 void JsonWriter::integer(std::int64_t value) {
   before_item();
-  out_.write(std::to_string(value));
+  char buffer[24];
+  const std::to_chars_result r = std::to_chars(buffer, buffer + sizeof buffer, value);
+  out_.write(std::string_view(buffer, static_cast<std::size_t>(r.ptr - buffer)));
 }
 
 void JsonWriter::string(std::string_view bytes) {
   before_item();
+  if (plain_ascii(bytes)) {
+    out_.write('"');
+    out_.write(bytes);
+    out_.write('"');
+    return;
+  }
   scratch_.clear();
   append_quoted(scratch_, bytes);
   out_.write(scratch_);

@@ -3,6 +3,7 @@
 #include "cncprobe/extraction/results_data_extractor.h"
 
 #include <charconv>
+#include <cstring>
 
 #include "cncprobe/platform/geometry/circle3.h"
 #include "cncprobe/platform/geometry/inf_line3.h"
@@ -183,11 +184,21 @@ void kptResultsDataExtractor::on_nominal_point(const giPoint3& point, const giVe
   mtrProbePath& path = *measured_paths_.back();
   const unsigned int count = path.inspection_points_count();
   // The machine probed on without reporting the previous point: keep both, flag the gap.
-  if (count > 0 && !path.inspection_point(count - 1)->has_measure()) {
+  if (count > 0 && !path.last_point_measured()) {
     status_ = kptExtractionUnmeasuredNominalPoint;
   }
-  utString label = label_prefix_;
-  append_decimal(label, count + 1);
+  // The labels of a run are made together and mostly kept together: they share blocks.
+  char text[256];
+  const std::string_view prefix = label_prefix_.view();
+  utString label;
+  if (prefix.size() + 16 <= sizeof text) {
+    std::memcpy(text, prefix.data(), prefix.size());
+    const char* end = std::to_chars(text + prefix.size(), text + sizeof text, count + 1).ptr;
+    label = label_arena_->make(text, static_cast<std::size_t>(end - text));
+  } else {
+    label = label_prefix_;
+    append_decimal(label, count + 1);
+  }
   path.add_inspection_point(output_transformation_.local_to_cad(point),
                             giUnitVec3(output_transformation_.local_to_cad(direction)), o, u, l,
                             label);
@@ -204,7 +215,7 @@ void kptResultsDataExtractor::on_measured_point(const giPoint3& point, double r)
       // point is still open: points pair strictly in sequence, never by position.
       mtrProbePath& path = *measured_paths_.back();
       const unsigned int count = path.inspection_points_count();
-      if (count > 0 && !path.inspection_point(count - 1)->has_measure()) {
+      if (count > 0 && !path.last_point_measured()) {
         path.set_measure_of_last_point(output_transformation_.local_to_cad(point), r);
       } else {
         status_ = kptExtractionUnmatchedMeasuredPoint;
@@ -288,6 +299,7 @@ void kptResultsDataExtractor::clear_results() {
   results_.clear();
   measured_paths_.clear();
   label_prefix_ = utString();
+  label_arena_ = std::make_unique<utStringArena>();
   output_transformation_.reset();
 }
 

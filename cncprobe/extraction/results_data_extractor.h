@@ -183,4 +183,6 @@ class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback
   // "Path <id> (<instance>): Inspection Point " of the newest probe path, built once per path so
   // that each point's label costs a single allocation.
   utString label_prefix_;
+  // Where the labels of the points are made; a label may outlive it.
+  std::unique_ptr<utStringArena> label_arena_;
 };

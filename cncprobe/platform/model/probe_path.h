@@ -1,8 +1,12 @@
 // mtrProbePath: a probe path, the inspection points of one toolpath instance in probing order.
+//
+// The points are stored in the path itself, in blocks, and handed out as shared pointers that
+// share the ownership of the path: a point a host keeps keeps its path alive, and a run of a
+// million points costs no allocation per point.
 #pragma once
 
+#include <deque>
 #include <memory>
-#include <vector>
 
 #include "cncprobe/export.h"
 #include "cncprobe/platform/geometry/point3.h"
@@ -12,7 +16,8 @@
 #include "cncprobe/platform/support/iterator.h"
 #include "cncprobe/platform/text/string.h"
 
-class CNCPROBE_API mtrProbePath : public mtrToolpathResult {
+class CNCPROBE_API mtrProbePath : public mtrToolpathResult,
+                                  public std::enable_shared_from_this<mtrProbePath> {
  public:
   // An empty path of toolpath `id`.
   explicit mtrProbePath(unsigned int id) : mtrToolpathResult(id) {}
@@ -28,17 +33,22 @@ class CNCPROBE_API mtrProbePath : public mtrToolpathResult {
   unsigned int inspection_points_count() const noexcept {
     return static_cast<unsigned int>(points_.size());
   }
-  // The point at `index`, counted from 0 in the order of appending; null when out of range.
+  // The point at `index`, counted from 0 in the order of appending; null when out of range. The
+  // pointer shares the ownership of the path when the path is held by a shared pointer; a path
+  // held otherwise must outlive the points it hands out.
   std::shared_ptr<mtrInspectionPoint> inspection_point(unsigned int index) const;
+  // True when the path has points and the last one has its measure: no allocation, no count.
+  bool last_point_measured() const noexcept {
+    return !points_.empty() && points_.back().has_measure();
+  }
   // Records the measured point and R value on the last point, which then has_measure(); does
   // nothing on an empty path.
   void set_measure_of_last_point(const giPoint3& measured, double r) noexcept;
 
   // An undefined iterator over the points, valid while the path is not changed.
-  itIterator<std::shared_ptr<mtrInspectionPoint>> inspection_points() const {
-    return itIterators::make_iter(points_);
-  }
+  itIterator<std::shared_ptr<mtrInspectionPoint>> inspection_points() const;
 
  private:
-  std::vector<std::shared_ptr<mtrInspectionPoint>> points_;
+  // A deque never moves its elements when one is appended, so handed-out points stay valid.
+  std::deque<mtrInspectionPoint> points_;
 };

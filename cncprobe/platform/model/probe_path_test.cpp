@@ -37,3 +37,27 @@ TEST(ProbePath, MeasuresOnlyTheLastPoint) {
   ASSERT_TRUE(++it && it() == first && ++it && it() == second);
   EXPECT_FALSE(++it);
 }
+
+// A point a host keeps keeps its path alive, and points handed out before more were appended
+// stay where they were (the path stores its points itself).
+TEST(ProbePath, KeptPointsShareThePathAndSurviveAppending) {
+  auto path = std::make_shared<mtrProbePath>(7);
+  add_point(*path, 1, "first");
+  const std::shared_ptr<mtrInspectionPoint> first = path->inspection_point(0);
+  for (int i = 0; i < 1000; ++i) add_point(*path, 2 + i, "more");
+  EXPECT_FALSE(path->last_point_measured());
+  path->set_measure_of_last_point(giPoint3(0, 0, 0), 0.1);
+  EXPECT_TRUE(path->last_point_measured());
+
+  std::weak_ptr<mtrProbePath> watch = path;
+  path.reset();
+  ASSERT_FALSE(watch.expired());  // `first` holds it
+  EXPECT_EQ(first->nominal_point().x(), 1.0);
+  EXPECT_EQ(first->label(), utString("first"));
+
+  std::size_t seen = 0;
+  itIterator<std::shared_ptr<mtrInspectionPoint>> it = watch.lock()->inspection_points();
+  while (++it) ++seen;
+  EXPECT_EQ(seen, 1001u);
+  EXPECT_TRUE(it.undefined());
+}
