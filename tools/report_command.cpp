@@ -60,9 +60,25 @@ int run_report(ReportOptions options, Output& out) {
   }
 
   const SettingsOutcome settings = read_settings(options);
-  const ReportData data = trend ? trend_report_data(options, settings, inputs)
-                                : single_report_data(options, settings, inputs.front(),
-                                                     file_date(options.files.front()));
+  ReportPage page{trend ? std::string() : single_report_title(options),
+                  trend ? "trend" : "report",
+                  options.generator,
+                  {}};
+  bool extraction_succeeded = false;
+  ReportData trend_data;
+  const std::string date = trend ? std::string() : file_date(options.files.front());
+  if (trend) {
+    trend_data = trend_report_data(options, settings, inputs);
+    page.title = trend_data.title;
+    extraction_succeeded = trend_data.extraction_succeeded;
+    page.write_data = [&trend_data](Output& page_out) { page_out.write(trend_data.json); };
+  } else {
+    // The data goes straight into the page as it is gathered: the page is never held whole.
+    page.write_data = [&](Output& page_out) {
+      extraction_succeeded =
+          write_single_report_data(options, settings, inputs.front(), date, page_out);
+    };
+  }
 
   std::FILE* stream = std::fopen(options.output.c_str(), "wb");
   if (!stream) {
@@ -71,8 +87,7 @@ int run_report(ReportOptions options, Output& out) {
   }
   {
     Output page_out(stream);
-    write_report_page({data.title, trend ? "trend" : "report", data.json, options.generator},
-                      page_out);
+    write_report_page(page, page_out);
     page_out.flush();
   }
   if (std::fclose(stream) != 0) {
@@ -87,7 +102,7 @@ int run_report(ReportOptions options, Output& out) {
                "; the default settings were used");
     return kExitProblem;
   }
-  return data.extraction_succeeded ? kExitSuccess : kExitProblem;
+  return extraction_succeeded ? kExitSuccess : kExitProblem;
 }
 
 void add_report_command(CLI::App& app, CommandSet& commands) {
