@@ -36,6 +36,7 @@
 #include "cncprobe/settings/inspection_settings_reader.h"
 #include "tools/commands.h"
 #include "tools/report/json_text.h"
+#include "tools/report/label_runs.h"
 #include "tools/report/report_page.h"
 
 namespace tool {
@@ -240,7 +241,7 @@ struct PointColumns {
   std::vector<double> limit_used;  // NaN when absent
   std::vector<std::uint8_t> verdict;
   std::vector<float> limits;  // O, U, L
-  std::string labels;         // one per line
+  LabelRuns labels;
   std::size_t count = 0;
 
   void add(const mtrInspectionPoint& point, const kptPointCheck& check) {
@@ -252,10 +253,7 @@ struct PointColumns {
     limits.insert(limits.end(),
                   {static_cast<float>(point.o_value()), static_cast<float>(point.u_value()),
                    static_cast<float>(point.l_value())});
-    if (count > 0) labels += '\n';
-    // A label is one line of the file; a line end inside one cannot happen, but would only split
-    // it in two on the page, never reach markup.
-    labels += point.label().view();
+    labels.add(point.label().view());
     ++count;
   }
 };
@@ -273,7 +271,8 @@ void write_points(JsonText& json, const PointColumns& columns) {
   write_column(json, "limit_used", columns.limit_used);
   write_column(json, "verdict", columns.verdict);
   write_column(json, "limits", columns.limits);
-  json.key("labels").string(columns.labels);
+  json.key("label_runs");
+  columns.labels.write(json);
   json.end_object();
 }
 
