@@ -50,13 +50,22 @@ int run_report(ReportOptions options, Output& out) {
     options.output = trend ? "trend.html" : default_output(options.files.front());
   }
 
+  // A trend report and standard input are read whole first; one named file is only opened here,
+  // to refuse it before anything is written, and the library reads it in blocks later.
   std::vector<kptInputFile> inputs;
-  for (const std::string& file : options.files) {
-    inputs.push_back(read_input(file));
-    if (!inputs.back().ok()) {
-      error_line(file + ": " + kpt_input_problem_text(inputs.back().problem()));
-      return kExitUnreadable;
+  if (trend || options.files.front() == "-") {
+    for (const std::string& file : options.files) {
+      inputs.push_back(read_input(file));
+      if (!inputs.back().ok()) {
+        error_line(file + ": " + kpt_input_problem_text(inputs.back().problem()));
+        return kExitUnreadable;
+      }
     }
+  } else if (const kptInputProblem problem =
+                 kptInputStream::open(utString(std::string_view(options.files.front()))).problem();
+             problem != kptInputReadable) {
+    error_line(options.files.front() + ": " + kpt_input_problem_text(problem));
+    return kExitUnreadable;
   }
 
   const SettingsOutcome settings = read_settings(options);
@@ -65,6 +74,7 @@ int run_report(ReportOptions options, Output& out) {
                   options.generator,
                   {}};
   bool extraction_succeeded = false;
+  kptInputProblem read_problem = kptInputReadable;
   ReportData trend_data;
   const std::string date = trend ? std::string() : file_date(options.files.front());
   if (trend) {
@@ -75,8 +85,10 @@ int run_report(ReportOptions options, Output& out) {
   } else {
     // The data goes straight into the page as it is gathered: the page is never held whole.
     page.write_data = [&](Output& page_out) {
-      extraction_succeeded =
-          write_single_report_data(options, settings, inputs.front(), date, page_out);
+      const SingleReportOutcome outcome = write_single_report_data(
+          options, settings, inputs.empty() ? nullptr : &inputs.front(), date, page_out);
+      extraction_succeeded = outcome.extraction_succeeded;
+      read_problem = outcome.input_problem;
     };
   }
 
@@ -93,6 +105,12 @@ int run_report(ReportOptions options, Output& out) {
   if (std::fclose(stream) != 0) {
     error_line(options.output + ": cannot be written");
     return kExitFailure;
+  }
+  if (read_problem != kptInputReadable) {
+    // The file failed part way through: no page of half a file.
+    std::remove(options.output.c_str());
+    error_line(options.files.front() + ": " + kpt_input_problem_text(read_problem));
+    return kExitUnreadable;
   }
   out.write(options.output);
   out.write('\n');

@@ -11,6 +11,8 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <system_error>
+#include <thread>
 #include <tuple>
 
 #include "cncprobe/extraction/results_data_extractor.h"
@@ -244,6 +246,15 @@ struct PointColumns {
   LabelRuns labels;
   std::size_t count = 0;
 
+  // Room for every point at once: growing by doubling would hold the columns twice over.
+  void reserve(std::size_t points) {
+    position.reserve(3 * points);
+    deviation.reserve(points);
+    limit_used.reserve(points);
+    verdict.reserve(points);
+    limits.reserve(3 * points);
+  }
+
   void add(const mtrInspectionPoint& point, const kptPointCheck& check) {
     const giPoint3& p = point.has_measure() ? point.measured_point() : point.nominal_point();
     position.insert(position.end(), {p.x(), p.y(), p.z()});
@@ -302,13 +313,33 @@ std::string single_report_title(const ReportOptions& options) {
   return "Inspection report: " + options.files.front();
 }
 
-bool write_single_report_data(const ReportOptions& options, const SettingsOutcome& settings,
-                              const kptInputFile& input, const std::string& date, Output& out) {
+SingleReportOutcome write_single_report_data(const ReportOptions& options,
+                                             const SettingsOutcome& settings,
+                                             const kptInputFile* input, const std::string& date,
+                                             Output& out) {
   const std::string& file = options.files.front();
-  kptResultsDataExtractor extractor;
-  const kptResultsExtractionStatus status = extractor.extract_data(input, kptUnits(options.units));
+  // The reference scan reads the whole file whenever a reference line is missing, and needs
+  // nothing of the extraction: it runs beside it on its own objects (both only read the input's
+  // bytes), so a large file costs the longer of the two rather than their sum.
   kptFileReferenceExtractor refs;
-  (void)refs.extract(input);
+  kptResultsDataExtractor extractor;
+  kptResultsExtractionStatus status = kptExtractionSuccess;
+  {
+    // A file named is read by each in blocks, never held whole (it comes from the page cache the
+    // second time); standard input has been read already.
+    const auto scan_references = [&refs, &file, input] {
+      (void)(input ? refs.extract(*input) : refs.extract(apPath(file)));
+    };
+    std::jthread scan;
+    try {
+      scan = std::jthread(scan_references);
+    } catch (const std::system_error&) {
+      scan_references();  // no thread to be had: one after the other
+    }
+    status =
+        input ? extractor.extract_data(*input, kptUnits(options.units))
+              : extractor.extract_data(utString(std::string_view(file)), kptUnits(options.units));
+  }
   const kptInspectionSummary summary = kptInspection::summarize(extractor, options.convention);
 
   JsonText json(out);
@@ -342,9 +373,14 @@ bool write_single_report_data(const ReportOptions& options, const SettingsOutcom
   // the number of their result (1-based, as the tables show it).
   std::string worst_check_identity = "-";
   json.key("features").begin_array();
+  std::size_t point_count = 0;
   for_each_result(extractor, [&](std::size_t index, const mtrToolpathResult& result) {
+    if (const auto* path = dynamic_cast<const mtrProbePath*>(&result)) {
+      point_count += path->inspection_points_count();
+      return;
+    }
     const auto* feature = dynamic_cast<const mtrInspectionFeature*>(&result);
-    if (!feature || dynamic_cast<const mtrProbePath*>(&result)) return;
+    if (!feature) return;
     std::optional<giPoint3> position;
     const std::string kind = kind_text(result, position);
     const std::string identity = identity_text(feature->print_data());
@@ -374,6 +410,7 @@ bool write_single_report_data(const ReportOptions& options, const SettingsOutcom
   json.end_array();
 
   PointColumns points;
+  points.reserve(point_count);
   std::optional<std::string> worst_point_label;
   json.key("paths").begin_array();
   for_each_result(extractor, [&](std::size_t index, const mtrToolpathResult& result) {
@@ -446,7 +483,11 @@ bool write_single_report_data(const ReportOptions& options, const SettingsOutcom
   write_points(json, points);
   json.end_object();
   json.flush();
-  return status == kptExtractionSuccess;
+  SingleReportOutcome outcome;
+  outcome.extraction_succeeded = status == kptExtractionSuccess;
+  outcome.input_problem = input ? input->problem() : extractor.input_problem();
+  if (outcome.input_problem == kptInputReadable) outcome.input_problem = refs.input_problem();
+  return outcome;
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -38,11 +38,19 @@ SettingsOutcome read_settings(const ReportOptions& options);
 // The title of one file's report (plain text).
 std::string single_report_title(const ReportOptions& options);
 
-// Writes the data document of one file's report to `out` as it is gathered: `input` is
-// options.files.front() as read, `file_date` its modification time as ISO 8601 UTC, or empty.
-// Only the point columns are held until the end. Whether the extraction succeeded.
-bool write_single_report_data(const ReportOptions& options, const SettingsOutcome& settings,
-                              const kptInputFile& input, const std::string& file_date, Output& out);
+struct SingleReportOutcome {
+  bool extraction_succeeded = false;
+  kptInputProblem input_problem = kptInputReadable;  // a read that failed part way
+};
+
+// Writes the data document of one file's report to `out` as it is gathered. `input` is
+// options.files.front() as read (standard input), or null to have the library read the named
+// file in blocks; `file_date` is its modification time as ISO 8601 UTC, or empty. Only the point
+// columns are held until the end.
+SingleReportOutcome write_single_report_data(const ReportOptions& options,
+                                             const SettingsOutcome& settings,
+                                             const kptInputFile* input,
+                                             const std::string& file_date, Output& out);
 
 struct ReportData {
   std::string json;   // the data document, escaped for the page's script element
