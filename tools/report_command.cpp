@@ -44,19 +44,47 @@ int run_report(ReportOptions options, Output& out) {
     options.output = trend ? "trend.html" : default_output(options.files.front());
   }
 
+  // A trend report and standard input are read whole first; one named file is only opened here,
+  // to refuse it before anything is written, and the library reads it in blocks later.
   std::vector<kptInputFile> inputs;
-  for (const std::string& file : options.files) {
-    inputs.push_back(read_input(file));
-    if (!inputs.back().ok()) {
-      error_line(file + ": " + kpt_input_problem_text(inputs.back().problem()));
-      return kExitUnreadable;
+  if (trend || options.files.front() == "-") {
+    for (const std::string& file : options.files) {
+      inputs.push_back(read_input(file));
+      if (!inputs.back().ok()) {
+        error_line(file + ": " + kpt_input_problem_text(inputs.back().problem()));
+        return kExitUnreadable;
+      }
     }
+  } else if (const kptInputProblem problem =
+                 kptInputStream::open(utString(std::string_view(options.files.front()))).problem();
+             problem != kptInputReadable) {
+    error_line(options.files.front() + ": " + kpt_input_problem_text(problem));
+    return kExitUnreadable;
   }
 
   const SettingsOutcome settings = read_settings(options);
-  const ReportData data = trend ? trend_report_data(options, settings, inputs)
-                                : single_report_data(options, settings, inputs.front(),
-                                                     file_date(options.files.front()));
+  ReportPage page{trend ? std::string() : single_report_title(options),
+                  trend ? "trend" : "report",
+                  options.generator,
+                  {}};
+  bool extraction_succeeded = false;
+  kptInputProblem read_problem = kptInputReadable;
+  ReportData trend_data;
+  const std::string date = trend ? std::string() : file_date(options.files.front());
+  if (trend) {
+    trend_data = trend_report_data(options, settings, inputs);
+    page.title = trend_data.title;
+    extraction_succeeded = trend_data.extraction_succeeded;
+    page.write_data = [&trend_data](Output& page_out) { page_out.write(trend_data.json); };
+  } else {
+    // The data goes straight into the page as it is gathered: the page is never held whole.
+    page.write_data = [&](Output& page_out) {
+      const SingleReportOutcome outcome = write_single_report_data(
+          options, settings, inputs.empty() ? nullptr : &inputs.front(), date, page_out);
+      extraction_succeeded = outcome.extraction_succeeded;
+      read_problem = outcome.input_problem;
+    };
+  }
 
   std::FILE* stream = std::fopen(options.output.c_str(), "wb");
   if (!stream) {
@@ -65,13 +93,18 @@ int run_report(ReportOptions options, Output& out) {
   }
   {
     Output page_out(stream);
-    write_report_page({data.title, trend ? "trend" : "report", data.json, options.generator},
-                      page_out);
+    write_report_page(page, page_out);
     page_out.flush();
   }
   if (std::fclose(stream) != 0) {
     error_line(options.output + ": cannot be written");
     return kExitFailure;
+  }
+  if (read_problem != kptInputReadable) {
+    // The file failed part way through: no page of half a file.
+    std::remove(options.output.c_str());
+    error_line(options.files.front() + ": " + kpt_input_problem_text(read_problem));
+    return kExitUnreadable;
   }
   out.write(options.output);
   out.write('\n');
@@ -81,7 +114,7 @@ int run_report(ReportOptions options, Output& out) {
                "; the default settings were used");
     return kExitProblem;
   }
-  return data.extraction_succeeded ? kExitSuccess : kExitProblem;
+  return extraction_succeeded ? kExitSuccess : kExitProblem;
 }
 
 void add_report_command(CLI::App& app, CommandSet& commands) {

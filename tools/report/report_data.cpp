@@ -11,6 +11,8 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <system_error>
+#include <thread>
 #include <tuple>
 
 #include "cncprobe/extraction/results_data_extractor.h"
@@ -36,6 +38,7 @@
 #include "cncprobe/settings/inspection_settings_reader.h"
 #include "tools/commands.h"
 #include "tools/report/json_text.h"
+#include "tools/report/label_runs.h"
 #include "tools/report/report_page.h"
 
 namespace tool {
@@ -240,8 +243,17 @@ struct PointColumns {
   std::vector<double> limit_used;  // NaN when absent
   std::vector<std::uint8_t> verdict;
   std::vector<float> limits;  // O, U, L
-  std::string labels;         // one per line
+  LabelRuns labels;
   std::size_t count = 0;
+
+  // Room for every point at once: growing by doubling would hold the columns twice over.
+  void reserve(std::size_t points) {
+    position.reserve(3 * points);
+    deviation.reserve(points);
+    limit_used.reserve(points);
+    verdict.reserve(points);
+    limits.reserve(3 * points);
+  }
 
   void add(const mtrInspectionPoint& point, const kptPointCheck& check) {
     const giPoint3& p = point.has_measure() ? point.measured_point() : point.nominal_point();
@@ -252,28 +264,26 @@ struct PointColumns {
     limits.insert(limits.end(),
                   {static_cast<float>(point.o_value()), static_cast<float>(point.u_value()),
                    static_cast<float>(point.l_value())});
-    if (count > 0) labels += '\n';
-    // A label is one line of the file; a line end inside one cannot happen, but would only split
-    // it in two on the page, never reach markup.
-    labels += point.label().view();
+    labels.add(point.label().view());
     ++count;
   }
 };
 
 template <class T>
-std::string base64_of(const std::vector<T>& values) {
-  return base64(values.data(), values.size() * sizeof(T));
+void write_column(JsonText& json, const char* name, const std::vector<T>& values) {
+  json.key(name).base64_string(values.data(), values.size() * sizeof(T));
 }
 
 void write_points(JsonText& json, const PointColumns& columns) {
   json.key("points").begin_object();
   json.key("count").integer(static_cast<std::int64_t>(columns.count));
-  json.key("position").raw_string(base64_of(columns.position));
-  json.key("deviation").raw_string(base64_of(columns.deviation));
-  json.key("limit_used").raw_string(base64_of(columns.limit_used));
-  json.key("verdict").raw_string(base64_of(columns.verdict));
-  json.key("limits").raw_string(base64_of(columns.limits));
-  json.key("labels").string(columns.labels);
+  write_column(json, "position", columns.position);
+  write_column(json, "deviation", columns.deviation);
+  write_column(json, "limit_used", columns.limit_used);
+  write_column(json, "verdict", columns.verdict);
+  write_column(json, "limits", columns.limits);
+  json.key("label_runs");
+  columns.labels.write(json);
   json.end_object();
 }
 
@@ -299,16 +309,40 @@ void write_references(JsonText& json, const kptFileReferenceExtractor& refs) {
 
 }  // namespace
 
-ReportData single_report_data(const ReportOptions& options, const SettingsOutcome& settings,
-                              const kptInputFile& input, const std::string& date) {
+std::string single_report_title(const ReportOptions& options) {
+  return "Inspection report: " + options.files.front();
+}
+
+SingleReportOutcome write_single_report_data(const ReportOptions& options,
+                                             const SettingsOutcome& settings,
+                                             const kptInputFile* input, const std::string& date,
+                                             Output& out) {
   const std::string& file = options.files.front();
-  kptResultsDataExtractor extractor;
-  const kptResultsExtractionStatus status = extractor.extract_data(input, kptUnits(options.units));
+  // The reference scan reads the whole file whenever a reference line is missing, and needs
+  // nothing of the extraction: it runs beside it on its own objects (both only read the input's
+  // bytes), so a large file costs the longer of the two rather than their sum.
   kptFileReferenceExtractor refs;
-  (void)refs.extract(input);
+  kptResultsDataExtractor extractor;
+  kptResultsExtractionStatus status = kptExtractionSuccess;
+  {
+    // A file named is read by each in blocks, never held whole (it comes from the page cache the
+    // second time); standard input has been read already.
+    const auto scan_references = [&refs, &file, input] {
+      (void)(input ? refs.extract(*input) : refs.extract(apPath(file)));
+    };
+    std::jthread scan;
+    try {
+      scan = std::jthread(scan_references);
+    } catch (const std::system_error&) {
+      scan_references();  // no thread to be had: one after the other
+    }
+    status =
+        input ? extractor.extract_data(*input, kptUnits(options.units))
+              : extractor.extract_data(utString(std::string_view(file)), kptUnits(options.units));
+  }
   const kptInspectionSummary summary = kptInspection::summarize(extractor, options.convention);
 
-  JsonText json;
+  JsonText json(out);
   json.begin_object();
   json.key("kind").string("report");
   json.key("generator").string(options.generator);
@@ -335,67 +369,78 @@ ReportData single_report_data(const ReportOptions& options, const SettingsOutcom
   write_references(json, refs);
   write_settings(json, options, settings);
 
-  // Features and paths in the order of the file; the worst check and point named by the number
-  // of their result (1-based, as the tables show it).
-  std::vector<std::string> identities;
-  PointColumns points;
-  JsonText features;
-  JsonText paths;
-  features.begin_array();
-  paths.begin_array();
-  std::map<std::size_t, std::size_t> first_point_of_path;  // result index -> first point index
+  // Features, then paths, each in the order of the file; the worst check and point are named by
+  // the number of their result (1-based, as the tables show it).
+  std::string worst_check_identity = "-";
+  json.key("features").begin_array();
+  std::size_t point_count = 0;
   for_each_result(extractor, [&](std::size_t index, const mtrToolpathResult& result) {
-    identities.emplace_back();
     if (const auto* path = dynamic_cast<const mtrProbePath*>(&result)) {
-      const std::size_t first = points.count;
-      first_point_of_path[index] = first;
-      for_each_point(*path, [&](const mtrInspectionPoint& point) {
-        points.add(point, kptPointChecks::of(point));
-      });
-      const kptPathSummary s = kptPointChecks::summary(*path);
-      paths.begin_object();
-      paths.key("number").integer(static_cast<std::int64_t>(index + 1));
-      paths.key("toolpath").string(toolpath_text(result));
-      paths.key("points").integer(static_cast<std::int64_t>(s.points));
-      paths.key("measured").integer(static_cast<std::int64_t>(s.measured));
-      paths.key("within").integer(static_cast<std::int64_t>(s.within));
-      paths.key("outside").integer(static_cast<std::int64_t>(s.outside));
-      paths.key("unmeasured").integer(static_cast<std::int64_t>(s.unmeasured));
-      paths.key("smallest").number(s.smallest_deviation);
-      paths.key("largest").number(s.largest_deviation);
-      paths.key("worst").number(s.worst_deviation);
-      paths.key("first").integer(static_cast<std::int64_t>(first));
-      paths.key("count").integer(static_cast<std::int64_t>(points.count - first));
-      paths.end_object();
+      point_count += path->inspection_points_count();
       return;
     }
     const auto* feature = dynamic_cast<const mtrInspectionFeature*>(&result);
     if (!feature) return;
     std::optional<giPoint3> position;
     const std::string kind = kind_text(result, position);
-    identities.back() = identity_text(feature->print_data());
-    features.begin_object();
-    features.key("number").integer(static_cast<std::int64_t>(index + 1));
-    features.key("kind").string(kind);
-    features.key("toolpath").string(toolpath_text(result));
-    features.key("toolpath_sort").number(toolpath_order(result));
-    features.key("identity").string(identities.back());
-    features.key("position");
+    const std::string identity = identity_text(feature->print_data());
+    if (summary.worst_check && summary.worst_check->result_index == index) {
+      worst_check_identity = identity;
+    }
+    json.begin_object();
+    json.key("number").integer(static_cast<std::int64_t>(index + 1));
+    json.key("kind").string(kind);
+    json.key("toolpath").string(toolpath_text(result));
+    json.key("toolpath_sort").number(toolpath_order(result));
+    json.key("identity").string(identity);
+    json.key("position");
     if (position && finite_point(*position)) {
-      features.begin_array().number(position->x()).number(position->y()).number(position->z());
-      features.end_array();
+      json.begin_array().number(position->x()).number(position->y()).number(position->z());
+      json.end_array();
     } else {
-      features.null();
+      json.null();
     }
-    features.key("checks").begin_array();
+    json.key("checks").begin_array();
     for (const kptFeatureCheck& check : kptFeatureChecks::of(result, options.convention)) {
-      write_check(features, check);
+      write_check(json, check);
     }
-    features.end_array();
-    features.end_object();
+    json.end_array();
+    json.end_object();
   });
-  features.end_array();
-  paths.end_array();
+  json.end_array();
+
+  PointColumns points;
+  points.reserve(point_count);
+  std::optional<std::string> worst_point_label;
+  json.key("paths").begin_array();
+  for_each_result(extractor, [&](std::size_t index, const mtrToolpathResult& result) {
+    const auto* path = dynamic_cast<const mtrProbePath*>(&result);
+    if (!path) return;
+    const std::size_t first = points.count;
+    const bool has_worst = summary.worst_point && summary.worst_point->result_index == index;
+    for_each_point(*path, [&](const mtrInspectionPoint& point) {
+      if (has_worst && points.count - first == summary.worst_point->point_index) {
+        worst_point_label = std::string(point.label().view());
+      }
+      points.add(point, kptPointChecks::of(point));
+    });
+    const kptPathSummary s = kptPointChecks::summary(*path);
+    json.begin_object();
+    json.key("number").integer(static_cast<std::int64_t>(index + 1));
+    json.key("toolpath").string(toolpath_text(result));
+    json.key("points").integer(static_cast<std::int64_t>(s.points));
+    json.key("measured").integer(static_cast<std::int64_t>(s.measured));
+    json.key("within").integer(static_cast<std::int64_t>(s.within));
+    json.key("outside").integer(static_cast<std::int64_t>(s.outside));
+    json.key("unmeasured").integer(static_cast<std::int64_t>(s.unmeasured));
+    json.key("smallest").number(s.smallest_deviation);
+    json.key("largest").number(s.largest_deviation);
+    json.key("worst").number(s.worst_deviation);
+    json.key("first").integer(static_cast<std::int64_t>(first));
+    json.key("count").integer(static_cast<std::int64_t>(points.count - first));
+    json.end_object();
+  });
+  json.end_array();
 
   json.key("summary").begin_object();
   json.key("passed").boolean(summary.passed());
@@ -412,8 +457,7 @@ ReportData single_report_data(const ReportOptions& options, const SettingsOutcom
     const kptWorstCheck& w = *summary.worst_check;
     json.begin_object();
     json.key("feature").integer(static_cast<std::int64_t>(w.result_index + 1));
-    json.key("identity")
-        .string(w.result_index < identities.size() ? identities[w.result_index] : std::string("-"));
+    json.key("identity").string(worst_check_identity);
     json.key("quantity").string(kpt_quantity_name(w.check.quantity));
     json.key("label").string(kpt_quantity_label(w.check.quantity));
     json.key("deviation").number(w.check.deviation);
@@ -425,21 +469,9 @@ ReportData single_report_data(const ReportOptions& options, const SettingsOutcom
   json.key("worst_point");
   if (summary.worst_point) {
     const kptWorstPoint& w = *summary.worst_point;
-    const auto first = first_point_of_path.find(w.result_index);
-    const std::size_t at = first == first_point_of_path.end() ? 0 : first->second + w.point_index;
     json.begin_object();
     json.key("path").integer(static_cast<std::int64_t>(w.result_index + 1));
-    json.key("label");
-    if (at < points.count && first != first_point_of_path.end()) {
-      // The labels are one per line: find the line of this point.
-      std::size_t start = 0;
-      for (std::size_t k = 0; k < at; ++k) start = points.labels.find('\n', start) + 1;
-      const std::size_t end = points.labels.find('\n', start);
-      json.string(std::string_view(points.labels)
-                      .substr(start, end == std::string::npos ? std::string::npos : end - start));
-    } else {
-      json.string("-");
-    }
+    json.key("label").string(worst_point_label ? *worst_point_label : std::string("-"));
     json.key("deviation").number(w.check.deviation);
     json.key("limit_used").number(w.check.limit_used);
     json.end_object();
@@ -448,24 +480,14 @@ ReportData single_report_data(const ReportOptions& options, const SettingsOutcom
   }
   json.end_object();
 
-  json.key("features");
-  std::string data = json.take();
-  data += features.text();
-  data += ",\"paths\":";
-  data += paths.text();
-  data += ',';
-  JsonText tail;
-  tail.begin_object();
-  write_points(tail, points);
-  tail.end_object();
-  // The tail is an object of its own: drop its braces to continue the outer object.
-  data += std::string_view(tail.text()).substr(1);
-
-  ReportData out;
-  out.json = std::move(data);
-  out.title = "Inspection report: " + file;
-  out.extraction_succeeded = status == kptExtractionSuccess;
-  return out;
+  write_points(json, points);
+  json.end_object();
+  json.flush();
+  SingleReportOutcome outcome;
+  outcome.extraction_succeeded = status == kptExtractionSuccess;
+  outcome.input_problem = input ? input->problem() : extractor.input_problem();
+  if (outcome.input_problem == kptInputReadable) outcome.input_problem = refs.input_problem();
+  return outcome;
 }
 
 // ---------------------------------------------------------------------------------------------

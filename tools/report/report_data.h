@@ -10,6 +10,7 @@
 #include "cncprobe/foundation/input_file.h"
 #include "cncprobe/foundation/units.h"
 #include "cncprobe/inspection/verdict.h"
+#include "tools/output.h"
 
 namespace tool {
 
@@ -34,16 +35,28 @@ struct SettingsOutcome {
 
 SettingsOutcome read_settings(const ReportOptions& options);
 
+// The title of one file's report (plain text).
+std::string single_report_title(const ReportOptions& options);
+
+struct SingleReportOutcome {
+  bool extraction_succeeded = false;
+  kptInputProblem input_problem = kptInputReadable;  // a read that failed part way
+};
+
+// Writes the data document of one file's report to `out` as it is gathered. `input` is
+// options.files.front() as read (standard input), or null to have the library read the named
+// file in blocks; `file_date` is its modification time as ISO 8601 UTC, or empty. Only the point
+// columns are held until the end.
+SingleReportOutcome write_single_report_data(const ReportOptions& options,
+                                             const SettingsOutcome& settings,
+                                             const kptInputFile* input,
+                                             const std::string& file_date, Output& out);
+
 struct ReportData {
-  std::string json;   // the data document
+  std::string json;   // the data document, escaped for the page's script element
   std::string title;  // the page's title, plain text
   bool extraction_succeeded = false;
 };
-
-// The data of one file's report: `input` is options.files.front() as read, `file_date` its
-// modification time as ISO 8601 UTC, or empty.
-ReportData single_report_data(const ReportOptions& options, const SettingsOutcome& settings,
-                              const kptInputFile& input, const std::string& file_date);
 
 // The data of a trend report over options.files (read as `inputs`), in the given order.
 ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome& settings,

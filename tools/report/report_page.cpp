@@ -4,36 +4,9 @@
 #include <array>
 #include <random>
 
-namespace tool {
+#include "tools/report/json_text.h"
 
-std::string json_for_script(std::string_view json) {
-  std::string out;
-  out.reserve(json.size() + json.size() / 64);
-  std::size_t from = 0;
-  while (true) {
-    // Long runs (base64 blocks, numbers) hold none of these bytes: copy them whole.
-    const std::size_t at = json.find_first_of("<>&\xE2", from);
-    out.append(
-        json.substr(from, at == std::string_view::npos ? std::string_view::npos : at - from));
-    if (at == std::string_view::npos) break;
-    const char c = json[at];
-    from = at + 1;
-    if (c == '<') {
-      out += "\\u003c";
-    } else if (c == '>') {
-      out += "\\u003e";
-    } else if (c == '&') {
-      out += "\\u0026";
-    } else if (at + 2 < json.size() && json[at + 1] == '\x80' &&
-               (json[at + 2] == '\xA8' || json[at + 2] == '\xA9')) {
-      out += json[at + 2] == '\xA8' ? "\\u2028" : "\\u2029";
-      from = at + 3;
-    } else {
-      out += c;  // another character that starts with 0xE2
-    }
-  }
-  return out;
-}
+namespace tool {
 
 std::string html_escaped(std::string_view bytes) {
   std::string valid;
@@ -65,28 +38,8 @@ std::string html_escaped(std::string_view bytes) {
 }
 
 std::string base64(const void* bytes, std::size_t size) {
-  static constexpr char kAlphabet[] =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  const auto* in = static_cast<const unsigned char*>(bytes);
-  std::string out;
-  out.resize((size + 2) / 3 * 4);
-  char* o = out.data();
-  std::size_t i = 0;
-  for (; i + 3 <= size; i += 3) {
-    const unsigned v = (unsigned{in[i]} << 16) | (unsigned{in[i + 1]} << 8) | in[i + 2];
-    *o++ = kAlphabet[v >> 18];
-    *o++ = kAlphabet[(v >> 12) & 63];
-    *o++ = kAlphabet[(v >> 6) & 63];
-    *o++ = kAlphabet[v & 63];
-  }
-  if (i < size) {
-    const bool two = i + 1 < size;
-    const unsigned v = (unsigned{in[i]} << 16) | (two ? unsigned{in[i + 1]} << 8 : 0u);
-    *o++ = kAlphabet[v >> 18];
-    *o++ = kAlphabet[(v >> 12) & 63];
-    *o++ = two ? kAlphabet[(v >> 6) & 63] : '=';
-    *o++ = '=';
-  }
+  std::string out((size + 2) / 3 * 4, '\0');
+  encode_base64(static_cast<const unsigned char*>(bytes), size, out.data());
   return out;
 }
 
@@ -108,7 +61,6 @@ std::string fresh_nonce() {
 
 void write_report_page(const ReportPage& page, Output& out) {
   const std::string nonce = fresh_nonce();
-  const std::string data = json_for_script(page.data_json);
   const std::string title = html_escaped(page.title);
   const std::string generator = html_escaped(page.generator);
   const std::string kind = html_escaped(page.kind);
@@ -121,7 +73,7 @@ void write_report_page(const ReportPage& page, Output& out) {
                                     {"TITLE", title},
                                     {"STYLE", report_asset_style()},
                                     {"PAGE_KIND", kind},
-                                    {"DATA", data},
+                                    {"DATA", {}},
                                     {"THREE", report_asset_three()},
                                     {"ORBIT", report_asset_orbit()},
                                     {"CHART", report_asset_chart()},
@@ -146,7 +98,11 @@ void write_report_page(const ReportPage& page, Output& out) {
       continue;
     }
     out.write(tpl.substr(at, open - at));
-    out.write(fill->text);
+    if (fill->name == "DATA") {
+      page.write_data(out);
+    } else {
+      out.write(fill->text);
+    }
     at = close + 1;
   }
   out.write(tpl.substr(at));

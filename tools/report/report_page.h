@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -18,11 +19,6 @@ std::string_view report_asset_three();
 std::string_view report_asset_orbit();
 std::string_view report_asset_chart();
 
-// `json` made safe inside <script type="application/json">: "<", ">" and "&" (so no "</script>"
-// or "<!--" can end or bend the element) and U+2028/U+2029 become \u escapes, which JSON reads
-// back to the same characters. Every one of them can only stand inside a JSON string.
-std::string json_for_script(std::string_view json);
-
 // `bytes` as text for HTML element content or a quoted attribute.
 std::string html_escaped(std::string_view bytes);
 
@@ -32,8 +28,10 @@ std::string base64(const void* bytes, std::size_t size);
 struct ReportPage {
   std::string title;      // plain text; escaped when written
   std::string kind;       // "report" or "trend": the body's class
-  std::string data_json;  // the data document, plain JSON
   std::string generator;  // "cncprobe 0.2.0"
+  // Writes the data document where the page holds it, escaped for its script element (JsonText
+  // does that); called once, after the page's head has gone out.
+  std::function<void(Output&)> write_data;
 };
 
 // Writes the page; every script carries a fresh nonce that the page's content security policy

@@ -137,9 +137,26 @@
       deviation: n ? new Float64Array(decodeBase64(points.deviation)) : new Float64Array(0),
       verdict: n ? new Uint8Array(decodeBase64(points.verdict)) : new Uint8Array(0),
       limits: n ? new Float32Array(decodeBase64(points.limits)) : new Float32Array(0),
-      labels: n ? points.labels.split('\n') : [],
     };
+    out.label = labelsOf(points.label_runs || []);
     return out;
+  }
+
+  // The label of point i, put together from the runs the tool sends: {p, n, c} stands for the
+  // labels p + n, p + (n + 1), ... (c of them), {l: [...]} for labels given whole.
+  function labelsOf(runs) {
+    const starts = new Float64Array(runs.length);
+    let at = 0;
+    runs.forEach((run, k) => { starts[k] = at; at += run.l ? run.l.length : run.c; });
+    return (i) => {
+      let lo = 0, hi = runs.length - 1;
+      while (lo < hi) {
+        const mid = (lo + hi + 1) >> 1;
+        if (starts[mid] <= i) lo = mid; else hi = mid - 1;
+      }
+      const run = runs[lo], k = i - starts[lo];
+      return run.l ? run.l[k] : run.p + String(run.n + k);
+    };
   }
 
   function firstScreen(data, digits) {
@@ -289,7 +306,7 @@
         const verdict = POINT_VERDICTS[pts.verdict[i]];
         const tr = el('tr', { cls: verdict === 'out' ? 'out' : '' });
         const dev = pts.deviation[i];
-        tr.appendChild(el('td', { text: pts.labels[i] }));
+        tr.appendChild(el('td', { text: pts.label(i) }));
         for (let a = 0; a < 3; ++a) tr.appendChild(el('td', { cls: 'num', text: fixed(pts.position[3 * i + a], digits.linear) }));
         tr.appendChild(el('td', { cls: 'num', text: Number.isNaN(dev) ? '\u2013' : signed(dev, digits.linear) }));
         for (let a = 0; a < 3; ++a) tr.appendChild(el('td', { cls: 'num', text: fixed(pts.limits[3 * i + a], digits.linear) }));
@@ -504,7 +521,7 @@
         const i = measured[hit.index];
         const d = pts.deviation[i];
         const verdict = POINT_VERDICTS[pts.verdict[i]];
-        return pts.labels[i] + '  ' + (Number.isNaN(d) ? 'no deviation' : signed(d, digits.linear) + ' mm') + '  ' + POINT_VERDICT_TEXT[verdict];
+        return pts.label(i) + '  ' + (Number.isNaN(d) ? 'no deviation' : signed(d, digits.linear) + ' mm') + '  ' + POINT_VERDICT_TEXT[verdict];
       }
       const f = featureAt[hit.index];
       return 'Feature #' + f.number + ' ' + f.kind + ' ' + f.identity;
@@ -553,7 +570,7 @@
         const rect = renderer.domElement.getBoundingClientRect();
         return { x: (v.x + 1) / 2 * rect.width, y: (1 - v.y) / 2 * rect.height };
       },
-      labelOf: (k) => pts.labels[measured[k]],
+      labelOf: (k) => pts.label(measured[k]),
       count: measured.length,
       draw: draw,
     };
