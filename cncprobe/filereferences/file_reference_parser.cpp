@@ -1,6 +1,8 @@
 // kptFileReferenceParser: builds the seven reference-line patterns and takes values from lines.
 #include "cncprobe/filereferences/file_reference_parser.h"
 
+#include <string_view>
+
 #include "cncprobe/platform/text/internal/matcher.h"
 
 namespace {
@@ -17,12 +19,20 @@ constexpr const char* kValueTail = "[\\s\\*]++((?:.*[^\\s\\*])?)[\\s\\*]*$";
 // As the value tail, but the value must be a layout version major.minor.build.
 constexpr const char* kVersionTail =
     "[\\s\\*]+([1-9]\\d*\\.(?:0|[1-9]\\d*)\\.(?:0|[1-9]\\d*))[\\s\\*]*$";
+// The keywords of the seven reference lines.
+constexpr std::string_view kResultsFileVersion = "RESULTSFILEVERSION";
+constexpr std::string_view kCadFilename = "CADFILENAME";
+constexpr std::string_view kCldataFilename = "CLDATAFILENAME";
+constexpr std::string_view kSettingsFilename = "SETTINGSFILENAME";
+constexpr std::string_view kDocumentId = "DOCUMENTID";
+constexpr std::string_view kDocumentVersion = "DOCUMENTVERSION";
+constexpr std::string_view kModelVersion = "MODELVERSION";
 // The match result of a line that holds the keyword and a value: group 1, the value, took part.
 constexpr int kValueFound = 2;
 
-std::unique_ptr<reMatcher> make_matcher(const char* keyword, const char* tail) {
+std::unique_ptr<reMatcher> make_matcher(std::string_view keyword, const char* tail) {
   utString pattern;
-  pattern << kPrefix << keyword << tail;
+  pattern << kPrefix << utString(keyword) << tail;
   return std::make_unique<reMatcher>(pattern);
 }
 }  // namespace
@@ -40,13 +50,13 @@ kptFileReferenceParser::~kptFileReferenceParser() {
 }
 
 void kptFileReferenceParser::init_matchers() {
-  results_file_version_matcher = make_matcher("RESULTSFILEVERSION", kVersionTail);
-  cad_filename_matcher = make_matcher("CADFILENAME", kValueTail);
-  cldata_filename_matcher = make_matcher("CLDATAFILENAME", kValueTail);
-  settings_filename_matcher = make_matcher("SETTINGSFILENAME", kValueTail);
-  document_id_matcher = make_matcher("DOCUMENTID", kValueTail);
-  document_version_matcher = make_matcher("DOCUMENTVERSION", kValueTail);
-  model_version_matcher = make_matcher("MODELVERSION", kValueTail);
+  results_file_version_matcher = make_matcher(kResultsFileVersion, kVersionTail);
+  cad_filename_matcher = make_matcher(kCadFilename, kValueTail);
+  cldata_filename_matcher = make_matcher(kCldataFilename, kValueTail);
+  settings_filename_matcher = make_matcher(kSettingsFilename, kValueTail);
+  document_id_matcher = make_matcher(kDocumentId, kValueTail);
+  document_version_matcher = make_matcher(kDocumentVersion, kValueTail);
+  model_version_matcher = make_matcher(kModelVersion, kValueTail);
 
   reMatcher* const all[] = {results_file_version_matcher.get(), cad_filename_matcher.get(),
                             cldata_filename_matcher.get(),      settings_filename_matcher.get(),
@@ -62,35 +72,39 @@ void kptFileReferenceParser::init_matchers() {
   for (reMatcher* matcher : all) (void)matcher->study(error_text, 0);
 }
 
-utString kptFileReferenceParser::parse_line(const utString& line, reMatcher& matcher) {
+utString kptFileReferenceParser::parse_line(const utString& line, std::string_view keyword,
+                                            reMatcher& matcher) {
+  // Every pattern needs its keyword somewhere in the line: a line without it cannot match, and
+  // most lines of a file (points and reports) are turned away here without running the pattern.
+  if (line.view().find(keyword) == std::string_view::npos) return utString();
   if (matcher.match(line, 0) == kValueFound) return matcher.get_substring(1);
   return utString();
 }
 
 utString kptFileReferenceParser::parse_results_file_version(const utString& line) const {
-  return parse_line(line, *results_file_version_matcher);
+  return parse_line(line, kResultsFileVersion, *results_file_version_matcher);
 }
 
 utString kptFileReferenceParser::parse_cad_filename(const utString& line) const {
-  return parse_line(line, *cad_filename_matcher);
+  return parse_line(line, kCadFilename, *cad_filename_matcher);
 }
 
 utString kptFileReferenceParser::parse_cldata_filename(const utString& line) const {
-  return parse_line(line, *cldata_filename_matcher);
+  return parse_line(line, kCldataFilename, *cldata_filename_matcher);
 }
 
 utString kptFileReferenceParser::parse_settings_filename(const utString& line) const {
-  return parse_line(line, *settings_filename_matcher);
+  return parse_line(line, kSettingsFilename, *settings_filename_matcher);
 }
 
 utString kptFileReferenceParser::parse_document_id(const utString& line) const {
-  return parse_line(line, *document_id_matcher);
+  return parse_line(line, kDocumentId, *document_id_matcher);
 }
 
 utString kptFileReferenceParser::parse_document_version(const utString& line) const {
-  return parse_line(line, *document_version_matcher);
+  return parse_line(line, kDocumentVersion, *document_version_matcher);
 }
 
 utString kptFileReferenceParser::parse_model_version(const utString& line) const {
-  return parse_line(line, *model_version_matcher);
+  return parse_line(line, kModelVersion, *model_version_matcher);
 }

@@ -13,6 +13,7 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 
 #include "cncprobe/export.h"
 #include "cncprobe/platform/text/string.h"
@@ -41,7 +42,7 @@ class CNCPROBE_API kptFileReferenceParser {
 
  private:
   void init_matchers();
-  static utString parse_line(const utString& line, reMatcher& matcher);
+  static utString parse_line(const utString& line, std::string_view keyword, reMatcher& matcher);
 
   std::unique_ptr<reMatcher> results_file_version_matcher;
   std::unique_ptr<reMatcher> cad_filename_matcher;
