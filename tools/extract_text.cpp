@@ -22,6 +22,26 @@
 
 namespace tool {
 
+std::string toolpath_text(const mtrToolpathResult& result) {
+  std::string text = std::to_string(result.id());
+  if (result.pattern_instance()) text += " (" + std::to_string(*result.pattern_instance()) + ")";
+  return text;
+}
+
+std::string identity_text(const mtrInspectionPrintData& data) {
+  switch (data.form()) {
+    case mtrInspectionPrintData::kComponentFeature:
+      return "component " + std::to_string(data.component_number()) + " feature " +
+             std::to_string(data.feature_number());
+    case mtrInspectionPrintData::kFeatureName:
+      return "feature " + std::to_string(data.feature_number()) + " " +
+             std::string(data.feature_name().view());
+    case mtrInspectionPrintData::kInvalid:
+      break;
+  }
+  return "-";
+}
+
 namespace {
 
 // Numbers as the inspection settings ask: lengths with the linear digits, angles with the
@@ -74,24 +94,8 @@ const char* convention_text(kptZoneConvention convention) {
              : "diametral: TOL TP is a zone of that diameter, 2 x offset <= tolerance";
 }
 
-std::string toolpath_text(const mtrToolpathResult& result) {
-  std::string text = std::to_string(result.id());
-  if (result.pattern_instance()) text += " (" + std::to_string(*result.pattern_instance()) + ")";
-  return text;
-}
-
 std::string print_data_text(const mtrInspectionPrintData& data) {
-  switch (data.form()) {
-    case mtrInspectionPrintData::kComponentFeature:
-      return "component " + std::to_string(data.component_number()) + " feature " +
-             std::to_string(data.feature_number());
-    case mtrInspectionPrintData::kFeatureName:
-      return "feature " + std::to_string(data.feature_number()) + " " +
-             printable_text(data.feature_name().view());
-    case mtrInspectionPrintData::kInvalid:
-      break;
-  }
-  return "-";
+  return printable_text(identity_text(data));
 }
 
 std::string upper_axis(mtrProbeWCSAxis axis) {

@@ -37,6 +37,7 @@
 #include "cncprobe/settings/inspection_settings_error.h"
 #include "cncprobe/settings/inspection_settings_reader.h"
 #include "tools/commands.h"
+#include "tools/extract_view.h"
 #include "tools/report/json_text.h"
 #include "tools/report/label_runs.h"
 #include "tools/report/report_page.h"
@@ -133,26 +134,6 @@ void write_settings(JsonText& json, const ReportOptions& options, const Settings
 // ---------------------------------------------------------------------------------------------
 // Results
 
-template <class Fn>
-void for_each_result(const kptResultsDataExtractor& extractor, Fn&& fn) {
-  itIterator<std::shared_ptr<mtrToolpathResult>> it = extractor.results();
-  std::size_t index = 0;
-  while (++it) {
-    const std::shared_ptr<mtrToolpathResult> result = it();
-    if (result) fn(index, *result);
-    ++index;
-  }
-}
-
-template <class Fn>
-void for_each_point(const mtrProbePath& path, Fn&& fn) {
-  itIterator<std::shared_ptr<mtrInspectionPoint>> it = path.inspection_points();
-  while (++it) {
-    const std::shared_ptr<mtrInspectionPoint> point = it();
-    if (point) fn(*point);
-  }
-}
-
 std::string axis_text(mtrProbeWCSAxis axis) {
   switch (axis) {
     case mtrProbeWCSAxisX:
@@ -192,26 +173,6 @@ std::string kind_text(const mtrToolpathResult& result, std::optional<giPoint3>& 
     return "wall/channel " + axis_text(f->axis());
   }
   return "feature";
-}
-
-std::string identity_text(const mtrInspectionPrintData& data) {
-  switch (data.form()) {
-    case mtrInspectionPrintData::kComponentFeature:
-      return "component " + std::to_string(data.component_number()) + " feature " +
-             std::to_string(data.feature_number());
-    case mtrInspectionPrintData::kFeatureName:
-      return "feature " + std::to_string(data.feature_number()) + " " +
-             std::string(data.feature_name().view());
-    case mtrInspectionPrintData::kInvalid:
-      break;
-  }
-  return "-";
-}
-
-std::string toolpath_text(const mtrToolpathResult& result) {
-  std::string text = std::to_string(result.id());
-  if (result.pattern_instance()) text += " (" + std::to_string(*result.pattern_instance()) + ")";
-  return text;
 }
 
 double toolpath_order(const mtrToolpathResult& result) {
@@ -374,7 +335,8 @@ SingleReportOutcome write_single_report_data(const ReportOptions& options,
   std::string worst_check_identity = "-";
   json.key("features").begin_array();
   std::size_t point_count = 0;
-  for_each_result(extractor, [&](std::size_t index, const mtrToolpathResult& result) {
+  for_each_result(extractor, [&](std::size_t number, const mtrToolpathResult& result) {
+    const std::size_t index = number - 1;
     if (const auto* path = dynamic_cast<const mtrProbePath*>(&result)) {
       point_count += path->inspection_points_count();
       return;
@@ -413,7 +375,8 @@ SingleReportOutcome write_single_report_data(const ReportOptions& options,
   points.reserve(point_count);
   std::optional<std::string> worst_point_label;
   json.key("paths").begin_array();
-  for_each_result(extractor, [&](std::size_t index, const mtrToolpathResult& result) {
+  for_each_result(extractor, [&](std::size_t number, const mtrToolpathResult& result) {
+    const std::size_t index = number - 1;
     const auto* path = dynamic_cast<const mtrProbePath*>(&result);
     if (!path) return;
     const std::size_t first = points.count;
