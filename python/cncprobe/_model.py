@@ -317,7 +317,8 @@ class Extraction:
         """The feature checks as a DataFrame, one row per feature quantity: kind, toolpath,
         instance (-1 when none), component, feature (-1 when the report gave none), name, quantity,
         nominal, actual, deviation, tolerance (NaN when none), verdict, and the library's
-        true_position flag, tolerance_used and result (index into :attr:`results`)."""
+        true_position flag, tolerance_used, lower_limit and upper_limit (the deviations at which
+        the verdict turns; NaN where there is none) and result (index into :attr:`results`)."""
         import pandas as pd
 
         c = self._check_columns()
@@ -341,6 +342,8 @@ class Extraction:
                 ),
                 "true_position": np.asarray(c["true_position"], dtype=bool),
                 "tolerance_used": np.asarray(c["tolerance_used"], dtype=np.float64),
+                "lower_limit": np.asarray(c["lower_limit"], dtype=np.float64),
+                "upper_limit": np.asarray(c["upper_limit"], dtype=np.float64),
                 "result": np.asarray(c["result"], dtype=np.int32),
             }
         )

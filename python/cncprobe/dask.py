@@ -129,7 +129,7 @@ class _EmptyExtraction(_model.Extraction):
     def _check_columns(self) -> dict:
         names = ["result", "kind", "toolpath", "instance", "component", "feature", "name",
                  "quantity", "nominal", "actual", "deviation", "tolerance", "true_position",
-                 "verdict", "tolerance_used"]
+                 "verdict", "tolerance_used", "lower_limit", "upper_limit"]
         return {n: [] for n in names}
 
 

@@ -17,11 +17,14 @@ def spc(checks):
     component, feature, name and quantity.
 
     The statistics are of the actual value, or of the deviation for a quantity that has none
-    (centre and corner offsets). Cp = 2 tol / 6 std and Cpk = min(USL - mean, mean - LSL) / 3 std
-    with the limits nominal +/- tol, for a quantity with a plain +/- tolerance; NaN for a
-    true-position zone (one-sided, where these indices do not apply), without a tolerance, with
-    fewer than two runs, or without spread. ``nominal`` and ``tolerance`` are those of the
-    newest row; ``out`` counts the rows the library judged out of tolerance.
+    (centre and corner offsets). Cp and Cpk come from the deviations and the limits at which the
+    library's verdict turns (the frame's ``lower_limit`` and ``upper_limit``: -tol and +tol for a
+    plain tolerance; for a true position the zone's half width or the radial limit, above an
+    offset and on both sides of a middle): Cp = (upper - lower) / 6 std where both limits exist,
+    Cpk = the nearer limit's distance from the mean deviation / 3 std (a one-sided limit gives
+    Cpk only). NaN without a tolerance, with fewer than two runs, or without spread. ``nominal``,
+    ``tolerance`` and the limits are those of the newest row; ``out`` counts the rows the
+    library judged out of tolerance.
     """
     import pandas as pd
 
@@ -36,17 +39,16 @@ def spc(checks):
     grouped = frame.groupby(KEY, sort=False, dropna=False)
     table = grouped["value"].agg(["count", "mean", "std", "min", "max"])
     table = table.rename(columns={"count": "n"})
-    last = grouped[["nominal", "tolerance", "true_position"]].last()
+    last = grouped[["nominal", "tolerance", "lower_limit", "upper_limit"]].last()
     table["nominal"] = last["nominal"]
     table["tolerance"] = last["tolerance"]
     table["out"] = grouped["is_out"].sum().astype(np.int64)
-    two_sided = ~last["true_position"].astype(bool) & last["tolerance"].notna()
-    usable = two_sided & (table["std"] > 0)
-    three_sigma = 3.0 * table["std"]
-    cp = table["tolerance"] / three_sigma
-    upper = table["nominal"] + table["tolerance"] - table["mean"]
-    lower = table["mean"] - (table["nominal"] - table["tolerance"])
-    cpk = np.minimum(upper, lower) / three_sigma
-    table["cp"] = cp.where(usable)
+    spread = grouped["deviation"].std()
+    centre = grouped["deviation"].mean()
+    three_sigma = 3.0 * spread
+    usable = spread > 0
+    lower, upper = last["lower_limit"], last["upper_limit"]
+    table["cp"] = ((upper - lower) / (2.0 * three_sigma)).where(usable)
+    cpk = np.fmin((upper - centre) / three_sigma, (centre - lower) / three_sigma)
     table["cpk"] = cpk.where(usable)
     return table.reset_index()

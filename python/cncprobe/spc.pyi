@@ -6,4 +6,4 @@ KEY: list[str]
 
 def spc(checks: Any) -> pd.DataFrame:
     """Per feature quantity across runs: n, mean, std (n - 1), min, max, nominal, tolerance,
-    out, Cp and Cpk (plain +/- tolerances only)."""
+    out, Cp and Cpk against the limits at which the library's verdict turns."""

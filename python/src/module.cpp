@@ -376,7 +376,7 @@ class Extraction {
   // One row per feature quantity, as columns: the library's checks of every feature.
   py::dict feature_checks(int convention) const {
     py::list result, kind, toolpath, instance, component, feature, name, quantity, nominal, actual,
-        deviation, tolerance, true_position, verdict, tolerance_used;
+        deviation, tolerance, true_position, verdict, tolerance_used, lower_limit, upper_limit;
     std::size_t index = 0;
     for (const auto& r : results_) {
       const auto* f = dynamic_cast<const mtrInspectionFeature*>(r.get());
@@ -403,6 +403,10 @@ class Extraction {
           true_position.append(check.true_position);
           verdict.append(static_cast<int>(check.verdict));
           tolerance_used.append(check.tolerance_used ? *check.tolerance_used : std::nan(""));
+          const kptCheckLimits limits =
+              kptFeatureChecks::limits(check, static_cast<kptZoneConvention>(convention));
+          lower_limit.append(limits.lower ? *limits.lower : std::nan(""));
+          upper_limit.append(limits.upper ? *limits.upper : std::nan(""));
         }
       }
       ++index;
@@ -423,6 +427,8 @@ class Extraction {
     d["true_position"] = true_position;
     d["verdict"] = verdict;
     d["tolerance_used"] = tolerance_used;
+    d["lower_limit"] = lower_limit;
+    d["upper_limit"] = upper_limit;
     return d;
   }
 
