@@ -1,4 +1,5 @@
 // reMatcher: one compiled Perl-compatible regular expression and the outcome of its last match.
+// Internal to the library and not installed: hosts include "cncprobe/cncprobe.h".
 //
 //   reMatcher m("^[\\s\\*]*TOOLPATHID[\\s\\*]+(\\d+(?:\\.\\d*)?)[\\s\\*]*$");
 //   utString error; int offset = 0;

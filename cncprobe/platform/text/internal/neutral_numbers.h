@@ -1,4 +1,5 @@
 // nlsNeutralNumbers: a guard under which the C library reads numbers with "." as the decimal point.
+// Internal to the library and not installed: hosts include "cncprobe/cncprobe.h".
 //
 // A host process may select a number format with a decimal comma; results files always print
 // "12.5". Wrap each conversion in a guard:

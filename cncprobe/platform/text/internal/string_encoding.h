@@ -1,4 +1,5 @@
 // apIStringEncoding and apStringEncodingChooser: converting wide text to the 8-bit utString form.
+// Internal to the library and not installed: hosts include "cncprobe/cncprobe.h".
 //
 //   int error = 0;
 //   utString name = apStringEncodingChooser().ut_encoding()->to_ut_string(path.string(), error);

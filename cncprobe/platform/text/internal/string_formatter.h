@@ -1,4 +1,5 @@
 // apStringFormatter: fills integers into a wide format text, printf-style, as messages need.
+// Internal to the library and not installed: hosts include "cncprobe/cncprobe.h".
 #pragma once
 
 #include <initializer_list>

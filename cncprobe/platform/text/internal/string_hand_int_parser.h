@@ -1,4 +1,5 @@
 // apStringHandIntParser: reads a whole wide text as a decimal integer, as settings values are.
+// Internal to the library and not installed: hosts include "cncprobe/cncprobe.h".
 #pragma once
 
 #include "cncprobe/export.h"

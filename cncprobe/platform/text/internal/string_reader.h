@@ -1,4 +1,5 @@
 // apStringReader and apStringReaderUTF8: reading a text stream line by line as wide strings.
+// Internal to the library and not installed: hosts include "cncprobe/cncprobe.h".
 //
 //   std::ifstream in(name);
 //   apStringReaderUTF8 reader;

@@ -1,4 +1,5 @@
 // apStringSimpleDoubleParser: reads a whole wide text as a plain decimal real number.
+// Internal to the library and not installed: hosts include "cncprobe/cncprobe.h".
 #pragma once
 
 #include "cncprobe/export.h"
