@@ -41,12 +41,6 @@ class CNCPROBE_API kptResultsFileParser : public kptMacroOutputParser {
   // 214748.3648 and more, and for a cursor that stands on no line.
   bool parse_next_object(kptResultsFileCursor& cursor) const;
 
- protected:
-  // Whether a cheap test of the line's first bytes or keyword runs before each record pattern. A
-  // test only skips a pattern that cannot match (every record pattern needs its keyword), so
-  // turning the tests off changes no outcome; a test compares both ways over many lines.
-  bool keyword_tests_ = true;
-
  private:
   void init_matchers();
 

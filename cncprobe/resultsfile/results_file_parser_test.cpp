@@ -226,9 +226,11 @@ TEST(ResultsFileParser, KeywordTestsChangeNoOutcome) {
     }
   }
   ASSERT_GT(files.size(), 10u);
-  const char* const keywords[] = {"START", "END",  "TOOLPATHID", "CYCLEDEPTH", "RESULTSFILE",
-                                  "G800",  "G801", "G330",       "G331",       "STAR"};
-  const char* const leads[] = {"", " ", "**", " * ", "\t", "-", "+ "};
+  const char* const keywords[] = {
+      "START", "END",  "TOOLPATHID", "CYCLEDEPTH", "RESULTSFILE",  "G800",       "G801",
+      "G330",  "G331", "STAR",       "SIZE",       "POSN",         "ANG",        "TOOL OFFSET",
+      "TOOL",  "-",    "+",          "++OUT OF",   "COMPONENT NO", "FEATURE NO", "FEATURE"};
+  const char* const leads[] = {"", " ", "**", " * ", "\t", "\v\f", "-", "+ ", "/"};
   const fs::path variants = fs::temp_directory_path() / "cncprobe_keyword_variants.res";
   std::size_t lines = 0;
   {
@@ -254,6 +256,17 @@ TEST(ResultsFileParser, KeywordTestsChangeNoOutcome) {
   }
   EXPECT_GT(lines, 1000u);
   expect_same_outcomes(variants);
+  // Whole files with a lead in front of every line, so that reports keep their order of lines.
+  for (const fs::path& file : files) {
+    for (const char* lead : leads) {
+      {
+        std::ofstream out(variants, std::ios::binary);
+        kptResultsFileCursor cursor(utString(file.string().c_str()));
+        while (++cursor) out << lead << cursor().view() << '\n';
+      }
+      expect_same_outcomes(variants);
+    }
+  }
   fs::remove(variants);
 }
 
