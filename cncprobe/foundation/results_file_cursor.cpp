@@ -86,14 +86,40 @@ kptResultsFileCursor::kptResultsFileCursor(std::initializer_list<utString> lines
   std::size_t total = 0;
   for (const utString& line : lines) total += line.length();
   if (!reserve_bytes(store.bytes, store.capacity, total)) return;
-  store.starts.push_back(0);
+  store.allow_offsets_to(total);
+  store.add_start(0);
   for (const utString& line : lines) {
     if (line.length() == 0) continue;
     std::memcpy(store.bytes + store.size, line.c_str(), line.length());
     store.size += line.length();
-    store.starts.push_back(store.size);
+    store.add_start(store.size);
   }
-  if (store.starts.size() == 1) store.starts.clear();
+  store.settle();
+}
+
+void kptResultsFileCursor::LineStore::add_start(std::size_t offset) {
+  if (wide) {
+    wide_starts.push_back(offset);
+  } else {
+    starts.push_back(static_cast<std::uint32_t>(offset));
+  }
+}
+
+void kptResultsFileCursor::LineStore::allow_offsets_to(std::size_t end) {
+  if (wide || end <= std::numeric_limits<std::uint32_t>::max()) return;
+  wide_starts.assign(starts.begin(), starts.end());
+  wide = true;
+  starts.clear();
+  starts.shrink_to_fit();
+}
+
+void kptResultsFileCursor::LineStore::settle() {
+  if (count() == 0) {
+    starts.clear();
+    wide_starts.clear();
+  }
+  starts.shrink_to_fit();
+  wide_starts.shrink_to_fit();
 }
 
 bool kptResultsFileCursor::operator++() noexcept {
@@ -110,8 +136,8 @@ const utString& kptResultsFileCursor::make_line() const noexcept {
   if (index_ == kNone) {
     line_ = utString();
   } else {
-    const std::size_t begin = lines_->starts[index_];
-    const std::size_t length = lines_->starts[index_ + 1] - begin;
+    const std::size_t begin = lines_->start(index_);
+    const std::size_t length = lines_->start(index_ + 1) - begin;
     try {
       line_ = utString(lines_->bytes + begin, length);
     } catch (...) {
@@ -156,8 +182,12 @@ void kptResultsFileCursor::cut_lines(std::size_t from, std::size_t end) {
   // read position, so the file is cut into its lines in place.
   LineStore& lines = *lines_;
   char* const block = lines.bytes;
-  std::vector<std::size_t>& starts = lines.starts;
-  if (starts.empty()) starts.push_back(from);
+  lines.allow_offsets_to(end);
+  if (lines.count() == 0) {
+    lines.starts.clear();
+    lines.wide_starts.clear();
+    lines.add_start(from);
+  }
   std::size_t write = from;
   const auto keep = [&](const char* p, std::size_t length) {
     // A run longer than a utString can hold is cut into lines of the longest length.
@@ -166,7 +196,7 @@ void kptResultsFileCursor::cut_lines(std::size_t from, std::size_t end) {
       if (kept(p, piece)) {
         std::memmove(block + write, p, piece);
         write += piece;
-        starts.push_back(write);
+        lines.add_start(write);
       }
       p += piece;
       length -= piece;
@@ -181,7 +211,7 @@ void kptResultsFileCursor::cut_lines(std::size_t from, std::size_t end) {
     p = line_end + 1;
   }
   lines.size = write;
-  if (starts.size() == 1) starts.clear();
+
   // What the line ends and dropped lines took is given back; so is the room of the index.
   if (write == 0) {
     std::free(block);
@@ -193,7 +223,7 @@ void kptResultsFileCursor::cut_lines(std::size_t from, std::size_t end) {
       lines.capacity = write;
     }
   }
-  starts.shrink_to_fit();
+  lines.settle();
 }
 
 utString kptResultsFileCursor::read_line(std::ifstream& stream) {

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <initializer_list>
 #include <iosfwd>
@@ -96,14 +97,27 @@ class CNCPROBE_API kptResultsFileCursor {
     ~LineStore() { std::free(bytes); }
 
     [[nodiscard]] std::size_t count() const noexcept {
-      return starts.empty() ? 0 : starts.size() - 1;
+      const std::size_t entries = wide ? wide_starts.size() : starts.size();
+      return entries == 0 ? 0 : entries - 1;
     }
+    [[nodiscard]] std::size_t start(std::size_t line) const noexcept {
+      return wide ? wide_starts[line] : starts[line];
+    }
+    // Records where the next line would begin.
+    void add_start(std::size_t offset);
+    // Makes room for offsets up to `end`: beyond 4 GiB the offsets are kept in full width.
+    void allow_offsets_to(std::size_t end);
+    // Drops a lone entry (no lines) and gives back the index's spare room.
+    void settle();
 
     char* bytes = nullptr;  // from malloc: the block grows and shrinks with realloc
     std::size_t size = 0;   // bytes of it in use
     std::size_t capacity = 0;
-    // Where line i begins, and one more entry for where the next line would begin.
-    std::vector<std::size_t> starts;
+    // Where line i begins, and one more entry for where the next line would begin: 32-bit offsets
+    // while the block is below 4 GiB (nearly every file), full-width ones beyond.
+    std::vector<std::uint32_t> starts;
+    std::vector<std::size_t> wide_starts;
+    bool wide = false;  // whether wide_starts is the one in use
   };
 
   // Cuts the raw file bytes in [from, end) of the block into kept lines, in place, and records
