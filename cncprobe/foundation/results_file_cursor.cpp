@@ -17,8 +17,6 @@
 namespace {
 // The longest line a utString holds; a longer run of bytes is cut into lines of this length.
 constexpr std::size_t kMaxLineLength = std::numeric_limits<std::uint32_t>::max() - 1;
-// The file is read in chunks of this size; lines are cut out of each chunk in place.
-constexpr std::size_t kChunkSize = std::size_t{1} << 20;
 
 constexpr bool is_line_end(char c) noexcept { return c == '\0' || c == '\n' || c == '\r'; }
 
@@ -43,68 +41,28 @@ bool readable_in_c_locale(const utString& line) {
   return std::mbstowcs(nullptr, line.c_str(), 2147483647) != static_cast<std::size_t>(-1);
 }
 
-// Cuts the bytes of a file, fed chunk by chunk, into the non-empty lines that pass the encoding
-// test, appending them to a list. A line cut by a chunk boundary waits in `partial_`.
-class LineSplitter {
- public:
-  explicit LineSplitter(utStringcoSList& lines) : lines_(lines) {}
+// Grows a malloc'd block to hold at least `wanted` bytes; false when memory ran out, with the
+// block unchanged.
+bool reserve_bytes(char*& bytes, std::size_t& capacity, std::size_t wanted) noexcept {
+  if (wanted <= capacity) return true;
+  const std::size_t grown = std::max(wanted, capacity + capacity / 2);
+  void* const fresh = std::realloc(bytes, grown);
+  if (fresh == nullptr) return false;
+  bytes = static_cast<char*>(fresh);
+  capacity = grown;
+  return true;
+}
 
-  void feed(const char* p, const char* end) {
-    while (p != end) {
-      const char* line_end = find_line_end(p, end);
-      if (line_end == end) {
-        hold(std::string_view(p, static_cast<std::size_t>(end - p)));
-        return;
-      }
-      const std::string_view piece(p, static_cast<std::size_t>(line_end - p));
-      if (partial_.empty()) {
-        keep(piece);
-      } else {
-        hold(piece);
-        keep(partial_);
-        partial_.clear();
-      }
-      p = line_end + 1;
-    }
-  }
-
-  // The last line of the file, which has no line end behind it.
-  void finish() {
-    keep(partial_);
-    partial_.clear();
-  }
-
- private:
-  void hold(std::string_view piece) {
-    while (partial_.size() + piece.size() > kMaxLineLength) {
-      const std::size_t room = kMaxLineLength - partial_.size();
-      partial_.append(piece.substr(0, room));
-      piece.remove_prefix(room);
-      keep(partial_);
-      partial_.clear();
-    }
-    partial_.append(piece);
-  }
-
-  void keep(std::string_view bytes) {
-    if (bytes.empty()) return;
-    // Valid UTF-8, and plain ASCII above all, is the common case: test it without decoding.
-    if (apString::is_valid_utf8(bytes) ||
-        readable_in_c_locale(utString(bytes.data(), bytes.size()))) {
-      lines_.insert_last(arena_.make(bytes.data(), bytes.size()));
-    }
-  }
-
-  utStringcoSList& lines_;
-  std::string partial_;
-  // The lines of a file are made together and released together: a few hundred share one
-  // allocation.
-  utStringArena arena_;
-};
+// Whether a run of bytes between two line ends is kept as a line.
+bool kept(const char* p, std::size_t length) {
+  if (length == 0) return false;
+  // Valid UTF-8, and plain ASCII above all, is the common case: test it without decoding.
+  return apString::is_valid_utf8(std::string_view(p, length)) ||
+         readable_in_c_locale(utString(p, length));
+}
 }  // namespace
 
-kptResultsFileCursor::kptResultsFileCursor()
-    : lines_(std::make_shared<utStringcoSList>()), position_(lines_.get()) {}
+kptResultsFileCursor::kptResultsFileCursor() : lines_(std::make_shared<LineStore>()) {}
 
 kptResultsFileCursor::kptResultsFileCursor(const utString& file_name) : kptResultsFileCursor() {
   read_file(file_name);
@@ -112,9 +70,10 @@ kptResultsFileCursor::kptResultsFileCursor(const utString& file_name) : kptResul
 
 kptResultsFileCursor::kptResultsFileCursor(const kptInputFile& input) : kptResultsFileCursor() {
   const std::string_view bytes = input.bytes();
-  LineSplitter splitter(*lines_);
-  splitter.feed(bytes.data(), bytes.data() + bytes.size());
-  splitter.finish();
+  LineStore& lines = *lines_;
+  if (!reserve_bytes(lines.bytes, lines.capacity, bytes.size())) return;
+  if (!bytes.empty()) std::memcpy(lines.bytes, bytes.data(), bytes.size());
+  cut_lines(0, bytes.size());
 }
 
 kptResultsFileCursor::kptResultsFileCursor(kptInputStream& stream) : kptResultsFileCursor() {
@@ -123,12 +82,73 @@ kptResultsFileCursor::kptResultsFileCursor(kptInputStream& stream) : kptResultsF
 
 kptResultsFileCursor::kptResultsFileCursor(std::initializer_list<utString> lines)
     : kptResultsFileCursor() {
+  LineStore& store = *lines_;
+  std::size_t total = 0;
+  for (const utString& line : lines) total += line.length();
+  if (!reserve_bytes(store.bytes, store.capacity, total)) return;
+  store.allow_offsets_to(total);
+  store.add_start(0);
   for (const utString& line : lines) {
-    if (line.length() != 0) lines_->insert_last(line);
+    if (line.length() == 0) continue;
+    std::memcpy(store.bytes + store.size, line.c_str(), line.length());
+    store.size += line.length();
+    store.add_start(store.size);
+  }
+  store.settle();
+}
+
+void kptResultsFileCursor::LineStore::add_start(std::size_t offset) {
+  if (wide) {
+    wide_starts.push_back(offset);
+  } else {
+    starts.push_back(static_cast<std::uint32_t>(offset));
   }
 }
 
-bool kptResultsFileCursor::operator++() noexcept { return ++position_; }
+void kptResultsFileCursor::LineStore::allow_offsets_to(std::size_t end) {
+  if (wide || end <= std::numeric_limits<std::uint32_t>::max()) return;
+  wide_starts.assign(starts.begin(), starts.end());
+  wide = true;
+  starts.clear();
+  starts.shrink_to_fit();
+}
+
+void kptResultsFileCursor::LineStore::settle() {
+  if (count() == 0) {
+    starts.clear();
+    wide_starts.clear();
+  }
+  starts.shrink_to_fit();
+  wide_starts.shrink_to_fit();
+}
+
+bool kptResultsFileCursor::operator++() noexcept {
+  const std::size_t count = lines_->count();
+  if (index_ == kNone) {
+    index_ = count ? 0 : kNone;
+  } else if (++index_ >= count) {
+    index_ = kNone;
+  }
+  return index_ != kNone;
+}
+
+const utString& kptResultsFileCursor::make_line() const noexcept {
+  if (index_ == kNone) {
+    line_ = utString();
+  } else {
+    const std::size_t begin = lines_->start(index_);
+    const std::size_t length = lines_->start(index_ + 1) - begin;
+    try {
+      line_ = utString(lines_->bytes + begin, length);
+    } catch (...) {
+      // Out of memory: the line cannot be handed out and reads as no line, which no pattern
+      // takes.
+      line_ = utString();
+    }
+  }
+  line_index_ = index_;
+  return line_;
+}
 
 void kptResultsFileCursor::read_file(const utString& file_name) {
   // A file that cannot be opened or is no regular file gives no lines, as a missing file does.
@@ -138,18 +158,72 @@ void kptResultsFileCursor::read_file(const utString& file_name) {
 
 void kptResultsFileCursor::read_stream(kptInputStream& stream) {
   if (stream.problem() != kptInputReadable) return;
-  // A small file needs no large buffer; a large one is read a chunk at a time.
-  const std::size_t chunk_size = std::clamp<std::size_t>(stream.size_hint() + 1, 4096, kChunkSize);
-  const std::unique_ptr<char[]> chunk(new char[chunk_size]);
-  LineSplitter splitter(*lines_);
+  LineStore& lines = *lines_;
+  const std::size_t from = lines.size;
+  std::size_t end = from;
+  // The whole rest of the file goes into the block behind the lines already held; the size the
+  // file had when opened is a hint (it may still grow), so a read that fills the block grows it.
   // The end of the file or a read error ends the reading; the lines read so far, the last one
   // included, are kept.
+  std::size_t wanted = from + std::max<std::size_t>(stream.size_hint() + 1, 4096);
   for (;;) {
-    const std::size_t got = stream.read_some(chunk.get(), chunk_size);
+    if (end == lines.capacity && !reserve_bytes(lines.bytes, lines.capacity, wanted)) break;
+    const std::size_t got = stream.read_some(lines.bytes + end, lines.capacity - end);
     if (got == 0) break;
-    splitter.feed(chunk.get(), chunk.get() + got);
+    end += got;
+    wanted = lines.capacity + lines.capacity / 2;
   }
-  splitter.finish();
+  cut_lines(from, end);
+}
+
+void kptResultsFileCursor::cut_lines(std::size_t from, std::size_t end) {
+  // The bytes in [from, end) of the block are raw file bytes. The kept lines are moved down to
+  // `from` one after the other, without their line ends: the write position never passes the
+  // read position, so the file is cut into its lines in place.
+  LineStore& lines = *lines_;
+  char* const block = lines.bytes;
+  lines.allow_offsets_to(end);
+  if (lines.count() == 0) {
+    lines.starts.clear();
+    lines.wide_starts.clear();
+    lines.add_start(from);
+  }
+  std::size_t write = from;
+  const auto keep = [&](const char* p, std::size_t length) {
+    // A run longer than a utString can hold is cut into lines of the longest length.
+    while (length != 0) {
+      const std::size_t piece = std::min(length, kMaxLineLength);
+      if (kept(p, piece)) {
+        std::memmove(block + write, p, piece);
+        write += piece;
+        lines.add_start(write);
+      }
+      p += piece;
+      length -= piece;
+    }
+  };
+  const char* p = block + from;
+  const char* const stop = block + end;
+  while (p != stop) {
+    const char* const line_end = find_line_end(p, stop);
+    keep(p, static_cast<std::size_t>(line_end - p));
+    if (line_end == stop) break;
+    p = line_end + 1;
+  }
+  lines.size = write;
+
+  // What the line ends and dropped lines took is given back; so is the room of the index.
+  if (write == 0) {
+    std::free(block);
+    lines.bytes = nullptr;
+    lines.capacity = 0;
+  } else if (lines.capacity > write) {
+    if (void* const fitted = std::realloc(block, write)) {
+      lines.bytes = static_cast<char*>(fitted);
+      lines.capacity = write;
+    }
+  }
+  lines.settle();
 }
 
 utString kptResultsFileCursor::read_line(std::ifstream& stream) {

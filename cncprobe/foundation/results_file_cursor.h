@@ -10,14 +10,16 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <cstdlib>
 #include <initializer_list>
 #include <iosfwd>
 #include <memory>
+#include <vector>
 
 #include "cncprobe/export.h"
 #include "cncprobe/foundation/input_file.h"
 #include "cncprobe/platform/text/string.h"
-#include "cncprobe/platform/text/string_list.h"
 
 class CNCPROBE_API kptResultsFileCursor {
  public:
@@ -29,14 +31,15 @@ class CNCPROBE_API kptResultsFileCursor {
   // The lines of an input already read, by the same rules. An input that could not be read holds
   // no bytes, or those read before a read error, and gives those lines.
   explicit kptResultsFileCursor(const kptInputFile& input);
-  // The lines of the rest of an opened file, by the same rules; read in blocks, so the file is
-  // never held whole beside its lines. The stream is at its end afterwards, and its problem()
-  // says whether a read failed.
+  // The lines of the rest of an opened file, by the same rules; the file is read into one block
+  // and its lines are cut out of it in place, so it is held once. The stream is at its end
+  // afterwards, and its problem() says whether a read failed.
   explicit kptResultsFileCursor(kptInputStream& stream);
   // The given lines in order, without the empty ones, standing before the first line.
   kptResultsFileCursor(std::initializer_list<utString> lines);
 
-  // Copies share the list of lines and take over the position; they cost two pointers.
+  // Copies share the list of lines and take over the position (and the current line already
+  // made, which they share); they cost a few words.
   kptResultsFileCursor(const kptResultsFileCursor& other) = default;
   kptResultsFileCursor& operator=(const kptResultsFileCursor& other) = default;
   ~kptResultsFileCursor() = default;
@@ -44,26 +47,28 @@ class CNCPROBE_API kptResultsFileCursor {
   // Steps to the next line: from the undefined position to the first line, from the last line to
   // the undefined position. True when the cursor now stands on a line.
   bool operator++() noexcept;
-  // The line at the current position; an invalid string on the undefined position.
-  const utString& operator()() const noexcept { return position_(); }
+  // The line at the current position; an invalid string on the undefined position. The string is
+  // made from the file's bytes when first asked for on a position and is held by this cursor: a
+  // reference to it is good until the cursor moves or is assigned to.
+  const utString& operator()() const noexcept {
+    return line_index_ == index_ ? line_ : make_line();
+  }
   // True on the undefined position, which is both before the first and after the last line.
-  [[nodiscard]] bool undefined() const noexcept { return position_.undefined(); }
+  [[nodiscard]] bool undefined() const noexcept { return index_ == kNone; }
 
   // True when both share one list of lines and stand on the same position of it. Cursors built
   // separately are never equal, even over the same file.
   [[nodiscard]] bool operator==(const kptResultsFileCursor& other) const noexcept {
-    return lines_ == other.lines_ && position_ == other.position_;
+    return lines_ == other.lines_ && index_ == other.index_;
   }
   [[nodiscard]] bool operator!=(const kptResultsFileCursor& other) const noexcept {
     return !(*this == other);
   }
 
   // Number of lines kept.
-  [[nodiscard]] std::size_t line_count() const noexcept { return lines_->size(); }
+  [[nodiscard]] std::size_t line_count() const noexcept { return lines_->count(); }
   // Position of the current line among the kept lines, counted from 1; 0 when undefined.
-  [[nodiscard]] std::size_t line_number() const noexcept {
-    return undefined() ? 0 : position_.index() + 1;
-  }
+  [[nodiscard]] std::size_t line_number() const noexcept { return undefined() ? 0 : index_ + 1; }
 
  protected:
   // A cursor over a new, empty list, standing on its undefined position.
@@ -80,6 +85,50 @@ class CNCPROBE_API kptResultsFileCursor {
   static utString read_line(std::ifstream& stream);
 
  private:
-  std::shared_ptr<utStringcoSList> lines_;
-  utStringcoSListBcoIterator position_;
+  static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+  // The kept lines of a file, held once: their bytes one after the other, without line ends, in
+  // one block, and where each begins. A line is made into a utString only when a parser asks for
+  // it, so a file costs about its own size, not a string per line.
+  struct LineStore {
+    LineStore() = default;
+    LineStore(const LineStore&) = delete;
+    LineStore& operator=(const LineStore&) = delete;
+    ~LineStore() { std::free(bytes); }
+
+    [[nodiscard]] std::size_t count() const noexcept {
+      const std::size_t entries = wide ? wide_starts.size() : starts.size();
+      return entries == 0 ? 0 : entries - 1;
+    }
+    [[nodiscard]] std::size_t start(std::size_t line) const noexcept {
+      return wide ? wide_starts[line] : starts[line];
+    }
+    // Records where the next line would begin.
+    void add_start(std::size_t offset);
+    // Makes room for offsets up to `end`: beyond 4 GiB the offsets are kept in full width.
+    void allow_offsets_to(std::size_t end);
+    // Drops a lone entry (no lines) and gives back the index's spare room.
+    void settle();
+
+    char* bytes = nullptr;  // from malloc: the block grows and shrinks with realloc
+    std::size_t size = 0;   // bytes of it in use
+    std::size_t capacity = 0;
+    // Where line i begins, and one more entry for where the next line would begin: 32-bit offsets
+    // while the block is below 4 GiB (nearly every file), full-width ones beyond.
+    std::vector<std::uint32_t> starts;
+    std::vector<std::size_t> wide_starts;
+    bool wide = false;  // whether wide_starts is the one in use
+  };
+
+  // Cuts the raw file bytes in [from, end) of the block into kept lines, in place, and records
+  // where they begin.
+  void cut_lines(std::size_t from, std::size_t end);
+  // Makes the current line into line_; called when line_ holds another position.
+  const utString& make_line() const noexcept;
+
+  std::shared_ptr<LineStore> lines_;
+  std::size_t index_ = kNone;
+  // The current line once made, and the position it was made for.
+  mutable utString line_;
+  mutable std::size_t line_index_ = kNone;
 };

@@ -39,7 +39,58 @@ utString captured(const utString& fragment) {
   group << fragment << ')';
   return group;
 }
+// Blanks as the patterns' "\s" reads them (the byte tables of the C locale): tab, line feed,
+// vertical tab, form feed, carriage return and space.
+constexpr bool is_pattern_blank(char c) noexcept { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+bool begins_with(std::string_view line, std::string_view start) noexcept {
+  return line.substr(0, start.size()) == start;
+}
+
+bool begins_after_blanks_with(std::string_view line, std::string_view start) noexcept {
+  std::size_t first = 0;
+  while (first < line.size() && is_pattern_blank(line[first])) ++first;
+  return begins_with(line.substr(first), start);
+}
 }  // namespace
+
+// A cheap test that proves a report pattern cannot match: each needs its keyword at the first
+// byte, or, for the patterns that allow leading blanks, right after them. False only when the
+// pattern cannot match the line.
+bool kptMacroOutputParser::may_fit(Matcher which, std::string_view line) noexcept {
+  switch (which) {
+    case kSeparator:
+      return begins_after_blanks_with(line, "-");
+    case kComponentFeature:
+      return begins_after_blanks_with(line, "COMPONENT NO");
+    case kFeatureName:
+      return begins_after_blanks_with(line, "FEATURE NO");
+    case kDiameter:
+    case kXSize:
+    case kYSize:
+    case kZSize:
+      return begins_with(line, "SIZE");
+    case kXPosition:
+    case kYPosition:
+    case kRPosition:
+    case kZPosition:
+    case kXUnmeasured:
+    case kYUnmeasured:
+    case kXZeroActual:
+    case kYZeroActual:
+      return begins_with(line, "POSN");
+    case kAngle:
+      return begins_with(line, "ANG");
+    case kOutOfTolerance:
+    case kOutOfPosition:
+    case kAngleOutOfTolerance:
+      return begins_after_blanks_with(line, "+");
+    case kToolOffset:
+      return begins_with(line, "TOOL OFFSET");
+    default:
+      return true;
+  }
+}
 
 kptMacroOutputParser::kptMacroOutputParser(const kptUnits& units,
                                            utObserverPtr<kptResultsFileParserCallback> callback)
@@ -154,6 +205,7 @@ void kptMacroOutputParser::init_matchers() {
 }
 
 kptMacroOutputParser::Fit kptMacroOutputParser::fit(Matcher which, const utString& line) const {
+  if (keyword_tests_ && !may_fit(which, line.view())) return kNoFit;
   const ReportMatcher& m = matchers_[which];
   const int result = m.matcher->match(line, 0);
   if (result == m.values_matched) return kValues;

@@ -19,6 +19,7 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <string_view>
 
 #include "cncprobe/events/parsed_angle.h"
 #include "cncprobe/events/parsed_coordinate.h"
@@ -54,6 +55,12 @@ class CNCPROBE_API kptMacroOutputParser {
   [[nodiscard]] bool parse_macro_output(kptResultsFileCursor& cursor) const;
 
  protected:
+  // Whether a cheap test of the line's first bytes or keyword runs before each record and report
+  // pattern. A test only skips a pattern that cannot match (every pattern needs its keyword or its
+  // first byte after the blanks it allows), so turning the tests off changes no outcome; a test
+  // compares both ways over many lines.
+  bool keyword_tests_ = true;
+
   // True when `line` is a tool offset line (TOOL OFFSET H12), which may stand after a header.
   [[nodiscard]] bool parse_tool_offset(const utString& line) const;
 
@@ -109,6 +116,9 @@ class CNCPROBE_API kptMacroOutputParser {
     kToolOffset,
     kMatcherCount
   };
+  // False only when the pattern cannot match the line: it lacks the pattern's keyword or first
+  // byte where the pattern needs it.
+  static bool may_fit(Matcher which, std::string_view line) noexcept;
   // How a line fits a pattern: not at all, with its values, or with its values and the
   // tolerance that may be printed after them.
   enum Fit { kNoFit, kValues, kValuesAndTolerance };

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <optional>
+#include <string_view>
 
 #include "cncprobe/platform/geometry/angle.h"
 #include "cncprobe/platform/geometry/axis.h"
@@ -43,6 +44,17 @@ utString g_record_pattern(const char* head, const char* letters) {
   pattern << utString(head) << utString(kBlockNumber);
   for (const char* letter = letters; *letter != '\0'; ++letter) pattern << value_piece(*letter);
   return pattern;
+}
+
+// Cheap tests that prove a record pattern cannot match a line. Every record pattern needs its
+// keyword: those anchored on it ("^G800", "^END") at the line's first byte, the others somewhere
+// in the line ("^.*START", and the ones that allow leading blanks and asterisks). The patterns are
+// case-sensitive, so a plain byte comparison is exact.
+bool begins_with(const utString& line, std::string_view keyword) noexcept {
+  return line.view().substr(0, keyword.size()) == keyword;
+}
+bool holds(const utString& line, std::string_view keyword) noexcept {
+  return line.view().find(keyword) != std::string_view::npos;
 }
 
 // The largest product of a tool-path value with 10000 that is taken: the record's number must fit
@@ -114,18 +126,21 @@ bool kptResultsFileParser::parse_next_object(kptResultsFileCursor& cursor) const
 }
 
 bool kptResultsFileParser::parse_for_start(const utString& line) const {
+  if (keyword_tests_ && !holds(line, "START")) return false;
   if (start_matcher_->match(line, 0) != kWholeLine) return false;
   if (callback()) callback()->on_start();
   return true;
 }
 
 bool kptResultsFileParser::parse_for_end(const utString& line) const {
+  if (keyword_tests_ && !begins_with(line, "END")) return false;
   if (end_matcher_->match(line, 0) != kWholeLine) return false;
   if (callback()) callback()->on_end();
   return true;
 }
 
 bool kptResultsFileParser::parse_for_toolpath_instance(const utString& line) const {
+  if (keyword_tests_ && !holds(line, "TOOLPATHID")) return false;
   if (toolpath_id_matcher_->match(line, 0) != kOneValue) return false;
   const utString text = toolpath_id_matcher_->get_substring(1);
   // TOOLPATHID 0 names no tool path.
@@ -147,6 +162,7 @@ bool kptResultsFileParser::parse_for_toolpath_instance(const utString& line) con
 
 bool kptResultsFileParser::parse_for_nominal_point(const utString& line) const {
   reMatcher& m = *nominal_point_matcher_;
+  if (keyword_tests_ && !begins_with(line, "G800")) return false;
   if (m.match(line, 0) != kNominalPointValues) return false;
   const kptStringDataParsing& n = number_parser();
   const double upper = n.string_to_mm(m.group_view(8));
@@ -167,6 +183,7 @@ bool kptResultsFileParser::parse_for_nominal_point(const utString& line) const {
 
 bool kptResultsFileParser::parse_for_measured_point(const utString& line) const {
   reMatcher& m = *measured_point_matcher_;
+  if (keyword_tests_ && !begins_with(line, "G801")) return false;
   if (m.match(line, 0) != kMeasuredPointValues) return false;
   const kptStringDataParsing& n = number_parser();
   const giPoint3 point(n.string_to_mm(m.group_view(1)), n.string_to_mm(m.group_view(2)),
@@ -177,12 +194,14 @@ bool kptResultsFileParser::parse_for_measured_point(const utString& line) const 
 
 bool kptResultsFileParser::parse_for_workplane(const utString& line) const {
   // I and R are required by the record but carry nothing the workplane needs.
+  if (keyword_tests_ && !begins_with(line, "G330")) return false;
   if (workplane_matcher_->match(line, 0) != kWorkplaneValues) return false;
   if (callback()) callback()->on_workplane(workplane_from(*workplane_matcher_));
   return true;
 }
 
 bool kptResultsFileParser::parse_for_cad_workplane(const utString& line) const {
+  if (keyword_tests_ && !begins_with(line, "G331")) return false;
   if (cad_workplane_matcher_->match(line, 0) != kCadWorkplaneValues) return false;
   if (callback()) callback()->on_cad_workplane(workplane_from(*cad_workplane_matcher_));
   return true;
@@ -208,6 +227,7 @@ giWorkplane3 kptResultsFileParser::workplane_from(const reMatcher& m) const {
 }
 
 bool kptResultsFileParser::parse_for_cycle_depth(const utString& line) const {
+  if (keyword_tests_ && !holds(line, "CYCLEDEPTH")) return false;
   if (cycle_depth_matcher_->match(line, 0) != kOneValue) return false;
   if (callback()) {
     callback()->on_cycle_depth(number_parser().string_to_mm(cycle_depth_matcher_->group_view(1)));
@@ -216,6 +236,7 @@ bool kptResultsFileParser::parse_for_cycle_depth(const utString& line) const {
 }
 
 bool kptResultsFileParser::parse_for_results_file(const utString& line) const {
+  if (keyword_tests_ && !holds(line, "RESULTSFILE")) return false;
   if (results_file_matcher_->match(line, 0) != kOneValue) return false;
   // The lazy group stops before trailing blanks and asterisks; it may be empty.
   if (callback()) callback()->on_results_file(results_file_matcher_->get_substring(1));

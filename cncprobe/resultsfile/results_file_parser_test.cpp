@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -170,6 +172,102 @@ TEST(ResultsFileParser, ReportBetweenRecordsIsOneEvent) {
       "start",  // the feature named STARTER HOLE is a START record first
   };
   EXPECT_EQ(receiver.events, expected);
+}
+
+// The keyword tests in front of the record patterns only skip patterns that cannot match: the
+// same files give the same events and the same recognised lines with and without them. The lines
+// are every sample file's, in their files and in variants that put each keyword where a pattern
+// looks for it (with leading blanks, asterisks and signs), so a test that rejected a line its
+// pattern takes would show.
+class ParserWithoutKeywordTests : public kptResultsFileParser {
+ public:
+  ParserWithoutKeywordTests(const kptUnits& units,
+                            utObserverPtr<kptResultsFileParserCallback> callback)
+      : kptResultsFileParser(units, callback) {
+    keyword_tests_ = false;
+  }
+};
+
+struct Outcome {
+  Events events;
+  std::vector<std::size_t> recognised;
+};
+
+template <typename Parser>
+Outcome outcome_of(kptUnitsType units, const std::filesystem::path& file) {
+  Outcome outcome;
+  RecordingCallback receiver;
+  const Parser parser{kptUnits(units), utObserverPtr<kptResultsFileParserCallback>(&receiver)};
+  kptResultsFileCursor cursor(utString(file.string().c_str()));
+  while (++cursor) {
+    const std::size_t line = cursor.line_number();
+    if (parser.parse_next_object(cursor)) outcome.recognised.push_back(line);
+  }
+  outcome.events = receiver.events;
+  return outcome;
+}
+
+void expect_same_outcomes(const std::filesystem::path& file) {
+  for (const kptUnitsType units : {MM, IN}) {
+    const Outcome fast = outcome_of<kptResultsFileParser>(units, file);
+    const Outcome plain = outcome_of<ParserWithoutKeywordTests>(units, file);
+    EXPECT_EQ(fast.events, plain.events) << file;
+    EXPECT_EQ(fast.recognised, plain.recognised) << file;
+  }
+}
+
+TEST(ResultsFileParser, KeywordTestsChangeNoOutcome) {
+  namespace fs = std::filesystem;
+  const fs::path data(CNCPROBE_TEST_DATA_DIR);
+  std::vector<fs::path> files;
+  for (const fs::path& root : {data, data.parent_path().parent_path() / "examples"}) {
+    for (const auto& entry : fs::recursive_directory_iterator(root)) {
+      if (entry.is_regular_file()) files.push_back(entry.path());
+    }
+  }
+  ASSERT_GT(files.size(), 10u);
+  const char* const keywords[] = {
+      "START", "END",  "TOOLPATHID", "CYCLEDEPTH", "RESULTSFILE",  "G800",       "G801",
+      "G330",  "G331", "STAR",       "SIZE",       "POSN",         "ANG",        "TOOL OFFSET",
+      "TOOL",  "-",    "+",          "++OUT OF",   "COMPONENT NO", "FEATURE NO", "FEATURE"};
+  const char* const leads[] = {"", " ", "**", " * ", "\t", "\v\f", "-", "+ ", "/"};
+  const fs::path variants = fs::temp_directory_path() / "cncprobe_keyword_variants.res";
+  std::size_t lines = 0;
+  {
+    std::ofstream out(variants, std::ios::binary);
+    for (const fs::path& file : files) {
+      expect_same_outcomes(file);
+      kptResultsFileCursor cursor(utString(file.string().c_str()));
+      while (++cursor) {
+        const std::string line = cursor().str();
+        // The line's own words after its first, behind each keyword, each lead and both.
+        const std::size_t blank = line.find_first_of(" \t");
+        const std::string rest = blank == std::string::npos ? "" : line.substr(blank);
+        for (const char* lead : leads) {
+          out << lead << line << '\n';
+          for (const char* keyword : keywords) {
+            out << lead << keyword << rest << '\n' << lead << keyword << line << '\n';
+          }
+        }
+        out << line << " START\n" << line << "END\n";
+        ++lines;
+      }
+    }
+  }
+  EXPECT_GT(lines, 1000u);
+  expect_same_outcomes(variants);
+  // Whole files with a lead in front of every line, so that reports keep their order of lines.
+  for (const fs::path& file : files) {
+    for (const char* lead : leads) {
+      {
+        std::ofstream out(variants, std::ios::binary);
+        kptResultsFileCursor cursor(utString(file.string().c_str()));
+        while (++cursor) out << lead << cursor().view() << '\n';
+      }
+      expect_same_outcomes(variants);
+    }
+  }
+  fs::remove(variants);
 }
 
 }  // namespace
