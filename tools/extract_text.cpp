@@ -44,6 +44,28 @@ std::string identity_text(const mtrInspectionPrintData& data) {
 
 namespace {
 
+std::string upper_axis(mtrProbeWCSAxis axis) {
+  const char* name = axis_name(axis);
+  return name ? std::string(1, static_cast<char>(name[0] - 'a' + 'A')) : "?";
+}
+
+}  // namespace
+
+// The text kind of a feature: its JSON kind, with the probing axis where it has one.
+std::string kind_text(const mtrToolpathResult& result) {
+  switch (result.kind()) {
+    case mtrResultSurface:
+      return "surface " + upper_axis(static_cast<const mtrSurfaceFeature&>(result).axis());
+    case mtrResultPerpendicularDistance:
+      return "wall/channel " +
+             upper_axis(static_cast<const mtrPerpendicularDistanceFeature&>(result).axis());
+    default:
+      return kind_name(result);
+  }
+}
+
+namespace {
+
 // Numbers as the inspection settings ask: lengths with the linear digits, angles with the
 // angular digits, shares of a tolerance with the unitless digits.
 class Numbers {
@@ -96,24 +118,6 @@ const char* convention_text(kptZoneConvention convention) {
 
 std::string print_data_text(const mtrInspectionPrintData& data) {
   return printable_text(identity_text(data));
-}
-
-std::string upper_axis(mtrProbeWCSAxis axis) {
-  const char* name = axis_name(axis);
-  return name ? std::string(1, static_cast<char>(name[0] - 'a' + 'A')) : "?";
-}
-
-// The text kind of a feature: its JSON kind, with the probing axis where it has one.
-std::string kind_text(const mtrToolpathResult& result) {
-  switch (result.kind()) {
-    case mtrResultSurface:
-      return "surface " + upper_axis(static_cast<const mtrSurfaceFeature&>(result).axis());
-    case mtrResultPerpendicularDistance:
-      return "wall/channel " +
-             upper_axis(static_cast<const mtrPerpendicularDistanceFeature&>(result).axis());
-    default:
-      return kind_name(result);
-  }
 }
 
 // Rows of the features table for one result; none for a probe path.

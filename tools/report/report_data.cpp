@@ -134,45 +134,25 @@ void write_settings(JsonText& json, const ReportOptions& options, const Settings
 // ---------------------------------------------------------------------------------------------
 // Results
 
-std::string axis_text(mtrProbeWCSAxis axis) {
-  switch (axis) {
-    case mtrProbeWCSAxisX:
-      return "X";
-    case mtrProbeWCSAxisY:
-      return "Y";
-    case mtrProbeWCSAxisZ:
-      return "Z";
+// Where a feature sits on the part: its nominal position, marked in the 3D view.
+std::optional<giPoint3> feature_position(const mtrToolpathResult& result) {
+  switch (result.kind()) {
+    case mtrResultCircle:
+      return static_cast<const mtrCircleFeature&>(result).nominal().centre();
+    case mtrResultRectangle:
+      return static_cast<const mtrRectangleFeature&>(result).nominal().centre();
+    case mtrResultCorner:
+      return static_cast<const mtrCornerFeature&>(result).nominal().point();
+    case mtrResultSurface:
+      return static_cast<const mtrSurfaceFeature&>(result).nominal().point();
+    case mtrResultAngleSurface:
+      return static_cast<const mtrAngleSurfaceFeature&>(result).reference_plane().point();
+    case mtrResultPerpendicularDistance:
+      return static_cast<const mtrPerpendicularDistanceFeature&>(result).nominal().point();
+    case mtrResultProbePath:
+      break;
   }
-  return "?";
-}
-
-// The kind of a feature as a person reads it, and where it sits (its nominal position).
-std::string kind_text(const mtrToolpathResult& result, std::optional<giPoint3>& position) {
-  if (const auto* f = dynamic_cast<const mtrCircleFeature*>(&result)) {
-    position = f->nominal().centre();
-    return "circle";
-  }
-  if (const auto* f = dynamic_cast<const mtrRectangleFeature*>(&result)) {
-    position = f->nominal().centre();
-    return "rectangle";
-  }
-  if (const auto* f = dynamic_cast<const mtrCornerFeature*>(&result)) {
-    position = f->nominal().point();
-    return "corner";
-  }
-  if (const auto* f = dynamic_cast<const mtrSurfaceFeature*>(&result)) {
-    position = f->nominal().point();
-    return "surface " + axis_text(f->axis());
-  }
-  if (const auto* f = dynamic_cast<const mtrAngleSurfaceFeature*>(&result)) {
-    position = f->reference_plane().point();
-    return "angle";
-  }
-  if (const auto* f = dynamic_cast<const mtrPerpendicularDistanceFeature*>(&result)) {
-    position = f->nominal().point();
-    return "wall/channel " + axis_text(f->axis());
-  }
-  return "feature";
+  return std::nullopt;
 }
 
 double toolpath_order(const mtrToolpathResult& result) {
@@ -343,8 +323,8 @@ SingleReportOutcome write_single_report_data(const ReportOptions& options,
     }
     const auto* feature = dynamic_cast<const mtrInspectionFeature*>(&result);
     if (!feature) return;
-    std::optional<giPoint3> position;
-    const std::string kind = kind_text(result, position);
+    const std::optional<giPoint3> position = feature_position(result);
+    const std::string kind = kind_text(result);
     const std::string identity = identity_text(feature->print_data());
     if (summary.worst_check && summary.worst_check->result_index == index) {
       worst_check_identity = identity;
@@ -567,8 +547,7 @@ ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome
       }
       const auto* feature = dynamic_cast<const mtrInspectionFeature*>(&result);
       if (!feature) return;
-      std::optional<giPoint3> position;
-      const std::string kind = kind_text(result, position);
+      const std::string kind = kind_text(result);
       const std::string identity = identity_text(feature->print_data());
       const long long instance =
           result.pattern_instance() ? static_cast<long long>(*result.pattern_instance()) : -1;
