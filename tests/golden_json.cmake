@@ -1,11 +1,12 @@
 # Runs the tool on one input and compares its JSON document with the kept one, byte for byte.
 # cmake -DTOOL=... -DSOURCE_DIR=... -DINPUT=relative/path -DSUBCOMMAND=extract|refs|settings
-#       -DUNITS=mm|in -DEXPECTED=... [-DUPDATE=ON] -P golden_json.cmake
+#       -DUNITS=mm|in -DEXPECTED=... [-DUPDATE=ON] [-DWRAPPER=emulator] -P golden_json.cmake
+# WRAPPER runs a cross-built tool (Wine for Windows): its documents must equal the Linux ones.
 set(args ${SUBCOMMAND} ${INPUT} --format json)
 if(NOT SUBCOMMAND STREQUAL "refs")
   list(APPEND args --units ${UNITS})
 endif()
-execute_process(COMMAND ${TOOL} ${args}
+execute_process(COMMAND ${WRAPPER} ${TOOL} ${args}
   WORKING_DIRECTORY ${SOURCE_DIR}
   OUTPUT_VARIABLE actual
   RESULT_VARIABLE code)

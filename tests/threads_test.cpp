@@ -47,7 +47,8 @@ std::string references_of(const std::string& file) {
   for (const utString* text : {&refs.results_file_version_text(), &refs.settings_filename(),
                                &refs.cad_filename(), &refs.cldata_filename(), &refs.document_id(),
                                &refs.document_version(), &refs.model_version()}) {
-    outcome += "|" + (text->valid() ? text->str() : std::string("<none>"));
+    outcome += '|';
+    outcome += text->valid() ? text->str() : std::string("<none>");
   }
   return outcome;
 }

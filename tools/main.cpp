@@ -2,11 +2,23 @@
 // main parses the line, runs the chosen command and turns every failure into one error line and
 // an exit code.
 #include <CLI/CLI.hpp>
+#if defined(_WIN32)
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+// After windows.h, which it needs.
+#include <fcntl.h>
+#include <io.h>
+#include <shellapi.h>
+#endif
 #include <clocale>
 #include <cstdio>
 #include <exception>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "tools/commands.h"
 #include "tools/output.h"
@@ -22,6 +34,8 @@ int run(int argc, char** argv) {
       "cncprobe");
   app.set_version_flag("--version", std::string("cncprobe ") + CNCPROBE_TOOL_VERSION);
   app.require_subcommand(1);
+  // Options start with "-" everywhere: on Windows a file name may start with "/" as well.
+  app.allow_windows_style_options(false);
 
   tool::CommandSet commands;
   tool::add_extract_command(app, commands);
@@ -67,9 +81,44 @@ int run(int argc, char** argv) {
   return code;
 }
 
+#if defined(_WIN32)
+// The command line in UTF-8, as the library takes file names: Windows hands a narrow main its
+// arguments in the ANSI code page, which cannot hold every file name.
+std::vector<std::string> utf8_arguments() {
+  std::vector<std::string> arguments;
+  int count = 0;
+  wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), &count);
+  if (wide == nullptr) return arguments;
+  for (int i = 0; i < count; ++i) {
+    const int size = WideCharToMultiByte(CP_UTF8, 0, wide[i], -1, nullptr, 0, nullptr, nullptr);
+    std::string argument(size > 0 ? static_cast<std::size_t>(size - 1) : 0, '\0');
+    if (size > 1) {
+      WideCharToMultiByte(CP_UTF8, 0, wide[i], -1, argument.data(), size, nullptr, nullptr);
+    }
+    arguments.push_back(std::move(argument));
+  }
+  LocalFree(wide);
+  return arguments;
+}
+#endif
+
 }  // namespace
 
 int main(int argc, char** argv) {
+#if defined(_WIN32)
+  // Documents are written byte for byte as on every other system: no "\r" added before "\n".
+  _setmode(_fileno(stdout), _O_BINARY);
+  _setmode(_fileno(stderr), _O_BINARY);
+  _setmode(_fileno(stdin), _O_BINARY);
+  std::vector<std::string> arguments = utf8_arguments();
+  std::vector<char*> pointers;
+  for (std::string& argument : arguments) pointers.push_back(argument.data());
+  pointers.push_back(nullptr);
+  if (!arguments.empty()) {
+    argc = static_cast<int>(arguments.size());
+    argv = pointers.data();
+  }
+#endif
   // The user's character encoding decides which lines that are not UTF-8 still count as text
   // (a Latin-1 shop floor keeps its accented feature names). Only the character type is taken
   // from the environment: numbers are read and printed the same whatever the user's locale.

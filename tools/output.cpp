@@ -120,4 +120,21 @@ std::size_t display_width(std::string_view utf8) {
   return width;
 }
 
+std::filesystem::path utf8_path(const std::string& utf8_name) {
+  return std::filesystem::path(
+      std::u8string_view(reinterpret_cast<const char8_t*>(utf8_name.data()), utf8_name.size()));
+}
+
+std::FILE* open_for_writing(const std::string& utf8_name) {
+#if defined(_WIN32)
+  try {
+    return _wfopen(utf8_path(utf8_name).c_str(), L"wb");
+  } catch (...) {  // a name that is not UTF-8
+    return nullptr;
+  }
+#else
+  return std::fopen(utf8_name.c_str(), "wb");
+#endif
+}
+
 }  // namespace tool

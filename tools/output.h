@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -12,6 +13,12 @@ namespace tool {
 
 // A buffered writer to one C stream. Writing fails loudly: a stream that refuses bytes (a full
 // disk, a closed pipe) throws std::system_error, which main turns into one error line.
+// Opens a file named in UTF-8 for writing bytes (on Windows by its wide name); null on failure.
+std::FILE* open_for_writing(const std::string& utf8_name);
+
+// The path of a file named in UTF-8, for the standard library's file functions.
+std::filesystem::path utf8_path(const std::string& utf8_name);
+
 class Output {
  public:
   explicit Output(std::FILE* stream) : stream_(stream) { buffer_.reserve(kFlushAt + 1024); }

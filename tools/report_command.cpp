@@ -86,7 +86,7 @@ int run_report(ReportOptions options, Output& out) {
     };
   }
 
-  std::FILE* stream = std::fopen(options.output.c_str(), "wb");
+  std::FILE* stream = open_for_writing(options.output);
   if (!stream) {
     error_line(options.output + ": cannot be written");
     return kExitFailure;

@@ -34,15 +34,15 @@ class RecordingCallback : public kptResultsFileParserCallback {
     return value ? number(*value) : "-";
   }
   static std::string point(const giPoint3& p) {
-    return "(" + number(p.x()) + " " + number(p.y()) + " " + number(p.z()) + ")";
+    return std::string("(") + number(p.x()) + " " + number(p.y()) + " " + number(p.z()) + ")";
   }
   static std::string vector(const giVector3& v) { return point(giPoint3(v.x(), v.y(), v.z())); }
   static std::string point(const giPoint2& p) {
-    return "(" + number(p.x()) + " " + number(p.y()) + ")";
+    return std::string("(") + number(p.x()) + " " + number(p.y()) + ")";
   }
   static std::string workplane(const giWorkplane3& w) {
-    return "o" + point(w.origin()) + " x" + vector(w.x_axis()) + " y" + vector(w.y_axis()) + " z" +
-           vector(w.z_axis());
+    return std::string("o") + point(w.origin()) + " x" + vector(w.x_axis()) + " y" +
+           vector(w.y_axis()) + " z" + vector(w.z_axis());
   }
   // "C1 F2" for component and feature number, "F3 'NAME'" for feature number and name, "-" when
   // the report named no feature.

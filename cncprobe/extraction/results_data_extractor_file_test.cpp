@@ -151,8 +151,6 @@ TEST(ResultsDataExtractorFile, SaysWhyAFileCouldNotBeRead) {
   const std::string good = dir.write(
       "good.res",
       "START\nTOOLPATHID 4\nG800 N1 X1 Y2 Z3 I0 J0 K1 O0 U0.1 L-0.1\nG801 N2 X1 Y2 Z3 R2.5\nEND\n");
-  const std::string fifo = dir.file("pipe");
-  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
   struct Case {
     std::string name;
     kptInputProblem problem;
@@ -160,15 +158,21 @@ TEST(ResultsDataExtractorFile, SaysWhyAFileCouldNotBeRead) {
   std::vector<Case> cases = {
       {dir.file("none.res"), kptInputMissing},
       {dir.path().string(), kptInputDirectory},
-      {fifo, kptInputNotRegularFile},
-      {"/dev/null", kptInputNotRegularFile},
       {good + std::string("\0x", 2), kptInputReadError},
   };
+#if defined(_WIN32)
+  cases.push_back({"NUL", kptInputNotRegularFile});
+#else
+  const std::string fifo = dir.file("pipe");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  cases.push_back({fifo, kptInputNotRegularFile});
+  cases.push_back({"/dev/null", kptInputNotRegularFile});
   if (::geteuid() != 0) {  // root reads a file whatever its permissions
     const std::string secret = dir.write("secret.res", "START\nEND\n");
     ::chmod(secret.c_str(), 0);
     cases.push_back({secret, kptInputPermissionDenied});
   }
+#endif
   kptResultsDataExtractor extractor;
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

@@ -1,9 +1,19 @@
-// kptInputStream and kptInputFile on POSIX open, fstat and read.
+// kptInputStream and kptInputFile on POSIX open, fstat and read, or on the Windows file API.
 #include "cncprobe/foundation/input_file.h"
 
+#if defined(_WIN32)
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+
+#include <filesystem>
+#else
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#endif
 
 #include <algorithm>
 #include <cerrno>
@@ -14,6 +24,30 @@ namespace {
 // Whole files are read in blocks of this size at most.
 constexpr std::size_t kBlockSize = std::size_t{1} << 20;
 
+#if defined(_WIN32)
+kptInputProblem problem_of_error(DWORD error, const std::filesystem::path& name) noexcept {
+  switch (error) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+    case ERROR_INVALID_NAME:
+    case ERROR_BAD_NETPATH:
+      return kptInputMissing;
+    case ERROR_ACCESS_DENIED: {
+      // Windows refuses to open a directory as a file with "access denied".
+      const DWORD attributes = GetFileAttributesW(name.c_str());
+      if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+        return kptInputDirectory;
+      }
+      return kptInputPermissionDenied;
+    }
+    case ERROR_SHARING_VIOLATION:  // another program holds the file locked against reading
+    case ERROR_LOCK_VIOLATION:
+      return kptInputPermissionDenied;
+    default:
+      return kptInputReadError;
+  }
+}
+#else
 kptInputProblem problem_of_errno(int error) noexcept {
   switch (error) {
     case ENOENT:
@@ -30,6 +64,7 @@ kptInputProblem problem_of_errno(int error) noexcept {
       return kptInputReadError;
   }
 }
+#endif
 }  // namespace
 
 const char* kpt_input_problem_text(kptInputProblem problem) noexcept {
@@ -50,6 +85,46 @@ const char* kpt_input_problem_text(kptInputProblem problem) noexcept {
   return "read error";
 }
 
+#if defined(_WIN32)
+kptInputStream kptInputStream::open(const utString& file_name) {
+  kptInputStream stream;
+  // A name the file system cannot be given (no name at all, or one cut short by a NUL) is refused
+  // here rather than opening some other file.
+  if (file_name.invalid() || file_name.view().find('\0') != std::string_view::npos) return stream;
+  // The UTF-8 name becomes the wide name Windows opens; a name that is not UTF-8 names no file.
+  std::filesystem::path name;
+  try {
+    const std::string_view utf8 = file_name.view();
+    name = std::filesystem::path(
+        std::u8string_view(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
+  } catch (...) {
+    return stream;
+  }
+  // Others may go on writing, renaming or deleting the file while it is read: the machine may
+  // still be printing it.
+  const HANDLE handle = CreateFileW(
+      name.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) {
+    stream.problem_ = problem_of_error(GetLastError(), name);
+    return stream;
+  }
+  // Only files on a disk: a console, a pipe or a device could block or never end.
+  LARGE_INTEGER size{};
+  if (GetFileType(handle) != FILE_TYPE_DISK) {
+    stream.problem_ = kptInputNotRegularFile;
+  } else if (!GetFileSizeEx(handle, &size)) {
+    stream.problem_ = kptInputReadError;
+  } else {
+    stream.handle_ = reinterpret_cast<std::intptr_t>(handle);
+    stream.problem_ = kptInputReadable;
+    stream.size_hint_ = size.QuadPart > 0 ? static_cast<std::size_t>(size.QuadPart) : 0;
+    return stream;
+  }
+  CloseHandle(handle);
+  return stream;
+}
+#else
 kptInputStream kptInputStream::open(const utString& file_name) {
   kptInputStream stream;
   // A name the file system cannot be given (no name at all, or one cut short by a NUL) is refused
@@ -70,7 +145,7 @@ kptInputStream kptInputStream::open(const utString& file_name) {
   } else if (!S_ISREG(info.st_mode)) {
     stream.problem_ = kptInputNotRegularFile;
   } else {
-    stream.descriptor_ = fd;
+    stream.handle_ = fd;
     stream.problem_ = kptInputReadable;
     stream.size_hint_ = info.st_size > 0 ? static_cast<std::size_t>(info.st_size) : 0;
     return stream;
@@ -79,15 +154,17 @@ kptInputStream kptInputStream::open(const utString& file_name) {
   return stream;
 }
 
+#endif
+
 kptInputStream::kptInputStream(kptInputStream&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, -1)),
+    : handle_(std::exchange(other.handle_, -1)),
       problem_(other.problem_),
       size_hint_(other.size_hint_) {}
 
 kptInputStream& kptInputStream::operator=(kptInputStream&& other) noexcept {
   if (this != &other) {
     close();
-    descriptor_ = std::exchange(other.descriptor_, -1);
+    handle_ = std::exchange(other.handle_, -1);
     problem_ = other.problem_;
     size_hint_ = other.size_hint_;
   }
@@ -96,15 +173,32 @@ kptInputStream& kptInputStream::operator=(kptInputStream&& other) noexcept {
 
 kptInputStream::~kptInputStream() { close(); }
 
+#if defined(_WIN32)
 void kptInputStream::close() noexcept {
-  if (descriptor_ >= 0) ::close(descriptor_);
-  descriptor_ = -1;
+  if (handle_ != -1) CloseHandle(reinterpret_cast<HANDLE>(handle_));
+  handle_ = -1;
 }
 
 std::size_t kptInputStream::read_some(char* buffer, std::size_t size) noexcept {
-  if (descriptor_ < 0 || size == 0) return 0;
+  if (handle_ == -1 || size == 0) return 0;
+  DWORD got = 0;
+  const auto wanted = static_cast<DWORD>(std::min<std::size_t>(size, std::size_t{1} << 30));
+  if (ReadFile(reinterpret_cast<HANDLE>(handle_), buffer, wanted, &got, nullptr)) return got;
+  // The lines read so far stay with the reader; nothing more is read from this file.
+  problem_ = kptInputReadError;
+  close();
+  return 0;
+}
+#else
+void kptInputStream::close() noexcept {
+  if (handle_ >= 0) ::close(static_cast<int>(handle_));
+  handle_ = -1;
+}
+
+std::size_t kptInputStream::read_some(char* buffer, std::size_t size) noexcept {
+  if (handle_ < 0 || size == 0) return 0;
   for (;;) {
-    const ssize_t got = ::read(descriptor_, buffer, size);
+    const ssize_t got = ::read(static_cast<int>(handle_), buffer, size);
     if (got >= 0) return static_cast<std::size_t>(got);
     if (errno == EINTR) continue;
     // The lines read so far stay with the reader; nothing more is read from this file.
@@ -113,6 +207,7 @@ std::size_t kptInputStream::read_some(char* buffer, std::size_t size) noexcept {
     return 0;
   }
 }
+#endif
 
 kptInputFile kptInputFile::read(const utString& file_name) {
   kptInputStream stream = kptInputStream::open(file_name);

@@ -63,7 +63,8 @@ class CNCPROBE_API kptInputStream {
   kptInputStream() = default;
   void close() noexcept;
 
-  int descriptor_ = -1;
+  // The open file: a descriptor on POSIX, a HANDLE on Windows; -1 when closed.
+  std::intptr_t handle_ = -1;
   kptInputProblem problem_ = kptInputReadError;
   std::size_t size_hint_ = 0;
 };

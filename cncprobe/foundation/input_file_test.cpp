@@ -2,16 +2,19 @@
 #include "cncprobe/foundation/input_file.h"
 
 #include <gtest/gtest.h>
+#if !defined(_WIN32)
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
+#endif
 
 #include <cstring>
 #include <functional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "tests/support/scratch_directory.h"
 
@@ -24,6 +27,7 @@ struct Reason {
   std::string bytes;
 };
 
+#if !defined(_WIN32)
 std::string fifo(const ScratchDirectory& dir) {
   const std::string name = dir.file("pipe");
   EXPECT_EQ(::mkfifo(name.c_str(), 0600), 0) << std::strerror(errno);
@@ -40,11 +44,12 @@ std::string socket_file(const ScratchDirectory& dir) {
   ::close(fd);  // the name stays in the directory
   return name;
 }
+#endif
 }  // namespace
 
 TEST(InputFile, EveryReasonAFileNameCanGive) {
   const std::string big(3 << 20, 'x');  // more than one block
-  const Reason reasons[] = {
+  std::vector<Reason> reasons = {
       {"regular file", [](auto& d) { return d.write("run.res", "START\r\nEND"); }, kptInputReadable,
        "START\r\nEND"},
       {"large file", [&](auto& d) { return d.write("big.res", big); }, kptInputReadable, big},
@@ -53,14 +58,25 @@ TEST(InputFile, EveryReasonAFileNameCanGive) {
       {"below a file", [](auto& d) { return d.write("f", "x") + "/run.res"; }, kptInputMissing, ""},
       {"empty name", [](auto&) { return std::string(); }, kptInputMissing, ""},
       {"directory", [](auto& d) { return d.path().string(); }, kptInputDirectory, ""},
-      {"FIFO without a writer", fifo, kptInputNotRegularFile, ""},
-      {"device", [](auto&) { return std::string("/dev/null"); }, kptInputNotRegularFile, ""},
-      {"socket", socket_file, kptInputNotRegularFile, ""},
-      {"name not UTF-8", [](auto& d) { return d.write("caf\xE9.res", "A"); }, kptInputReadable,
-       "A"},
-      {"name too long", [](auto& d) { return d.file(std::string(5000, 'n')); }, kptInputReadError,
-       ""},
   };
+#if defined(_WIN32)
+  // Windows names files in UTF-16: a name that is not UTF-8 names no file at all.
+  reasons.push_back(
+      {"device", [](auto&) { return std::string("NUL"); }, kptInputNotRegularFile, ""});
+  reasons.push_back(
+      {"name not UTF-8", [](auto& d) { return d.file("caf\xE9.res"); }, kptInputReadError, ""});
+  reasons.push_back({"name in UTF-8", [](auto& d) { return d.write("caf\xC3\xA9.res", "A"); },
+                     kptInputReadable, "A"});
+#else
+  reasons.push_back({"name too long", [](auto& d) { return d.file(std::string(5000, 'n')); },
+                     kptInputReadError, ""});
+  reasons.push_back({"FIFO without a writer", fifo, kptInputNotRegularFile, ""});
+  reasons.push_back(
+      {"device", [](auto&) { return std::string("/dev/null"); }, kptInputNotRegularFile, ""});
+  reasons.push_back({"socket", socket_file, kptInputNotRegularFile, ""});
+  reasons.push_back({"name not UTF-8", [](auto& d) { return d.write("caf\xE9.res", "A"); },
+                     kptInputReadable, "A"});
+#endif
   for (const Reason& reason : reasons) {
     SCOPED_TRACE(reason.what);
     const ScratchDirectory dir;
@@ -84,12 +100,16 @@ TEST(InputFile, NamesThatCannotBeGivenToTheFileSystemAreReadErrors) {
 }
 
 TEST(InputFile, PermissionDenied) {
+#if defined(_WIN32)
+  GTEST_SKIP() << "Windows has no permission bits that forbid the owner to read";
+#else
   if (::geteuid() == 0) GTEST_SKIP() << "root reads files whatever their permissions";
   const ScratchDirectory dir;
   const std::string name = dir.write("secret.res", "A");
   ASSERT_EQ(::chmod(name.c_str(), 0), 0);
   EXPECT_EQ(kptInputFile::read(utString(name)).problem(), kptInputPermissionDenied);
   EXPECT_EQ(kptInputFile::read(utString(name)).bytes(), "");
+#endif
 }
 
 TEST(InputFile, StreamsAndText) {

@@ -106,6 +106,8 @@ double kptStringDataParsing::string_to_double(std::string_view text) const {
   const char* begin = working.c_str();
   char* end = nullptr;
   const double value = std::strtod(begin, &end);
+  // No number at all is +0 (some C libraries give the sign they read in front of nothing).
+  if (end == begin) return 0.0;
   return only_decimal(begin, end) ? value : 0.0;
 }
 

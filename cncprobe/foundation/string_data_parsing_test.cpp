@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <random>
@@ -103,7 +104,9 @@ void expect_doubles_read_neutrally() {
   };
   const kptStringDataParsing parsing{kptUnits(kptUnitsMillimetres)};
   for (const Case& c : cases) {
-    EXPECT_EQ(parsing.string_to_double(utString(c.text)), c.value) << "'" << c.text << "'";
+    const double value = parsing.string_to_double(utString(c.text));
+    EXPECT_EQ(value, c.value) << "'" << c.text << "'";
+    EXPECT_EQ(std::signbit(value), std::signbit(c.value)) << "'" << c.text << "'";
   }
   EXPECT_EQ(parsing.string_to_double(utString()), 0.0) << "an invalid text";
 
@@ -112,6 +115,11 @@ void expect_doubles_read_neutrally() {
   for (const std::string& text : number_texts()) {
     const double quick = parsing.string_to_double(utString(text));
     const double slow = read_with_atof(text);
+#if defined(_WIN32)
+    // MinGW's C library turns an exponent beyond its integer range into an infinity, even a
+    // negative one; the reader gives 0 for those tiny numbers, as on every other system.
+    if (std::isinf(slow) && text.find("e-") != std::string::npos) continue;
+#endif
     if (std::memcmp(&quick, &slow, sizeof quick) != 0 && ++differences <= 10) {
       ADD_FAILURE() << "'" << text << "': " << quick << " but atof reads " << slow;
     }

@@ -72,8 +72,14 @@ std::string iso_utc(long long seconds) {
 }
 
 std::string file_date(const std::string& path) {
+  if (path == "-") return {};
+#if defined(_WIN32)
+  struct _stat64 info {};
+  if (_wstat64(utf8_path(path).c_str(), &info) != 0) return {};
+#else
   struct stat info {};
-  if (path == "-" || ::stat(path.c_str(), &info) != 0) return {};
+  if (::stat(path.c_str(), &info) != 0) return {};
+#endif
   return iso_utc(static_cast<long long>(info.st_mtime));
 }
 

@@ -23,15 +23,22 @@ std::string apPath::native() const {
   return error ? std::string() : bytes;
 }
 
+std::filesystem::path apPath::filesystem_path() const {
+  const std::string utf8 = native();
+  // Read as UTF-8 on every system, so Windows opens the file the host named.
+  return std::filesystem::path(
+      std::u8string_view(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
+}
+
 int apPath::exists() const {
-  const std::string name = native();
+  const std::filesystem::path name = filesystem_path();
   if (name.empty()) return 0;
   std::error_code ec;
   return std::filesystem::exists(name, ec) ? 1 : 0;
 }
 
 int apPath::is_file() const {
-  const std::string name = native();
+  const std::filesystem::path name = filesystem_path();
   if (name.empty()) return 0;
   std::error_code ec;
   return std::filesystem::is_regular_file(name, ec) ? 1 : 0;

@@ -2,6 +2,7 @@
 // it.
 #pragma once
 
+#include <filesystem>
 #include <string>
 
 #include "cncprobe/export.h"
@@ -35,6 +36,9 @@ class CNCPROBE_API apPath : public apPathName {
   int exists() const;
   // Non-zero when the path names an existing regular file.
   int is_file() const;
-  // The path as bytes for the operating system (UTF-8 here); empty for an invalid path.
+  // The path as UTF-8 bytes; empty for an invalid path.
   std::string native() const;
+  // The path for the standard library's file functions (on Windows the wide name); empty for an
+  // invalid path.
+  std::filesystem::path filesystem_path() const;
 };

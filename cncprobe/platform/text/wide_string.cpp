@@ -5,6 +5,8 @@
 
 namespace {
 constexpr char32_t kReplacement = 0xFFFD;
+// wchar_t holds UTF-16 on Windows (characters beyond U+FFFF as surrogate pairs), UTF-32 elsewhere.
+constexpr bool kUtf16 = sizeof(wchar_t) == 2;
 
 // Decodes one scalar value at `i`; returns false (and advances one byte) on a malformed sequence.
 bool decode_one(std::string_view bytes, std::size_t& i, char32_t& out) noexcept {
@@ -92,7 +94,14 @@ apString::apString(apStringUTF8, std::string_view text, int& error) : valid_(tru
       c = kReplacement;
       error = 1;
     }
-    text_[count++] = static_cast<wchar_t>(c);
+    if (kUtf16 && c > 0xFFFF) {
+      // Windows: a character beyond the first plane is a surrogate pair. Four UTF-8 bytes make
+      // it, so the room made above suffices.
+      text_[count++] = static_cast<wchar_t>(0xD800 + ((c - 0x10000) >> 10));
+      text_[count++] = static_cast<wchar_t>(0xDC00 + ((c - 0x10000) & 0x3FF));
+    } else {
+      text_[count++] = static_cast<wchar_t>(c);
+    }
   }
   text_.resize(count);
 }
@@ -110,6 +119,13 @@ std::string apString::utf8(int& error) const {
   out.resize(ascii);
   for (std::size_t i = ascii; i < text_.size(); ++i) {
     auto c = static_cast<char32_t>(text_[i]);
+    if (kUtf16 && c >= 0xD800 && c <= 0xDBFF && i + 1 < text_.size()) {
+      const auto low = static_cast<char32_t>(text_[i + 1]);
+      if (low >= 0xDC00 && low <= 0xDFFF) {  // a surrogate pair: one character
+        c = 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00);
+        ++i;
+      }
+    }
     if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) {
       c = kReplacement;
       error = 1;

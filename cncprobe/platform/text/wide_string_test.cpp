@@ -15,7 +15,7 @@ TEST(WideString, DecodingReportsMalformedUtf8) {
       {"G800 X1.5", true, L"G800 X1.5"},
       {"\xE9", false, L"\xFFFD"},   // a Latin-1 accented letter alone
       {"\xC3\xA9", true, L"\xE9"},  // the same letter in UTF-8
-      {"\xF0\x9F\x98\x80", true, std::wstring(1, static_cast<wchar_t>(0x1F600))},
+      {"\xF0\x9F\x98\x80", true, L"\U0001F600"},
       {"\xF4\x90\x80\x80", false, L"\xFFFD\xFFFD\xFFFD\xFFFD"},  // beyond U+10FFFF
       {"\xC0\xAF", false, L"\xFFFD\xFFFD"},                      // overlong "/"
       {"\xE0\x80\xAF", false, L"\xFFFD\xFFFD\xFFFD"},

@@ -9,8 +9,20 @@
 // settings (entity loader, error handlers): everything is set on the load's own parser context.
 // The one kind of complaint libxml2 sends past a context, that the bytes do not decode in the
 // document's encoding, cannot arise: a document in another encoding than UTF-8 is decoded here
-// before libxml2 sees it.
+// before libxml2 sees it (by iconv; on Windows by the system's code pages and, for UTF-16 and
+// UTF-32, by the standard library's converters).
+#if defined(_WIN32)
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+
+#include <cwchar>
+#include <locale>
+#else
 #include <iconv.h>
+#endif
 #include <libxml/SAX2.h>
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
@@ -323,9 +335,102 @@ std::string announced_encoding(std::string_view bytes, std::size_t& skip) {
   return upper == "UTF-8" || upper == "UTF8" ? std::string() : name;
 }
 
-// The document decoded from `encoding` to UTF-8 by iconv; empty when iconv does not know the
-// encoding (libxml2 then names it in its refusal); `failed` when the bytes do not decode, with
-// the text decoded up to the first that does not.
+// The document decoded from `encoding` to UTF-8; empty when the encoding is not known here
+// (libxml2 then names it in its refusal); `failed` when the bytes do not decode, with the text
+// decoded up to the line of the first that does not.
+#if defined(_WIN32)
+// UTF-16 and UTF-32 by the standard library's converter of `Unit` to UTF-8.
+template <typename Unit>
+std::optional<std::string> decode_units(std::string_view bytes, bool big_endian, bool& failed) {
+  std::basic_string<Unit> units(bytes.size() / sizeof(Unit), Unit{});
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    std::uint32_t value = 0;
+    for (std::size_t k = 0; k < sizeof(Unit); ++k) {
+      const auto byte = static_cast<unsigned char>(bytes[i * sizeof(Unit) + k]);
+      value |= std::uint32_t{byte} << (8 * (big_endian ? sizeof(Unit) - 1 - k : k));
+    }
+    units[i] = static_cast<Unit>(value);
+  }
+  failed = bytes.size() % sizeof(Unit) != 0;
+  using Converter = std::codecvt<Unit, char8_t, std::mbstate_t>;
+  const auto& converter = std::use_facet<Converter>(std::locale::classic());
+  std::mbstate_t state{};
+  std::u8string text(units.size() * 4, u8'\0');
+  const Unit* from_next = nullptr;
+  char8_t* to_next = nullptr;
+  const auto result = converter.out(state, units.data(), units.data() + units.size(), from_next,
+                                    text.data(), text.data() + text.size(), to_next);
+  if (result != std::codecvt_base::ok) failed = true;
+  text.resize(static_cast<std::size_t>(to_next - text.data()));
+  return std::string(text.begin(), text.end());
+}
+
+// The Windows code page of an encoding name, 0 when there is none.
+UINT code_page(std::string upper) {
+  struct Name {
+    const char* name;
+    UINT page;
+  };
+  static const Name names[] = {
+      {"US-ASCII", 20127},    {"ASCII", 20127},       {"ISO-8859-1", 28591}, {"LATIN1", 28591},
+      {"ISO-8859-2", 28592},  {"ISO-8859-3", 28593},  {"ISO-8859-4", 28594}, {"ISO-8859-5", 28595},
+      {"ISO-8859-6", 28596},  {"ISO-8859-7", 28597},  {"ISO-8859-8", 28598}, {"ISO-8859-9", 28599},
+      {"ISO-8859-13", 28603}, {"ISO-8859-15", 28605}, {"KOI8-R", 20866},     {"KOI8-U", 21866},
+      {"SHIFT_JIS", 932},     {"SJIS", 932},          {"EUC-JP", 20932},     {"GB2312", 936},
+      {"GBK", 936},           {"GB18030", 54936},     {"BIG5", 950},         {"EUC-KR", 51949},
+      {"UTF-7", 65000},       {"IBM437", 437},        {"CP437", 437},        {"IBM850", 850},
+      {"CP850", 850}};
+  for (char& c : upper) c = static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
+  for (const Name& n : names) {
+    if (upper == n.name) return n.page;
+  }
+  // WINDOWS-1250 ... WINDOWS-1258 and CP1250 ... CP1258.
+  for (const char* prefix : {"WINDOWS-", "CP"}) {
+    const std::string_view p(prefix);
+    if (upper.size() == p.size() + 4 && upper.compare(0, p.size(), p) == 0 &&
+        upper.compare(p.size(), 3, "125") == 0 && upper.back() >= '0' && upper.back() <= '8') {
+      return static_cast<UINT>(1250 + (upper.back() - '0'));
+    }
+  }
+  return 0;
+}
+
+std::optional<std::string> decode(std::string_view bytes, const std::string& encoding,
+                                  bool& failed) {
+  failed = false;
+  if (encoding == "UTF-16LE" || encoding == "UTF-16BE") {
+    return decode_units<char16_t>(bytes, encoding[6] == 'B', failed);
+  }
+  if (encoding == "UTF-32LE" || encoding == "UTF-32BE") {
+    return decode_units<char32_t>(bytes, encoding[6] == 'B', failed);
+  }
+  const UINT page = code_page(encoding);
+  if (page == 0 || !IsValidCodePage(page)) return std::nullopt;
+  // Line by line, so a failure names the line of the bytes that do not decode.
+  const DWORD flags = page == 65000 ? 0 : MB_ERR_INVALID_CHARS;
+  std::string text;
+  std::wstring wide;
+  while (!bytes.empty()) {
+    const std::size_t end = std::min(bytes.find('\n'), bytes.size() - 1) + 1;
+    const std::string_view line = bytes.substr(0, end);
+    bytes.remove_prefix(end);
+    const int size = static_cast<int>(line.size());
+    wide.resize(line.size());
+    const int count = MultiByteToWideChar(page, flags, line.data(), size, wide.data(), size);
+    const int length = count > 0 ? WideCharToMultiByte(CP_UTF8, 0, wide.data(), count, nullptr, 0,
+                                                       nullptr, nullptr)
+                                 : 0;
+    if (count <= 0 || length <= 0) {
+      failed = true;
+      break;
+    }
+    const std::size_t at = text.size();
+    text.resize(at + static_cast<std::size_t>(length));
+    WideCharToMultiByte(CP_UTF8, 0, wide.data(), count, text.data() + at, length, nullptr, nullptr);
+  }
+  return text;
+}
+#else
 std::optional<std::string> decode(std::string_view bytes, const std::string& encoding,
                                   bool& failed) {
   failed = false;
@@ -350,9 +455,11 @@ std::optional<std::string> decode(std::string_view bytes, const std::string& enc
   return text;
 }
 
+#endif
+
 // Reads the file, but never more than `limit` + 1 bytes, so a file that grows is still caught;
 // false when it cannot be read.
-bool read_file(const std::string& name, std::uint64_t limit, std::string& bytes) {
+bool read_file(const std::filesystem::path& name, std::uint64_t limit, std::string& bytes) {
   std::ifstream in(name, std::ios::binary);
   if (!in) return false;
   char chunk[65536];
@@ -370,7 +477,7 @@ class XmlDocumentFactory final : public axmDocumentFactory {
   std::shared_ptr<axmDocument> load_document(const apPath& path, const axmLoadOptions& options,
                                              axmParseError& error) const override {
     error.clear();
-    const std::string name = path.native();
+    const std::filesystem::path name = path.filesystem_path();
     std::error_code ec;
     if (name.empty() || !std::filesystem::is_regular_file(name, ec)) {
       error.set(-1, -1, apString(apStringLiteral, L"The path does not name a readable file."));

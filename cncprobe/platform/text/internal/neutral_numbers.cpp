@@ -3,6 +3,38 @@
 
 #include <locale.h>
 
+#if defined(_WIN32)
+#include <cstring>
+#include <string>
+
+namespace {
+// What a guard changed on Windows: whether the thread had its own locale, and its number format.
+struct SavedNumbers {
+  int thread_mode;
+  std::string numeric;
+};
+}  // namespace
+
+// Windows has no uselocale: the thread is given a locale of its own for the guard's lifetime,
+// its number format set to "C", and both are put back afterwards.
+nlsNeutralNumbers::nlsNeutralNumbers(nlsTranslationType type) {
+  if (type != nlsTranslationNeutral) return;
+  const char* current = setlocale(LC_NUMERIC, nullptr);
+  if (current == nullptr || std::strcmp(current, "C") == 0) return;
+  auto* saved = new SavedNumbers{0, current};
+  saved->thread_mode = _configthreadlocale(_ENABLE_PER_THREAD_LOCALE);
+  setlocale(LC_NUMERIC, "C");
+  previous_ = saved;
+}
+
+nlsNeutralNumbers::~nlsNeutralNumbers() {
+  if (previous_ == nullptr) return;
+  auto* saved = static_cast<SavedNumbers*>(previous_);
+  setlocale(LC_NUMERIC, saved->numeric.c_str());
+  _configthreadlocale(saved->thread_mode);
+  delete saved;
+}
+#else
 #include <type_traits>
 
 static_assert(std::is_pointer_v<locale_t>, "the guard keeps the previous locale as a pointer");
@@ -27,3 +59,4 @@ nlsNeutralNumbers::nlsNeutralNumbers(nlsTranslationType type) {
 nlsNeutralNumbers::~nlsNeutralNumbers() {
   if (previous_) uselocale(static_cast<locale_t>(previous_));
 }
+#endif

@@ -25,6 +25,7 @@ class CNCPROBE_API nlsNeutralNumbers {
   nlsNeutralNumbers& operator=(const nlsNeutralNumbers&) = delete;
 
  private:
-  // The thread's locale before this guard (a locale_t); null when the guard changed nothing.
+  // What the guard changed, to be put back (a locale_t; on Windows the thread's former number
+  // format); null when the guard changed nothing.
   void* previous_ = nullptr;
 };

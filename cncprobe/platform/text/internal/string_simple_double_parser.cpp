@@ -2,6 +2,7 @@
 #include "cncprobe/platform/text/internal/string_simple_double_parser.h"
 
 #include <charconv>
+#include <cstdint>
 #include <string>
 #include <system_error>
 
@@ -37,7 +38,8 @@ apStringParseDoubleResult apStringSimpleDoubleParser::parse(const apString& text
   try {
     narrow.reserve(text.length());
     for (wchar_t c : text.wstr()) {
-      if (c < 0 || c > 127) return failure;
+      // wchar_t is signed 32-bit here, unsigned 16-bit on Windows.
+      if (static_cast<std::uint32_t>(c) > 127) return failure;
       narrow.push_back(static_cast<char>(c));
     }
   } catch (...) {
