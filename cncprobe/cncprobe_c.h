@@ -67,11 +67,11 @@ enum {
   /* The text did not fit the caller's buffer; the buffer holds what fitted. */
   CNCPROBE_ERROR_BUFFER_TOO_SMALL = 3,
   /* The input could not be read: */
-  CNCPROBE_ERROR_FILE_MISSING = 4,          /* no such file */
-  CNCPROBE_ERROR_FILE_IS_DIRECTORY = 5,     /* a directory */
-  CNCPROBE_ERROR_FILE_NOT_REGULAR = 6,      /* a FIFO, device or socket: never read */
-  CNCPROBE_ERROR_PERMISSION_DENIED = 7,     /* not allowed to read it */
-  CNCPROBE_ERROR_READ_ERROR = 8,            /* opened, but reading failed, or an unusable name */
+  CNCPROBE_ERROR_FILE_MISSING = 4,      /* no such file */
+  CNCPROBE_ERROR_FILE_IS_DIRECTORY = 5, /* a directory */
+  CNCPROBE_ERROR_FILE_NOT_REGULAR = 6,  /* a FIFO, device or socket: never read */
+  CNCPROBE_ERROR_PERMISSION_DENIED = 7, /* not allowed to read it */
+  CNCPROBE_ERROR_READ_ERROR = 8,        /* opened, but reading failed, or an unusable name */
   CNCPROBE_ERROR_OUT_OF_MEMORY = 9,
   /* A fault of the library itself; please report it with the input that caused it. */
   CNCPROBE_ERROR_INTERNAL = 10
@@ -169,8 +169,8 @@ CNCPROBE_C_API cncprobe_error cncprobe_extract_file(const char* path, int32_t un
 
 /* The same for the `size` bytes at `bytes`, a results file the host read itself; bytes may be
  * NULL when size is 0. The library keeps no pointer into them. */
-CNCPROBE_C_API cncprobe_error cncprobe_extract_memory(const void* bytes, size_t size,
-                                                      int32_t units, int32_t true_position,
+CNCPROBE_C_API cncprobe_error cncprobe_extract_memory(const void* bytes, size_t size, int32_t units,
+                                                      int32_t true_position,
                                                       cncprobe_extraction** extraction);
 
 /* Frees the run and sets *extraction to NULL. NULL and a pointer to NULL are ignored. */
@@ -214,8 +214,8 @@ typedef struct cncprobe_path {
   uint64_t point_count;
   uint64_t measured, within, outside, unmeasured;
   uint32_t toolpath_id;
-  uint32_t pattern_instance;     /* valid when has_pattern_instance is 1 */
-  int32_t has_pattern_instance;  /* 1 or 0 */
+  uint32_t pattern_instance;    /* valid when has_pattern_instance is 1 */
+  int32_t has_pattern_instance; /* 1 or 0 */
   /* Out when a point is outside its limits, else in when a point is within them, else unmeasured
    * when no point was measured, else not toleranced. */
   int32_t verdict;
@@ -242,8 +242,8 @@ CNCPROBE_C_API cncprobe_error cncprobe_extraction_path(const cncprobe_extraction
                                                        size_t path_index, cncprobe_path* path);
 
 /* The number of points of every path together. */
-CNCPROBE_C_API cncprobe_error cncprobe_extraction_point_count(
-    const cncprobe_extraction* extraction, size_t* count);
+CNCPROBE_C_API cncprobe_error cncprobe_extraction_point_count(const cncprobe_extraction* extraction,
+                                                              size_t* count);
 
 /* Copies the `count` points from index `first` into points[0 .. count-1]: a whole run in one
  * call, or a path (its first_point and point_count). count 0 copies nothing (points may then be
@@ -254,9 +254,9 @@ CNCPROBE_C_API cncprobe_error cncprobe_extraction_points(const cncprobe_extracti
                                                          cncprobe_point* points);
 
 /* The label of a point ("Path 2 (1): Inspection Point 3"). Caller's buffer. */
-CNCPROBE_C_API cncprobe_error cncprobe_extraction_point_label(
-    const cncprobe_extraction* extraction, size_t point_index, char* buffer, size_t capacity,
-    size_t* needed);
+CNCPROBE_C_API cncprobe_error cncprobe_extraction_point_label(const cncprobe_extraction* extraction,
+                                                              size_t point_index, char* buffer,
+                                                              size_t capacity, size_t* needed);
 
 /* Features: what a probing macro's report measured, with its checks. */
 
@@ -275,8 +275,8 @@ typedef struct cncprobe_feature {
   uint32_t toolpath_id;
   uint32_t pattern_instance;
   int32_t has_pattern_instance;
-  int32_t kind; /* CNCPROBE_KIND_..., never a probe path */
-  int32_t identity; /* CNCPROBE_IDENTITY_... */
+  int32_t kind;              /* CNCPROBE_KIND_..., never a probe path */
+  int32_t identity;          /* CNCPROBE_IDENTITY_... */
   uint32_t component_number; /* 0 unless the identity has one */
   uint32_t feature_number;   /* 0 without identity */
   int32_t axis;              /* a surface's or wall's axis: 0 x, 1 y, 2 z; -1 for other kinds */
@@ -301,15 +301,15 @@ typedef struct cncprobe_check {
   int32_t reserved; /* 0 */
 } cncprobe_check;
 
-CNCPROBE_C_API cncprobe_error cncprobe_extraction_feature_count(
-    const cncprobe_extraction* extraction, size_t* count);
+CNCPROBE_C_API cncprobe_error
+cncprobe_extraction_feature_count(const cncprobe_extraction* extraction, size_t* count);
 CNCPROBE_C_API cncprobe_error cncprobe_extraction_feature(const cncprobe_extraction* extraction,
                                                           size_t feature_index,
                                                           cncprobe_feature* feature);
 /* The feature's name for CNCPROBE_IDENTITY_FEATURE_NAME, else "". Caller's buffer. */
-CNCPROBE_C_API cncprobe_error cncprobe_extraction_feature_name(
-    const cncprobe_extraction* extraction, size_t feature_index, char* buffer, size_t capacity,
-    size_t* needed);
+CNCPROBE_C_API cncprobe_error
+cncprobe_extraction_feature_name(const cncprobe_extraction* extraction, size_t feature_index,
+                                 char* buffer, size_t capacity, size_t* needed);
 /* Check `check_index` (below the feature's check_count) of a feature, in a fixed order per kind:
  * circle: diameter, centre offset; rectangle: length, width, centre offset; corner: corner
  * offset; surface: position; angle: angle; wall/channel: width, middle. */
@@ -347,8 +347,8 @@ CNCPROBE_C_API cncprobe_error cncprobe_references_name(const cncprobe_references
                                                        size_t index, const char** name);
 /* The value of reference `index`, as found on its line. Caller's buffer. */
 CNCPROBE_C_API cncprobe_error cncprobe_references_value(const cncprobe_references* references,
-                                                        size_t index, char* buffer,
-                                                        size_t capacity, size_t* needed);
+                                                        size_t index, char* buffer, size_t capacity,
+                                                        size_t* needed);
 
 /* The layout version the file declares, as numbers; 0.0.0 (unversioned) when it declares none
  * or a number is too large. */
@@ -357,8 +357,8 @@ typedef struct cncprobe_results_file_version {
   int32_t unversioned; /* 1 when major is 0 */
 } cncprobe_results_file_version;
 
-CNCPROBE_C_API cncprobe_error cncprobe_references_version(
-    const cncprobe_references* references, cncprobe_results_file_version* version);
+CNCPROBE_C_API cncprobe_error cncprobe_references_version(const cncprobe_references* references,
+                                                          cncprobe_results_file_version* version);
 
 /* ---------------------------------------------------------------------------------------------
  * Inspection settings: an inspection-settings XML file read over the default settings. */

@@ -221,8 +221,7 @@ cncprobe_error cncprobe_extract_file(const char* path, int32_t units, int32_t tr
   }
   return make_extraction(units, true_position, extraction,
                          [&](kptResultsDataExtractor& extractor, const kptUnits& read_in) {
-                           return extractor.extract_data(utString(std::string_view(path)),
-                                                         read_in);
+                           return extractor.extract_data(utString(std::string_view(path)), read_in);
                          });
 }
 
@@ -242,16 +241,15 @@ cncprobe_error cncprobe_extract_memory(const void* bytes, size_t size, int32_t u
 
 void cncprobe_extraction_free(cncprobe_extraction** extraction) { free_handle(extraction); }
 
-cncprobe_error cncprobe_extraction_status(const cncprobe_extraction* extraction,
-                                          int32_t* status) {
+cncprobe_error cncprobe_extraction_status(const cncprobe_extraction* extraction, int32_t* status) {
   return get(extraction, status, [](const cncprobe_extraction& run, int32_t& out) {
     out = run.status;
     return CNCPROBE_OK;
   });
 }
 
-cncprobe_error cncprobe_extraction_results_file(const cncprobe_extraction* extraction,
-                                                char* buffer, size_t capacity, size_t* needed) {
+cncprobe_error cncprobe_extraction_results_file(const cncprobe_extraction* extraction, char* buffer,
+                                                size_t capacity, size_t* needed) {
   std::string name;
   return get_text(extraction, buffer, capacity, needed,
                   [&](const cncprobe_extraction& run, std::string_view& text) {
@@ -411,8 +409,8 @@ cncprobe_error cncprobe_extraction_feature(const cncprobe_extraction* extraction
 }
 
 cncprobe_error cncprobe_extraction_feature_name(const cncprobe_extraction* extraction,
-                                                size_t feature_index, char* buffer,
-                                                size_t capacity, size_t* needed) {
+                                                size_t feature_index, char* buffer, size_t capacity,
+                                                size_t* needed) {
   return get_text(extraction, buffer, capacity, needed,
                   [&](const cncprobe_extraction& run, std::string_view& text) {
                     if (feature_index >= run.features.size()) {

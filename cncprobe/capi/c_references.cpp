@@ -94,8 +94,7 @@ cncprobe_error cncprobe_references_read_memory(const void* bytes, size_t size,
 
 void cncprobe_references_free(cncprobe_references** references) { free_handle(references); }
 
-cncprobe_error cncprobe_references_status(const cncprobe_references* references,
-                                          int32_t* status) {
+cncprobe_error cncprobe_references_status(const cncprobe_references* references, int32_t* status) {
   return get(references, status, [](const cncprobe_references& r, int32_t& out) {
     out = r.status;
     return CNCPROBE_OK;
