@@ -111,10 +111,7 @@ namespace {
 template <class Extract>
 cncprobe_error make_extraction(std::int32_t units, std::int32_t true_position,
                                cncprobe_extraction** out, Extract&& extract) noexcept {
-  if (!known_units(units) || !known_convention(true_position)) {
-    if (out != nullptr) *out = nullptr;
-    return CNCPROBE_ERROR_INVALID_ARGUMENT;
-  }
+  if (!known_units(units) || !known_convention(true_position)) return refuse(out);
   return hand_out(out, [&](std::unique_ptr<cncprobe_extraction>& run) {
     run = std::make_unique<cncprobe_extraction>();
     run->convention = static_cast<kptZoneConvention>(true_position);
@@ -215,10 +212,7 @@ extern "C" {
 
 cncprobe_error cncprobe_extract_file(const char* path, int32_t units, int32_t true_position,
                                      cncprobe_extraction** extraction) {
-  if (path == nullptr) {
-    if (extraction != nullptr) *extraction = nullptr;
-    return CNCPROBE_ERROR_INVALID_ARGUMENT;
-  }
+  if (path == nullptr) return refuse(extraction);
   return make_extraction(units, true_position, extraction,
                          [&](kptResultsDataExtractor& extractor, const kptUnits& read_in) {
                            return extractor.extract_data(utString(std::string_view(path)), read_in);
@@ -227,16 +221,11 @@ cncprobe_error cncprobe_extract_file(const char* path, int32_t units, int32_t tr
 
 cncprobe_error cncprobe_extract_memory(const void* bytes, size_t size, int32_t units,
                                        int32_t true_position, cncprobe_extraction** extraction) {
-  if (bytes == nullptr && size > 0) {
-    if (extraction != nullptr) *extraction = nullptr;
-    return CNCPROBE_ERROR_INVALID_ARGUMENT;
-  }
-  return make_extraction(
-      units, true_position, extraction,
-      [&](kptResultsDataExtractor& extractor, const kptUnits& read_in) {
-        std::string text = size > 0 ? std::string(static_cast<const char*>(bytes), size) : "";
-        return extractor.extract_data(kptInputFile::from_text(std::move(text)), read_in);
-      });
+  if (bytes == nullptr && size > 0) return refuse(extraction);
+  return make_extraction(units, true_position, extraction,
+                         [&](kptResultsDataExtractor& extractor, const kptUnits& read_in) {
+                           return extractor.extract_data(memory_input(bytes, size), read_in);
+                         });
 }
 
 void cncprobe_extraction_free(cncprobe_extraction** extraction) { free_handle(extraction); }

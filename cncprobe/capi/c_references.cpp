@@ -71,10 +71,7 @@ cncprobe_error make_references(cncprobe_references** out, Extract&& extract) noe
 extern "C" {
 
 cncprobe_error cncprobe_references_read(const char* path, cncprobe_references** references) {
-  if (path == nullptr) {
-    if (references != nullptr) *references = nullptr;
-    return CNCPROBE_ERROR_INVALID_ARGUMENT;
-  }
+  if (path == nullptr) return refuse(references);
   return make_references(references, [&](kptFileReferenceExtractor& refs) {
     return refs.extract(apPath(std::string(path)));
   });
@@ -82,13 +79,9 @@ cncprobe_error cncprobe_references_read(const char* path, cncprobe_references** 
 
 cncprobe_error cncprobe_references_read_memory(const void* bytes, size_t size,
                                                cncprobe_references** references) {
-  if (bytes == nullptr && size > 0) {
-    if (references != nullptr) *references = nullptr;
-    return CNCPROBE_ERROR_INVALID_ARGUMENT;
-  }
+  if (bytes == nullptr && size > 0) return refuse(references);
   return make_references(references, [&](kptFileReferenceExtractor& refs) {
-    std::string text = size > 0 ? std::string(static_cast<const char*>(bytes), size) : "";
-    return refs.extract(kptInputFile::from_text(std::move(text)));
+    return refs.extract(memory_input(bytes, size));
   });
 }
 

@@ -28,10 +28,7 @@ extern "C" {
 
 cncprobe_error cncprobe_settings_read(const char* path, int32_t units,
                                       cncprobe_settings** settings) {
-  if (path == nullptr || !known_units(units)) {
-    if (settings != nullptr) *settings = nullptr;
-    return CNCPROBE_ERROR_INVALID_ARGUMENT;
-  }
+  if (path == nullptr || !known_units(units)) return refuse(settings);
   return hand_out(settings, [&](std::unique_ptr<cncprobe_settings>& handle) -> cncprobe_error {
     // The XML reader opens the file by its name and would wait on a FIFO for a writer: the file
     // is first opened the way every reader of the library opens its input, which refuses what

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <new>
+#include <string>
 #include <string_view>
 
 #include "cncprobe/cncprobe_c.h"
@@ -38,6 +39,19 @@ cncprobe_error hand_out(Handle** out, Make&& make) noexcept {
     if (error == CNCPROBE_OK) *out = handle.release();
     return error;
   });
+}
+
+// Refuses a call that would make a handle: *out (when there is one) is NULL.
+template <class Handle>
+cncprobe_error refuse(Handle** out) noexcept {
+  if (out != nullptr) *out = nullptr;
+  return CNCPROBE_ERROR_INVALID_ARGUMENT;
+}
+
+// A copy of the host's bytes as an input the readers take; bytes may be NULL when size is 0.
+inline kptInputFile memory_input(const void* bytes, std::size_t size) {
+  return kptInputFile::from_text(size > 0 ? std::string(static_cast<const char*>(bytes), size)
+                                          : std::string());
 }
 
 // Frees the host's handle and clears its variable, so a second free of it is harmless.
