@@ -36,7 +36,7 @@
  * - File names are UTF-8.
  * - Lengths are millimetres and coordinates CAD coordinates, whatever units the file was printed
  *   in; angles are degrees. A value that is absent is NaN (isnan() tells).
- * - Structs hold only double, int32_t, uint32_t and uint64_t fields, doubles first, in the order
+ * - Structs hold only double and 32- and 64-bit integer fields, doubles first, in the order
  *   written here, with no padding on the platforms the library is built for; enums are passed as
  *   int32_t.
  */
@@ -60,7 +60,7 @@
 typedef int32_t cncprobe_error;
 enum {
   CNCPROBE_OK = 0,
-  /* A NULL handle, path or out-pointer, or units, convention or status outside their values. */
+  /* A NULL handle, path or out-pointer, or units or a convention outside their values. */
   CNCPROBE_ERROR_INVALID_ARGUMENT = 1,
   /* A path, point, feature, check or reference index at or past the count. */
   CNCPROBE_ERROR_INDEX_OUT_OF_RANGE = 2,
@@ -231,8 +231,8 @@ typedef struct cncprobe_point {
   double r;            /* R of the measured-point record; NaN while unmeasured */
   double deviation;    /* NaN when unmeasured or without a direction */
   double lower_limit, upper_limit;
-  double limit_used; /* share of the nearer limit used, 1 at the limit; NaN without deviation */
-  uint32_t path_index;
+  double limit_used;   /* share of the nearer limit used, 1 at the limit; NaN without deviation */
+  uint32_t path_index; /* the probe path it belongs to */
   int32_t verdict;
 } cncprobe_point;
 

@@ -10,65 +10,17 @@
 #include "cncprobe/inspection/result_names.h"
 #include "cncprobe/inspection/status_text.h"
 #include "cncprobe/inspection/verdict.h"
+#include "cncprobe/platform/text/valid_utf8.h"
 #include "cncprobe/platform/text/wide_string.h"
 
 namespace capi_internal {
 
-namespace {
-
-// The length of the well-formed UTF-8 character starting at bytes[i]; 0 when there is none
-// (a stray continuation byte, an overlong form, a surrogate, past U+10FFFF, or cut short).
-std::size_t character_length(std::string_view bytes, std::size_t i) noexcept {
-  const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(bytes[k]); };
-  const unsigned char lead = byte(i);
-  if (lead < 0x80) return 1;
-  std::size_t length = 0;
-  unsigned char low = 0x80, high = 0xBF;  // the range of the second byte
-  if (lead >= 0xC2 && lead <= 0xDF) {
-    length = 2;
-  } else if (lead >= 0xE0 && lead <= 0xEF) {
-    length = 3;
-    if (lead == 0xE0) low = 0xA0;
-    if (lead == 0xED) high = 0x9F;
-  } else if (lead >= 0xF0 && lead <= 0xF4) {
-    length = 4;
-    if (lead == 0xF0) low = 0x90;
-    if (lead == 0xF4) high = 0x8F;
-  } else {
-    return 0;
-  }
-  if (i + length > bytes.size() || byte(i + 1) < low || byte(i + 1) > high) return 0;
-  for (std::size_t k = 2; k < length; ++k) {
-    if (byte(i + k) < 0x80 || byte(i + k) > 0xBF) return 0;
-  }
-  return length;
-}
-
-// The text with each byte that starts no well-formed character replaced by U+FFFD, the way the
-// tool's JSON shows a label written in a legacy code page.
-std::string valid_utf8(std::string_view bytes) {
-  std::string out;
-  out.reserve(bytes.size() + 8);
-  for (std::size_t i = 0; i < bytes.size();) {
-    const std::size_t length = character_length(bytes, i);
-    if (length == 0) {
-      out.append("\xEF\xBF\xBD");
-      ++i;
-    } else {
-      out.append(bytes.substr(i, length));
-      i += length;
-    }
-  }
-  return out;
-}
-
-}  // namespace
-
 cncprobe_error copy_text(std::string_view text, char* buffer, std::size_t capacity,
                          std::size_t* needed) {
+  // A label a machine wrote in a legacy code page reads as in the tool's JSON: U+FFFD per byte.
   std::string repaired;
   if (!apString::is_valid_utf8(text)) {
-    repaired = valid_utf8(text);
+    ut_append_valid_utf8(repaired, text);
     text = repaired;
   }
   if (needed != nullptr) *needed = text.size() + 1;
