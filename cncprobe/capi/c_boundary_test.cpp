@@ -1,0 +1,60 @@
+// Text handed to C hosts: always terminated, never cut inside a character, always UTF-8.
+#include "cncprobe/capi/internal/c_boundary.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+#include <new>
+#include <string>
+#include <string_view>
+
+namespace {
+
+using capi_internal::copy_text;
+
+TEST(CBoundary, CopyTextFitsCutsAndRepairs) {
+  struct Case {
+    std::string_view text;
+    std::size_t capacity;
+    cncprobe_error error;
+    std::string_view written;
+    std::size_t needed;
+  };
+  const Case cases[] = {
+      {"BORE", 5, CNCPROBE_OK, "BORE", 5},
+      {"BORE", 4, CNCPROBE_ERROR_BUFFER_TOO_SMALL, "BOR", 5},
+      {"", 1, CNCPROBE_OK, "", 1},
+      // "Ø12" is 4 bytes: a cut that would split the Ø drops it whole.
+      {"\xC3\x98"
+       "12",
+       2, CNCPROBE_ERROR_BUFFER_TOO_SMALL, "", 5},
+      {"\xC3\x98"
+       "12",
+       3, CNCPROBE_ERROR_BUFFER_TOO_SMALL, "\xC3\x98", 5},
+      // A label in a legacy code page (Latin-1 é), a lone continuation byte and a cut-off
+      // sequence become U+FFFD each, as in the tool's JSON.
+      {"BOSS\xE9", 16, CNCPROBE_OK, "BOSS\xEF\xBF\xBD", 8},
+      {"\x80X\xE2\x82", 16, CNCPROBE_OK, "\xEF\xBF\xBDX\xEF\xBF\xBD\xEF\xBF\xBD", 11},
+      // An encoded surrogate is no character either.
+      {"\xED\xA0\x80", 16, CNCPROBE_OK, "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD", 10},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << "text \"" << c.text << "\" capacity " << c.capacity);
+    char buffer[32];
+    std::fill(std::begin(buffer), std::end(buffer), '#');
+    std::size_t needed = 0;
+    EXPECT_EQ(copy_text(c.text, buffer, c.capacity, &needed), c.error);
+    EXPECT_EQ(std::string_view(buffer), c.written);
+    EXPECT_EQ(needed, c.needed);
+    EXPECT_EQ(buffer[c.capacity], '#');  // nothing past the capacity
+  }
+}
+
+TEST(CBoundary, ExceptionsBecomeErrorCodes) {
+  EXPECT_EQ(capi_internal::guarded([]() -> cncprobe_error { throw std::bad_alloc(); }),
+            CNCPROBE_ERROR_OUT_OF_MEMORY);
+  EXPECT_EQ(capi_internal::guarded([]() -> cncprobe_error { throw 42; }), CNCPROBE_ERROR_INTERNAL);
+}
+
+}  // namespace
