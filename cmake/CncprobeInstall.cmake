@@ -71,3 +71,25 @@ install(FILES ${PROJECT_BINARY_DIR}/cncprobe.pc
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/THIRD_PARTY_NOTICES.md
   DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/cncprobe
   COMPONENT runtime)
+
+# The Windows package (cpack -G ZIP in the build folder): cncprobe.dll and cncprobe.exe in bin/,
+# the import library cncprobe.lib and cncprobe.def in lib/, the headers, the CMake package, and
+# the licences of what the DLL has linked in (PCRE2, libxml2, the MinGW-w64 and GCC runtimes).
+if(WIN32)
+  if(MINGW)
+    install(FILES ${PROJECT_BINARY_DIR}/cncprobe.def
+      DESTINATION ${CMAKE_INSTALL_LIBDIR}
+      COMPONENT development)
+  endif()
+  if(IS_DIRECTORY "${CNCPROBE_WINDOWS_DEPS}/share/licenses")
+    install(DIRECTORY ${CNCPROBE_WINDOWS_DEPS}/share/licenses/
+      DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/cncprobe/licenses
+      COMPONENT runtime)
+  endif()
+  set(CPACK_GENERATOR ZIP)
+  set(CPACK_PACKAGE_NAME cncprobe)
+  set(CPACK_PACKAGE_VENDOR "cncprobe")
+  set(CPACK_PACKAGE_FILE_NAME cncprobe-${PROJECT_VERSION}-windows-x64)
+  set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY ON)
+  include(CPack)
+endif()
