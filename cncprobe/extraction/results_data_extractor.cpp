@@ -187,21 +187,11 @@ void kptResultsDataExtractor::on_nominal_point(const giPoint3& point, const giVe
   if (count > 0 && !path.last_point_measured()) {
     status_ = kptExtractionUnmeasuredNominalPoint;
   }
-  // The labels of a run are made together and mostly kept together: they share blocks.
-  char text[256];
-  const std::string_view prefix = label_prefix_.view();
-  utString label;
-  if (prefix.size() + 16 <= sizeof text) {
-    std::memcpy(text, prefix.data(), prefix.size());
-    const char* end = std::to_chars(text + prefix.size(), text + sizeof text, count + 1).ptr;
-    label = label_arena_->make(text, static_cast<std::size_t>(end - text));
-  } else {
-    label = label_prefix_;
-    append_decimal(label, count + 1);
-  }
-  path.add_inspection_point(output_transformation_.local_to_cad(point),
-                            giUnitVec3(output_transformation_.local_to_cad(direction)), o, u, l,
-                            label);
+  // Every point of a path is labelled with the path's prefix and its number: the label is made
+  // when a host asks for it, not held by each of a million points.
+  path.add_numbered_inspection_point(output_transformation_.local_to_cad(point),
+                                     giUnitVec3(output_transformation_.local_to_cad(direction)), o,
+                                     u, l, label_prefix_);
 }
 
 void kptResultsDataExtractor::on_measured_point(const giPoint3& point, double r) {
@@ -299,7 +289,6 @@ void kptResultsDataExtractor::clear_results() {
   results_.clear();
   measured_paths_.clear();
   label_prefix_ = utString();
-  label_arena_ = std::make_unique<utStringArena>();
   output_transformation_.reset();
 }
 
