@@ -61,20 +61,29 @@ kptResultsExtractionStatus kptResultsDataExtractor::extract_data(const utString&
                                                                  const kptUnits& units) {
   // Read in blocks straight into the lines, so a large file is not held twice.
   kptInputStream stream = kptInputStream::open(file_name);
-  const kptResultsFileCursor cursor(stream);
+  kptResultsFileCursor cursor(stream);
   input_problem_ = stream.problem();
-  return extract_data_from_cursor(cursor, units);
+  // The cursor is this extraction's alone, so the lines it has passed are given back as it goes:
+  // the results grow while the file's text shrinks.
+  return extract_lines(cursor, units, true);
 }
 
 kptResultsExtractionStatus kptResultsDataExtractor::extract_data(const kptInputFile& input,
                                                                  const kptUnits& units) {
-  const kptResultsFileCursor cursor(input);
+  kptResultsFileCursor cursor(input);
   input_problem_ = input.problem();
-  return extract_data_from_cursor(cursor, units);
+  return extract_lines(cursor, units, true);
 }
 
 kptResultsExtractionStatus kptResultsDataExtractor::extract_data_from_cursor(
     kptResultsFileCursor cursor, const kptUnits& units) {
+  // The caller may hold copies of its cursor anywhere in the file: nothing is given back.
+  return extract_lines(cursor, units, false);
+}
+
+kptResultsExtractionStatus kptResultsDataExtractor::extract_lines(kptResultsFileCursor& cursor,
+                                                                  const kptUnits& units,
+                                                                  bool release_passed_lines) {
   clear();
   {
     const kptResultsFileParser parser(units, utObserverPtr<kptResultsFileParserCallback>(
@@ -85,6 +94,8 @@ kptResultsExtractionStatus kptResultsDataExtractor::extract_data_from_cursor(
     while (++cursor) {
       static_cast<void>(parser.parse_next_object(cursor));
       if (cursor.undefined()) break;
+      // The parser's look-ahead copies are gone: no cursor stands behind this one.
+      if (release_passed_lines) cursor.release_passed_lines();
     }
   }
   if (number_of_results() == 0 ||

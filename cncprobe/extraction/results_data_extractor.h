@@ -114,6 +114,11 @@ class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback
                                                       const kptUnits& units);
 
  private:
+  // The extraction itself, from the cursor's position; with `release_passed_lines` the lines the
+  // cursor has passed are given back as it goes (for a cursor no one else holds a copy of).
+  kptResultsExtractionStatus extract_lines(kptResultsFileCursor& cursor, const kptUnits& units,
+                                           bool release_passed_lines);
+
   // Machine records.
   void on_start() override;
   void on_end() override;

@@ -14,6 +14,12 @@
 
 #include "cncprobe/platform/text/wide_string.h"
 
+#if defined(__unix__) || defined(__APPLE__)
+#include <sys/mman.h>
+#include <unistd.h>
+#define CNCPROBE_CAN_RELEASE_PAGES 1
+#endif
+
 namespace {
 // The longest line a utString holds; a longer run of bytes is cut into lines of this length.
 constexpr std::size_t kMaxLineLength = std::numeric_limits<std::uint32_t>::max() - 1;
@@ -132,8 +138,30 @@ bool kptResultsFileCursor::operator++() noexcept {
   return index_ != kNone;
 }
 
+void kptResultsFileCursor::release_passed_lines() noexcept {
+#ifdef CNCPROBE_CAN_RELEASE_PAGES
+  if (index_ == kNone) return;
+  LineStore& lines = *lines_;
+  // Pages are given back a few hundred at a time: a call per line would cost more than it frees.
+  constexpr std::size_t kAtLeast = std::size_t{1} << 20;
+  static const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  if (page == 0 || (page & (page - 1)) != 0) return;
+  const auto base = reinterpret_cast<std::uintptr_t>(lines.bytes);
+  // The pages wholly below the current line; the first may be shared with what the block lies
+  // behind, so only pages that begin inside the block count.
+  const std::uintptr_t from = (base + lines.released_bytes + page - 1) & ~(page - 1);
+  const std::uintptr_t to = (base + lines.start(index_)) & ~(page - 1);
+  if (to < from || to - from < kAtLeast) return;
+  // The pages read as zeros if touched again; no line below the current one is read again.
+  lines.released_lines = std::max(lines.released_lines, index_);
+  if (madvise(reinterpret_cast<void*>(from), to - from, MADV_DONTNEED) == 0) {
+    lines.released_bytes = to - base;
+  }
+#endif
+}
+
 const utString& kptResultsFileCursor::make_line() const noexcept {
-  if (index_ == kNone) {
+  if (index_ == kNone || index_ < lines_->released_lines) {
     line_ = utString();
   } else {
     const std::size_t begin = lines_->start(index_);
