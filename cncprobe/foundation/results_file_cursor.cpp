@@ -167,7 +167,9 @@ const utString& kptResultsFileCursor::make_line() const noexcept {
     const std::size_t begin = lines_->start(index_);
     const std::size_t length = lines_->start(index_ + 1) - begin;
     try {
-      line_ = utString(lines_->bytes + begin, length);
+      // The line is refilled in place while no one kept a copy of it, so stepping through a file
+      // allocates only for a line longer than any before it.
+      line_.assign(lines_->bytes + begin, length);
     } catch (...) {
       // Out of memory: the line cannot be handed out and reads as no line, which no pattern
       // takes.

@@ -28,7 +28,8 @@ struct reMatcher::Impl {
   pcre2_match_data* match_data = nullptr;
   pcre2_match_context* match_context = nullptr;
   pcre2_jit_stack* jit_stack = nullptr;
-  utString subject;  // the subject of the last successful match; its groups point into it
+  // The bytes of the last successful match's subject, the caller's: its groups point into them.
+  const char* subject = nullptr;
   bool matched = false;
   bool jit = false;  // the JIT code is there: match through its direct entry
 
@@ -42,7 +43,7 @@ struct reMatcher::Impl {
     match_context = nullptr;
     match_data = nullptr;
     code = nullptr;
-    subject = utString();
+    subject = nullptr;
     matched = false;
     jit = false;
   }
@@ -125,7 +126,7 @@ int reMatcher::match(const utString& subject, int start) {
                         impl_->match_data, impl_->match_context);
   // rc == 0 cannot happen with match data sized from the pattern; treat it as failure anyway.
   if (rc <= 0) return rc == 0 ? -1 : rc;
-  impl_->subject = subject;
+  impl_->subject = text;
   impl_->matched = true;
   return rc;
 }
@@ -142,5 +143,5 @@ std::string_view reMatcher::group_view(int group) const noexcept {
   const PCRE2_SIZE begin = ovector[2 * group];
   const PCRE2_SIZE end = ovector[2 * group + 1];
   if (begin == PCRE2_UNSET || end < begin) return {};
-  return std::string_view(impl_->subject.c_str() + begin, end - begin);
+  return std::string_view(impl_->subject + begin, end - begin);
 }
