@@ -44,6 +44,9 @@ std::string_view short_decimal_form(double value, char (&buffer)[kNumberBufferSi
   static constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6};
   const double size = std::fabs(value);
   if (!(size >= 0.01 && size < 1e4)) return {};
+  // A value with fewer decimals also reads back from its millionths: one test turns away the
+  // values of full precision, such as a point turned into CAD coordinates.
+  if (std::nearbyint(size * 1e6) / 1e6 != size) return {};
   for (int decimals = 0; decimals <= 6; ++decimals) {
     const double scaled = std::nearbyint(size * kPowersOfTen[decimals]);
     // Both the whole number and the power of ten are exact, so the division rounds once, as
