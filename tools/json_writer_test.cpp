@@ -4,11 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <cfloat>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 namespace tool {
 namespace {
@@ -29,6 +33,45 @@ TEST(JsonNumber, ReadsBackToTheSameDoubleNonFiniteIsNull) {
         -std::numeric_limits<double>::infinity()}) {
     char buffer[kNumberBufferSize];
     EXPECT_EQ(format_json_number(value, buffer), "null");
+  }
+}
+
+// The quick form of short decimals must be exactly the general shortest form: compared on every
+// kind of value around and inside its range, with up to eight decimals and either sign.
+TEST(JsonNumber, ShortDecimalsAreWrittenAsTheGeneralShortestForm) {
+  std::vector<double> values = {0.01, 0.0099999, 0.1, 0.3, 1.0 / 3.0, 9999.999999, 1e4, 9999.9999,
+                                1000, 100, 5e-3, 2.54 * 0.1, 0.0105, 0.125, 39.99, -12.5,
+                                1e-2 - 1e-17,
+                                // round numbers outside, whose scientific form is the shorter
+                                1e5, 3e5, 12e4, 1e6, 1e-4, 2e-5};
+  std::uint64_t state = 88172645463325252ULL;  // xorshift: the same values on every run
+  const auto next = [&state] {
+    state ^= state << 13;
+    state ^= state >> 7;
+    state ^= state << 17;
+    return state;
+  };
+  static constexpr double kPowers[] = {1, 10, 100, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8};
+  for (int i = 0; i < 200000; ++i) {
+    const int decimals = static_cast<int>(next() % 9);
+    const double whole = static_cast<double>(next() % 100000000);
+    values.push_back(whole / kPowers[decimals]);
+    values.push_back(std::nextafter(values.back(), 1e9));
+    double any = 0;
+    const std::uint64_t bits = next();
+    std::memcpy(&any, &bits, sizeof any);
+    values.push_back(any);
+  }
+  for (const double magnitude : values) {
+    for (const double value : {magnitude, -magnitude}) {
+      if (!std::isfinite(value)) continue;
+      char buffer[kNumberBufferSize];
+      char expected[kNumberBufferSize];
+      const std::to_chars_result r = std::to_chars(expected, expected + sizeof expected, value);
+      ASSERT_EQ(format_json_number(value, buffer),
+                std::string_view(expected, static_cast<std::size_t>(r.ptr - expected)))
+          << std::hexfloat << value;
+    }
   }
 }
 

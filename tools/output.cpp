@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <exception>
 #include <system_error>
 
@@ -33,8 +34,50 @@ void Output::flush() {
   }
 }
 
+namespace {
+
+// The shortest form of a value with at most six decimals between 0.01 and 10000 (in size), the
+// way nearly every coordinate, direction and deviation looks, found without the general search;
+// empty for any other value. In that range the fixed form is always the shorter one, and at most
+// one whole number of millionths or coarser reads back to the value (a double there is finer
+// than 2e-12), so the first count of decimals at which the rounded scaled value reads back
+// exactly gives the same digits as the general shortest form.
+std::string_view short_decimal_form(double value, char (&buffer)[kNumberBufferSize]) {
+  static constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6};
+  const double size = std::fabs(value);
+  if (!(size >= 0.01 && size < 1e4)) return {};
+  // A value with fewer decimals also reads back from its millionths: one test turns away the
+  // values of full precision, such as a point turned into CAD coordinates.
+  if (std::nearbyint(size * 1e6) / 1e6 != size) return {};
+  for (int decimals = 0; decimals <= 6; ++decimals) {
+    const double scaled = std::nearbyint(size * kPowersOfTen[decimals]);
+    // Both the whole number and the power of ten are exact, so the division rounds once, as
+    // reading the decimal text back does.
+    if (scaled / kPowersOfTen[decimals] != size) continue;
+    auto digits = static_cast<std::uint64_t>(scaled);
+    char reversed[24];
+    int count = 0;
+    for (int i = 0; i < decimals; ++i, digits /= 10)
+      reversed[count++] = static_cast<char>('0' + digits % 10);
+    if (decimals > 0) reversed[count++] = '.';
+    do {
+      reversed[count++] = static_cast<char>('0' + digits % 10);
+      digits /= 10;
+    } while (digits != 0);
+    char* out = buffer;
+    if (value < 0) *out++ = '-';
+    while (count > 0) *out++ = reversed[--count];
+    return std::string_view(buffer, static_cast<std::size_t>(out - buffer));
+  }
+  return {};
+}
+
+}  // namespace
+
 std::string_view format_json_number(double value, char (&buffer)[kNumberBufferSize]) {
   if (!std::isfinite(value)) return "null";
+  const std::string_view quick = short_decimal_form(value, buffer);
+  if (!quick.empty()) return quick;
   // Shortest round-trip form; it may be fixed (25.4254) or scientific (1e+300), both valid JSON.
   const std::to_chars_result r = std::to_chars(buffer, buffer + kNumberBufferSize, value);
   return std::string_view(buffer, static_cast<std::size_t>(r.ptr - buffer));

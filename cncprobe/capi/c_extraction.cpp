@@ -353,16 +353,19 @@ cncprobe_error cncprobe_extraction_points(const cncprobe_extraction* extraction,
 cncprobe_error cncprobe_extraction_point_label(const cncprobe_extraction* extraction,
                                                size_t point_index, char* buffer, size_t capacity,
                                                size_t* needed) {
-  std::shared_ptr<mtrInspectionPoint> point;
-  return get_text(extraction, buffer, capacity, needed,
-                  [&](const cncprobe_extraction& run, std::string_view& text) {
-                    if (point_index >= run.point_count) return CNCPROBE_ERROR_INDEX_OUT_OF_RANGE;
-                    const PathEntry& entry = run.paths[run.path_of_point(point_index)];
-                    point = entry.path->inspection_point(
-                        static_cast<unsigned int>(point_index - entry.first_point));
-                    text = point->label().view();
-                    return CNCPROBE_OK;
-                  });
+  // Labels are made when asked for: the text lives here until it has been copied out.
+  utString label;
+  return get_text(
+      extraction, buffer, capacity, needed,
+      [&](const cncprobe_extraction& run, std::string_view& text) {
+        if (point_index >= run.point_count) return CNCPROBE_ERROR_INDEX_OUT_OF_RANGE;
+        const PathEntry& entry = run.paths[run.path_of_point(point_index)];
+        label =
+            entry.path->inspection_point(static_cast<unsigned int>(point_index - entry.first_point))
+                ->label();
+        text = label.view();
+        return CNCPROBE_OK;
+      });
 }
 
 cncprobe_error cncprobe_extraction_feature_count(const cncprobe_extraction* extraction,

@@ -61,20 +61,29 @@ kptResultsExtractionStatus kptResultsDataExtractor::extract_data(const utString&
                                                                  const kptUnits& units) {
   // Read in blocks straight into the lines, so a large file is not held twice.
   kptInputStream stream = kptInputStream::open(file_name);
-  const kptResultsFileCursor cursor(stream);
+  kptResultsFileCursor cursor(stream);
   input_problem_ = stream.problem();
-  return extract_data_from_cursor(cursor, units);
+  // The cursor is this extraction's alone, so the lines it has passed are given back as it goes:
+  // the results grow while the file's text shrinks.
+  return extract_lines(cursor, units, true);
 }
 
 kptResultsExtractionStatus kptResultsDataExtractor::extract_data(const kptInputFile& input,
                                                                  const kptUnits& units) {
-  const kptResultsFileCursor cursor(input);
+  kptResultsFileCursor cursor(input);
   input_problem_ = input.problem();
-  return extract_data_from_cursor(cursor, units);
+  return extract_lines(cursor, units, true);
 }
 
 kptResultsExtractionStatus kptResultsDataExtractor::extract_data_from_cursor(
     kptResultsFileCursor cursor, const kptUnits& units) {
+  // The caller may hold copies of its cursor anywhere in the file: nothing is given back.
+  return extract_lines(cursor, units, false);
+}
+
+kptResultsExtractionStatus kptResultsDataExtractor::extract_lines(kptResultsFileCursor& cursor,
+                                                                  const kptUnits& units,
+                                                                  bool release_passed_lines) {
   clear();
   {
     const kptResultsFileParser parser(units, utObserverPtr<kptResultsFileParserCallback>(
@@ -85,6 +94,8 @@ kptResultsExtractionStatus kptResultsDataExtractor::extract_data_from_cursor(
     while (++cursor) {
       static_cast<void>(parser.parse_next_object(cursor));
       if (cursor.undefined()) break;
+      // The parser's look-ahead copies are gone: no cursor stands behind this one.
+      if (release_passed_lines) cursor.release_passed_lines();
     }
   }
   if (number_of_results() == 0 ||
@@ -187,21 +198,11 @@ void kptResultsDataExtractor::on_nominal_point(const giPoint3& point, const giVe
   if (count > 0 && !path.last_point_measured()) {
     status_ = kptExtractionUnmeasuredNominalPoint;
   }
-  // The labels of a run are made together and mostly kept together: they share blocks.
-  char text[256];
-  const std::string_view prefix = label_prefix_.view();
-  utString label;
-  if (prefix.size() + 16 <= sizeof text) {
-    std::memcpy(text, prefix.data(), prefix.size());
-    const char* end = std::to_chars(text + prefix.size(), text + sizeof text, count + 1).ptr;
-    label = label_arena_->make(text, static_cast<std::size_t>(end - text));
-  } else {
-    label = label_prefix_;
-    append_decimal(label, count + 1);
-  }
-  path.add_inspection_point(output_transformation_.local_to_cad(point),
-                            giUnitVec3(output_transformation_.local_to_cad(direction)), o, u, l,
-                            label);
+  // Every point of a path is labelled with the path's prefix and its number: the label is made
+  // when a host asks for it, not held by each of a million points.
+  path.add_numbered_inspection_point(output_transformation_.local_to_cad(point),
+                                     giUnitVec3(output_transformation_.local_to_cad(direction)), o,
+                                     u, l, label_prefix_);
 }
 
 void kptResultsDataExtractor::on_measured_point(const giPoint3& point, double r) {
@@ -299,7 +300,6 @@ void kptResultsDataExtractor::clear_results() {
   results_.clear();
   measured_paths_.clear();
   label_prefix_ = utString();
-  label_arena_ = std::make_unique<utStringArena>();
   output_transformation_.reset();
 }
 

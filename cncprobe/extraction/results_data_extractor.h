@@ -114,6 +114,11 @@ class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback
                                                       const kptUnits& units);
 
  private:
+  // The extraction itself, from the cursor's position; with `release_passed_lines` the lines the
+  // cursor has passed are given back as it goes (for a cursor no one else holds a copy of).
+  kptResultsExtractionStatus extract_lines(kptResultsFileCursor& cursor, const kptUnits& units,
+                                           bool release_passed_lines);
+
   // Machine records.
   void on_start() override;
   void on_end() override;
@@ -180,9 +185,7 @@ class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback
   unsigned int start_count_ = 0;
   kptResultsExtractionStatus status_ = kptExtractionSuccess;
   kptInputProblem input_problem_ = kptInputReadable;
-  // "Path <id> (<instance>): Inspection Point " of the newest probe path, built once per path so
-  // that each point's label costs a single allocation.
+  // "Path <id> (<instance>): Inspection Point " of the newest probe path, built once per path and
+  // shared by its points, whose labels it begins.
   utString label_prefix_;
-  // Where the labels of the points are made; a label may outlive it.
-  std::unique_ptr<utStringArena> label_arena_;
 };

@@ -1,6 +1,8 @@
 // kptFileReferenceExtractor: opens a results file itself and scans it for the reference lines.
 #include "cncprobe/filereferences/file_reference_extractor.h"
 
+#include <cstdint>
+#include <cstring>
 #include <istream>
 #include <memory>
 #include <streambuf>
@@ -41,6 +43,20 @@ class ViewStreamBuffer : public std::streambuf {
     setg(begin, begin, begin + bytes.size());
   }
 };
+
+// Whether every byte is below 0x80; eight at a time.
+bool is_ascii(std::string_view bytes) noexcept {
+  std::size_t i = 0;
+  for (; i + 8 <= bytes.size(); i += 8) {
+    std::uint64_t word;
+    std::memcpy(&word, bytes.data() + i, 8);
+    if ((word & 0x8080808080808080ULL) != 0) return false;
+  }
+  for (; i < bytes.size(); ++i) {
+    if ((static_cast<unsigned char>(bytes[i]) & 0x80) != 0) return false;
+  }
+  return true;
+}
 }  // namespace
 
 apStatus kptFileReferenceExtractor::extract(const apPath& path) {
@@ -101,12 +117,22 @@ apStatus kptFileReferenceExtractor::extract_from_stream(std::istream& stream) {
       {model_version_, &kptFileReferenceParser::parse_model_version},
   };
 
+  utString line;  // refilled in place, line after line
   while (stream.good()) {
     int error = 0;
-    const apString text = reader.read_line(stream, error);
+    const std::string_view bytes = reader.read_line_bytes(stream, error);
     if (error != 0) break;
-    const utString line = encoding->to_ut_string(text, error);
-    if (error != 0) break;
+    if (is_ascii(bytes)) {
+      // Nearly every line: ASCII reads the same as UTF-8 text and as the library's 8-bit text,
+      // so the line is its bytes, without a trip through wide characters.
+      line.assign(bytes.data(), bytes.size());
+    } else {
+      // A line that is not valid UTF-8, or whose text has no 8-bit form, ends the scan.
+      const apString text(apStringFromUTF8, bytes, error);
+      if (error != 0) break;
+      line = encoding->to_ut_string(text, error);
+      if (error != 0) break;
+    }
     for (const Reference& reference : references) {
       if (reference.value.invalid()) reference.value = (parser.*reference.parse)(line);
     }

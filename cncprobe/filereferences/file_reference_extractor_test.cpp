@@ -102,6 +102,10 @@ TEST(FileReferenceExtractor, FirstValueWinsAndWhatEndsTheScan) {
        kNone},
       {"", kNone},
       {"START\nEND\n", kNone},
+      // Text beyond ASCII is kept as it was written, a NUL inside a line too.
+      {std::string("CADFILENAME W\xC3\xBCrfel \xE2\x80\x93 op30\nDOCUMENTID a\0b\n", 44),
+       {"<none>", "<none>", "W\xC3\xBCrfel \xE2\x80\x93 op30", "<none>", "<none>",
+        std::string("a\0b", 3), "<none>"}},
   };
   const Scratch scratch;
   for (const Case& c : cases) {

@@ -14,6 +14,12 @@
 
 #include "cncprobe/platform/text/wide_string.h"
 
+#if defined(__unix__) || defined(__APPLE__)
+#include <sys/mman.h>
+#include <unistd.h>
+#define CNCPROBE_CAN_RELEASE_PAGES 1
+#endif
+
 namespace {
 // The longest line a utString holds; a longer run of bytes is cut into lines of this length.
 constexpr std::size_t kMaxLineLength = std::numeric_limits<std::uint32_t>::max() - 1;
@@ -21,17 +27,21 @@ constexpr std::size_t kMaxLineLength = std::numeric_limits<std::uint32_t>::max()
 constexpr bool is_line_end(char c) noexcept { return c == '\0' || c == '\n' || c == '\r'; }
 
 // The first NUL, LF or CR in [p, end), or end. Eight bytes at a time: a word without any byte
-// below 0x0E holds no line end, which is the common case inside a line.
-const char* find_line_end(const char* p, const char* end) noexcept {
+// below 0x0E holds no line end, which is the common case inside a line. `ascii` is set to whether
+// every byte before the line end is below 0x80, which the words looked at show on the way.
+const char* find_line_end(const char* p, const char* end, bool& ascii) noexcept {
   constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
   constexpr std::uint64_t kHighs = 0x8080808080808080ULL;
+  std::uint64_t seen = 0;
   while (end - p >= 8) {
     std::uint64_t word;
     std::memcpy(&word, p, 8);
     if (((word - kOnes * 0x0E) & ~word & kHighs) != 0) break;
+    seen |= word;
     p += 8;
   }
-  while (p != end && !is_line_end(*p)) ++p;
+  while (p != end && !is_line_end(*p)) seen |= static_cast<unsigned char>(*p++);
+  ascii = (seen & kHighs) == 0;
   return p;
 }
 
@@ -53,10 +63,12 @@ bool reserve_bytes(char*& bytes, std::size_t& capacity, std::size_t wanted) noex
   return true;
 }
 
-// Whether a run of bytes between two line ends is kept as a line.
-bool kept(const char* p, std::size_t length) {
+// Whether a run of bytes between two line ends is kept as a line; `ascii` when it is known to
+// hold only bytes below 0x80, which is valid UTF-8.
+bool kept(const char* p, std::size_t length, bool ascii) {
   if (length == 0) return false;
-  // Valid UTF-8, and plain ASCII above all, is the common case: test it without decoding.
+  if (ascii) return true;
+  // Valid UTF-8 is the common case beyond ASCII: test it without decoding.
   return apString::is_valid_utf8(std::string_view(p, length)) ||
          readable_in_c_locale(utString(p, length));
 }
@@ -132,14 +144,38 @@ bool kptResultsFileCursor::operator++() noexcept {
   return index_ != kNone;
 }
 
+void kptResultsFileCursor::release_passed_lines() noexcept {
+#ifdef CNCPROBE_CAN_RELEASE_PAGES
+  if (index_ == kNone) return;
+  LineStore& lines = *lines_;
+  // Pages are given back a few hundred at a time: a call per line would cost more than it frees.
+  constexpr std::size_t kAtLeast = std::size_t{1} << 20;
+  static const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  if (page == 0 || (page & (page - 1)) != 0) return;
+  const auto base = reinterpret_cast<std::uintptr_t>(lines.bytes);
+  // The pages wholly below the current line; the first may be shared with what the block lies
+  // behind, so only pages that begin inside the block count.
+  const std::uintptr_t from = (base + lines.released_bytes + page - 1) & ~(page - 1);
+  const std::uintptr_t to = (base + lines.start(index_)) & ~(page - 1);
+  if (to < from || to - from < kAtLeast) return;
+  // The pages read as zeros if touched again; no line below the current one is read again.
+  lines.released_lines = std::max(lines.released_lines, index_);
+  if (madvise(reinterpret_cast<void*>(from), to - from, MADV_DONTNEED) == 0) {
+    lines.released_bytes = to - base;
+  }
+#endif
+}
+
 const utString& kptResultsFileCursor::make_line() const noexcept {
-  if (index_ == kNone) {
+  if (index_ == kNone || index_ < lines_->released_lines) {
     line_ = utString();
   } else {
     const std::size_t begin = lines_->start(index_);
     const std::size_t length = lines_->start(index_ + 1) - begin;
     try {
-      line_ = utString(lines_->bytes + begin, length);
+      // The line is refilled in place while no one kept a copy of it, so stepping through a file
+      // allocates only for a line longer than any before it.
+      line_.assign(lines_->bytes + begin, length);
     } catch (...) {
       // Out of memory: the line cannot be handed out and reads as no line, which no pattern
       // takes.
@@ -189,11 +225,11 @@ void kptResultsFileCursor::cut_lines(std::size_t from, std::size_t end) {
     lines.add_start(from);
   }
   std::size_t write = from;
-  const auto keep = [&](const char* p, std::size_t length) {
+  const auto keep = [&](const char* p, std::size_t length, bool ascii) {
     // A run longer than a utString can hold is cut into lines of the longest length.
     while (length != 0) {
       const std::size_t piece = std::min(length, kMaxLineLength);
-      if (kept(p, piece)) {
+      if (kept(p, piece, ascii)) {
         std::memmove(block + write, p, piece);
         write += piece;
         lines.add_start(write);
@@ -205,8 +241,9 @@ void kptResultsFileCursor::cut_lines(std::size_t from, std::size_t end) {
   const char* p = block + from;
   const char* const stop = block + end;
   while (p != stop) {
-    const char* const line_end = find_line_end(p, stop);
-    keep(p, static_cast<std::size_t>(line_end - p));
+    bool ascii = false;
+    const char* const line_end = find_line_end(p, stop, ascii);
+    keep(p, static_cast<std::size_t>(line_end - p), ascii);
     if (line_end == stop) break;
     p = line_end + 1;
   }

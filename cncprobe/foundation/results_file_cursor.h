@@ -65,6 +65,14 @@ class CNCPROBE_API kptResultsFileCursor {
     return !(*this == other);
   }
 
+  // Gives the memory of the lines before the current one back to the system, in whole pages, once
+  // enough of them have been passed to be worth a call; those lines read as invalid strings from
+  // then on, through this cursor and every copy of it. For a reader that only ever steps forward
+  // and keeps no copy behind itself, such as an extraction over a file it opened: its memory then
+  // holds about the rest of the file and what was read from it, not the whole file besides.
+  // Nothing happens on the undefined position.
+  void release_passed_lines() noexcept;
+
   // Number of lines kept.
   [[nodiscard]] std::size_t line_count() const noexcept { return lines_->count(); }
   // Position of the current line among the kept lines, counted from 1; 0 when undefined.
@@ -111,7 +119,11 @@ class CNCPROBE_API kptResultsFileCursor {
     void settle();
 
     char* bytes = nullptr;  // from malloc: the block grows and shrinks with realloc
-    std::size_t size = 0;   // bytes of it in use
+    // Lines below this one were given back (release_passed_lines), and the bytes of the block
+    // below this offset, whole pages, are no longer held.
+    std::size_t released_lines = 0;
+    std::size_t released_bytes = 0;
+    std::size_t size = 0;  // bytes of it in use
     std::size_t capacity = 0;
     // Where line i begins, and one more entry for where the next line would begin: 32-bit offsets
     // while the block is below 4 GiB (nearly every file), full-width ones beyond.

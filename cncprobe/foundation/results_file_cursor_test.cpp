@@ -137,3 +137,33 @@ TEST_F(ResultsFileCursorTest, CopiesShareLinesAndKeepTheirOwnPosition) {
   kptResultsFileCursor first = open(path), second = open(path);
   EXPECT_NE(first, second);
 }
+
+// A reader that only steps forward gives back the lines it passed: they read as no line, through
+// every copy, while the current line and those after it read as before; a few passed lines are
+// not worth giving back and stay readable.
+TEST_F(ResultsFileCursorTest, PassedLinesAreGivenBackAndReadAsNoLine) {
+  std::string bytes;
+  Lines expected;
+  for (int i = 0; i < 60000; ++i) {
+    expected.push_back("G800 N" + std::to_string(i) + " X1.000 Y2.000 Z3.000 I0 J0 K1 O0 U.1 L-.1");
+    bytes += expected.back() + "\r\n";
+  }
+  kptResultsFileCursor cursor = open(write(bytes));
+  ASSERT_TRUE(++cursor);
+  kptResultsFileCursor at_start = cursor;
+  for (int i = 0; i < 10; ++i) ++cursor;
+  cursor.release_passed_lines();
+  EXPECT_EQ(at_start().view(), expected[0]) << "ten lines are not worth a page";
+
+  for (int i = 10; i < 50000; ++i) ++cursor;
+  kptResultsFileCursor behind = at_start;
+  ++behind;  // on line 2, made after the release below
+  cursor.release_passed_lines();
+  EXPECT_EQ(cursor().view(), expected[50000]);
+  EXPECT_TRUE(behind().invalid()) << "a passed line reads as no line";
+  EXPECT_EQ(cursor.line_number(), 50001u);
+  Lines rest;
+  while (++cursor) rest.push_back(cursor().str());
+  EXPECT_EQ(rest, Lines(expected.begin() + 50001, expected.end()));
+  cursor.release_passed_lines();  // on no line: nothing happens
+}

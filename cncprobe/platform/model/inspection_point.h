@@ -13,13 +13,26 @@ class CNCPROBE_API mtrInspectionPoint {
   mtrInspectionPoint(const giPoint3& nominal, const giUnitVec3& direction, double o, double u,
                      double l, const utString& label)
       : nominal_(nominal), direction_(direction), o_(o), u_(u), l_(l), label_(label) {}
+  // An unmeasured point whose label is `label_prefix` followed by `number` in decimal (number at
+  // least 1), made when asked for: the points of a path share one prefix instead of each holding
+  // its own text.
+  mtrInspectionPoint(const giPoint3& nominal, const giUnitVec3& direction, double o, double u,
+                     double l, const utString& label_prefix, unsigned int number)
+      : nominal_(nominal),
+        direction_(direction),
+        o_(o),
+        u_(u),
+        l_(l),
+        label_(label_prefix),
+        number_(number) {}
 
   const giPoint3& nominal_point() const noexcept { return nominal_; }
   const giUnitVec3& direction() const noexcept { return direction_; }
   double o_value() const noexcept { return o_; }
   double u_value() const noexcept { return u_; }
   double l_value() const noexcept { return l_; }
-  const utString& label() const noexcept { return label_; }
+  // The label, made afresh on each call for a numbered point (the string is the caller's).
+  utString label() const;
 
   // True once set_measure has been called.
   bool has_measure() const noexcept { return has_measure_; }
@@ -41,8 +54,9 @@ class CNCPROBE_API mtrInspectionPoint {
   double o_;
   double u_;
   double l_;
-  utString label_;
+  utString label_;  // the whole label, or the prefix a number follows
   giPoint3 measured_;
   double r_ = 0.0;
+  unsigned int number_ = 0;  // 0: label_ is the label
   bool has_measure_ = false;
 };

@@ -34,6 +34,13 @@ void mtrProbePath::add_inspection_point(const giPoint3& nominal, const giUnitVec
   points_.emplace_back(nominal, direction, o, u, l, label);
 }
 
+void mtrProbePath::add_numbered_inspection_point(const giPoint3& nominal,
+                                                 const giUnitVec3& direction, double o, double u,
+                                                 double l, const utString& label_prefix) {
+  const auto number = static_cast<unsigned int>(points_.size() + 1);
+  points_.emplace_back(nominal, direction, o, u, l, label_prefix, number);
+}
+
 std::shared_ptr<mtrInspectionPoint> mtrProbePath::inspection_point(unsigned int index) const {
   if (index >= points_.size()) return nullptr;
   // The points are part of the path: they share its owner. A path held by no shared pointer has

@@ -29,6 +29,10 @@ class CNCPROBE_API mtrProbePath : public mtrToolpathResult,
   // nominal-point record in this order, and the point's label.
   void add_inspection_point(const giPoint3& nominal, const giUnitVec3& direction, double o,
                             double u, double l, const utString& label);
+  // Appends one unmeasured point as above whose label is `label_prefix` followed by its number in
+  // the path, counted from 1; the label is made when asked for, so the points share the prefix.
+  void add_numbered_inspection_point(const giPoint3& nominal, const giUnitVec3& direction, double o,
+                                     double u, double l, const utString& label_prefix);
   // The number of points appended so far.
   unsigned int inspection_points_count() const noexcept {
     return static_cast<unsigned int>(points_.size());

@@ -61,3 +61,31 @@ TEST(ProbePath, KeptPointsShareThePathAndSurviveAppending) {
   EXPECT_EQ(seen, 1001u);
   EXPECT_TRUE(it.undefined());
 }
+
+// Numbered points carry the path's prefix and their own number, counted from 1 in the path, and
+// stand beside points with a label of their own.
+TEST(ProbePath, NumberedPointsAreLabelledWithThePrefixAndTheirNumber) {
+  mtrProbePath path(3);
+  const utString prefix("Path 3 (2): Inspection Point ");
+  for (int i = 0; i < 12; ++i) {
+    path.add_numbered_inspection_point(giPoint3(i, 0, 0), giUnitVec3(gi_AxisZ), 0, 0, 0, prefix);
+  }
+  add_point(path, 13, "own");
+  path.add_numbered_inspection_point(giPoint3(), giUnitVec3(gi_AxisZ), 0, 0, 0, utString(""));
+  const struct {
+    unsigned int index;
+    const char* label;
+  } cases[] = {{0, "Path 3 (2): Inspection Point 1"},
+               {9, "Path 3 (2): Inspection Point 10"},
+               {11, "Path 3 (2): Inspection Point 12"},
+               {12, "own"},
+               {13, "14"}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(path.inspection_point(c.index)->label(), utString(c.label)) << c.index;
+  }
+  // A label handed out is the caller's: changing it leaves the prefix and the point as they were.
+  utString label = path.inspection_point(0)->label();
+  label << "x";
+  EXPECT_EQ(prefix, utString("Path 3 (2): Inspection Point "));
+  EXPECT_EQ(path.inspection_point(0)->label(), utString("Path 3 (2): Inspection Point 1"));
+}

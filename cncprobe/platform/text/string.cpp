@@ -108,6 +108,18 @@ void utString::append(const char* bytes, std::size_t count) {
   ref_.set_length(new_length);
 }
 
+void utString::assign(const char* bytes, std::size_t length) {
+  if (!ref_.null() && !ref_.shared() && length <= ref_.capacity()) {
+    // The bytes may lie in this string's own storage.
+    if (length) std::memmove(ref_.data(), bytes, length);
+    ref_.set_length(static_cast<std::uint32_t>(length));
+    return;
+  }
+  if (length > kMaxLength) throw std::length_error("utString: text too long");
+  const auto exact = static_cast<std::uint32_t>(length);
+  ref_ = utRef::allocate(bytes, exact, exact);
+}
+
 utString& utString::operator<<(const utString& other) {
   if (other.valid()) {
     // Hold the other's storage: appending a string to itself must read the old bytes.

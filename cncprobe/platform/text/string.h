@@ -108,6 +108,12 @@ class CNCPROBE_API utString {
   std::string str() const { return std::string(view()); }
   char operator[](std::uint32_t index) const noexcept { return ref_.data()[index]; }
 
+  // Replaces the text by the given bytes (which may contain NUL bytes); always valid afterwards.
+  // A string that shares its storage with no other and has room for them keeps its storage, so a
+  // string refilled over and over, such as the line a reader stands on, allocates only when a
+  // longer text comes or a copy of it was kept.
+  void assign(const char* bytes, std::size_t length);
+
   // Appends; an invalid string becomes valid with what was appended.
   utString& operator<<(const utString& other);
   utString& operator<<(const char* text);

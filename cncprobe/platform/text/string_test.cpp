@@ -107,3 +107,28 @@ TEST(String, ArenaStringsOutliveTheArenaAndDetachOnChange) {
   EXPECT_EQ(kept[10000].length(), 100000u);
   EXPECT_TRUE(kept[10001].valid() && kept[10001].empty());
 }
+
+// A string refilled in place never changes a copy made of it, and takes bytes from its own text.
+TEST(String, AssignKeepsStorageOnlyWhenUnshared) {
+  utString line;
+  line.assign("G800 N1 X1", 10);
+  const char* const storage = line.c_str();
+  line.assign("END", 3);
+  EXPECT_EQ(line.view(), "END");
+  EXPECT_EQ(line.c_str(), storage) << "a shorter text reuses the storage";
+
+  const utString kept = line;
+  line.assign("START", 5);
+  EXPECT_EQ(kept.view(), "END") << "a kept copy is left as it was";
+  EXPECT_EQ(line.view(), "START");
+
+  line.assign(line.c_str() + 2, 3);  // from its own bytes
+  EXPECT_EQ(line.view(), "ART");
+  line.assign(std::string(300, 'x').c_str(), 300);  // longer than the room
+  EXPECT_EQ(line.length(), 300u);
+  line.assign(nullptr, 0);
+  EXPECT_TRUE(line.valid() && line.empty());
+  utString nul_inside;
+  nul_inside.assign("a\0b", 3);
+  EXPECT_EQ(nul_inside.view(), std::string_view("a\0b", 3));
+}

@@ -40,6 +40,14 @@ constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 void ut_append_valid_utf8(std::string& out, std::string_view bytes) {
   std::size_t i = 0;
   while (i < bytes.size()) {
+    // A run of ASCII, nearly all of a label or a name, goes in one piece.
+    std::size_t ascii = i;
+    while (ascii < bytes.size() && static_cast<unsigned char>(bytes[ascii]) < 0x80) ++ascii;
+    if (ascii != i) {
+      out.append(bytes.substr(i, ascii - i));
+      i = ascii;
+      continue;
+    }
     const std::size_t length = utf8_sequence_length(bytes, i);
     if (length == 0) {
       out.append(kReplacement);

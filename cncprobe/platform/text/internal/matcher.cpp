@@ -28,7 +28,12 @@ struct reMatcher::Impl {
   pcre2_match_data* match_data = nullptr;
   pcre2_match_context* match_context = nullptr;
   pcre2_jit_stack* jit_stack = nullptr;
-  utString subject;  // the subject of the last successful match; its groups point into it
+  // The bytes of the last successful match's subject, the caller's: its groups point into them.
+  const char* subject = nullptr;
+  // The group offsets of the match data and their number of pairs, taken once when the match
+  // data is made: every captured value is read through them.
+  const PCRE2_SIZE* ovector = nullptr;
+  uint32_t pairs = 0;
   bool matched = false;
   bool jit = false;  // the JIT code is there: match through its direct entry
 
@@ -42,7 +47,9 @@ struct reMatcher::Impl {
     match_context = nullptr;
     match_data = nullptr;
     code = nullptr;
-    subject = utString();
+    subject = nullptr;
+    ovector = nullptr;
+    pairs = 0;
     matched = false;
     jit = false;
   }
@@ -84,6 +91,8 @@ int reMatcher::compile(int options, utString& error_text, int& error_offset) {
     error_offset = 0;
     return 0;
   }
+  impl_->ovector = pcre2_get_ovector_pointer(impl_->match_data);
+  impl_->pairs = pcre2_get_ovector_count(impl_->match_data);
   error_offset = 0;
   return 1;
 }
@@ -125,7 +134,7 @@ int reMatcher::match(const utString& subject, int start) {
                         impl_->match_data, impl_->match_context);
   // rc == 0 cannot happen with match data sized from the pattern; treat it as failure anyway.
   if (rc <= 0) return rc == 0 ? -1 : rc;
-  impl_->subject = subject;
+  impl_->subject = text;
   impl_->matched = true;
   return rc;
 }
@@ -137,10 +146,10 @@ utString reMatcher::get_substring(int group) const {
 
 std::string_view reMatcher::group_view(int group) const noexcept {
   if (!impl_->matched || group < 0) return {};
-  if (static_cast<uint32_t>(group) >= pcre2_get_ovector_count(impl_->match_data)) return {};
-  const PCRE2_SIZE* ovector = pcre2_get_ovector_pointer(impl_->match_data);
+  if (static_cast<uint32_t>(group) >= impl_->pairs) return {};
+  const PCRE2_SIZE* ovector = impl_->ovector;
   const PCRE2_SIZE begin = ovector[2 * group];
   const PCRE2_SIZE end = ovector[2 * group + 1];
   if (begin == PCRE2_UNSET || end < begin) return {};
-  return std::string_view(impl_->subject.c_str() + begin, end - begin);
+  return std::string_view(impl_->subject + begin, end - begin);
 }

@@ -10,8 +10,11 @@
 // Patterns are Perl-compatible and case-sensitive; "." is any byte (a line feed included) and "$"
 // is the end of the subject only.
 //
-// A matcher keeps the subject and group offsets of its last match, so it serves one thread at a
-// time. Matching allocates nothing: the match data and the JIT stack are made once per matcher.
+// A matcher keeps where the subject of its last match lies and the group offsets, so it serves one
+// thread at a time. It does not copy the subject: the group texts (get_substring, group_view) are
+// read from the caller's string, so they are good only while that string lives unchanged; match a
+// named string, not a temporary, and take the groups before the string is changed or released.
+// Matching allocates nothing: the match data and the JIT stack are made once per matcher.
 #pragma once
 
 #include <memory>
@@ -45,14 +48,17 @@ class CNCPROBE_API reMatcher {
 
   // Matches `subject` from byte offset `start`. On success: one more than the highest-numbered
   // capture group that took part (1 for a pattern without groups). Negative for no match, for an
-  // uncompiled pattern, an offset beyond the subject, or a match that hit a resource limit.
+  // uncompiled pattern, an offset beyond the subject, or a match that hit a resource limit. The
+  // subject is not copied (see above).
   int match(const utString& subject, int start);
 
   // The text that `group` (from 1; 0 is the whole match) covered in the last successful match;
-  // an invalid string for a group that did not take part or when the last match failed.
+  // an invalid string for a group that did not take part or when the last match failed. Read
+  // from the subject, which must still be as it was matched.
   utString get_substring(int group) const;
   // The same text as a view into the subject of the last successful match, without a copy; an
-  // empty view where get_substring gives an invalid string. Valid until the next match.
+  // empty view where get_substring gives an invalid string. Valid until the next match and while
+  // the subject lives unchanged.
   std::string_view group_view(int group) const noexcept;
 
   const utString& pattern() const noexcept { return pattern_; }

@@ -52,16 +52,21 @@ TEST(Matcher, ResultIsOneMoreThanTheHighestGroupThatTookPart) {
 }
 
 TEST(Matcher, GroupTexts) {
+  // The groups are read from the subject in place: each subject outlives the look at its groups.
   auto m = compiled(kToolpath);
-  ASSERT_EQ(m->match(utString("  TOOLPATHID 12.0003 **"), 0), 2);
+  const utString toolpath("  TOOLPATHID 12.0003 **");
+  ASSERT_EQ(m->match(toolpath, 0), 2);
   EXPECT_EQ(m->get_substring(1).view(), "12.0003");
   auto lazy = compiled(R"(^NAME[\s\*]*(.*?)[\s\*]*$)");
-  ASSERT_EQ(lazy->match(utString("NAME BORE A  ** "), 0), 2);
+  const utString name("NAME BORE A  ** ");
+  ASSERT_EQ(lazy->match(name, 0), 2);
   EXPECT_EQ(lazy->get_substring(1).view(), "BORE A");
-  ASSERT_EQ(lazy->match(utString("NAME  "), 0), 2);
+  const utString bare("NAME  ");
+  ASSERT_EQ(lazy->match(bare, 0), 2);
   EXPECT_TRUE(lazy->get_substring(1).valid() && lazy->get_substring(1).empty())
       << "an empty group that took part is a valid empty text";
-  EXPECT_LT(m->match(utString("nothing"), 0), 0);
+  const utString nothing("nothing");
+  EXPECT_LT(m->match(nothing, 0), 0);
   EXPECT_TRUE(m->get_substring(1).invalid()) << "no group text after a failed match";
 }
 

@@ -54,6 +54,18 @@ apStringReader::RawLine apStringReader::read_raw_line(std::istream& stream,
 }
 
 apString apStringReaderUTF8::read_line(std::istream& stream, int& error) {
+  const std::string_view bytes = read_line_bytes(stream, error);
+  if (bytes.data() == nullptr) return apString();
+  int bad = 0;
+  apString line(apStringFromUTF8, bytes, bad);
+  if (bad != 0) {
+    error = bad;
+    return apString();
+  }
+  return line;
+}
+
+std::string_view apStringReaderUTF8::read_line_bytes(std::istream& stream, int& error) {
   std::string& bytes = bytes_;
   bytes.clear();
   bool at_start = first_line_;
@@ -80,13 +92,8 @@ apString apStringReaderUTF8::read_line(std::istream& stream, int& error) {
 
   if (read_raw_line(stream, bytes) != RawLine::kLine) {
     error = 1;
-    return apString();
+    return {};
   }
-  int bad = 0;
-  apString line(apStringFromUTF8, std::string_view(bytes), bad);
-  if (bad != 0) {
-    error = bad;
-    return apString();
-  }
-  return line;
+  // Never a null view for a line, even an empty one: null means no line.
+  return bytes.empty() ? std::string_view("", 0) : std::string_view(bytes);
 }

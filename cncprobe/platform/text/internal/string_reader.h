@@ -20,6 +20,7 @@
 #include <cstddef>
 #include <iosfwd>
 #include <string>
+#include <string_view>
 
 #include "cncprobe/export.h"
 #include "cncprobe/platform/text/wide_string.h"
@@ -65,6 +66,11 @@ class CNCPROBE_API apStringReaderUTF8 : public apStringReader {
       : apStringReader(max_line_bytes) {}
 
   [[nodiscard]] apString read_line(std::istream& stream, int& error) override;
+
+  // The bytes of the next line as read_line reads it (the mark skipped, without its line end),
+  // not yet decoded, so a reader that wants only some lines decodes only those; the same errors
+  // as read_line but the decoding one. The view is good until the next call.
+  [[nodiscard]] std::string_view read_line_bytes(std::istream& stream, int& error);
 
  private:
   bool first_line_ = true;
