@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cncprobe/events/recording_callback_test_util.h"
+#include "tests/support/scratch_directory.h"
 
 namespace {
 constexpr kptUnitsType MM = kptUnitsMillimetres;
@@ -231,7 +232,8 @@ TEST(ResultsFileParser, KeywordTestsChangeNoOutcome) {
       "G330",  "G331", "STAR",       "SIZE",       "POSN",         "ANG",        "TOOL OFFSET",
       "TOOL",  "-",    "+",          "++OUT OF",   "COMPONENT NO", "FEATURE NO", "FEATURE"};
   const char* const leads[] = {"", " ", "**", " * ", "\t", "\v\f", "-", "+ ", "/"};
-  const fs::path variants = fs::temp_directory_path() / "cncprobe_keyword_variants.res";
+  const ScratchDirectory scratch;  // a folder of its own: other test processes run meanwhile
+  const fs::path variants = scratch.path() / "keyword_variants.res";
   std::size_t lines = 0;
   {
     std::ofstream out(variants, std::ios::binary);
