@@ -9,9 +9,10 @@ endif()
 execute_process(COMMAND ${WRAPPER} ${TOOL} ${args}
   WORKING_DIRECTORY ${SOURCE_DIR}
   OUTPUT_VARIABLE actual
+  ERROR_VARIABLE errors
   RESULT_VARIABLE code)
 if(NOT code MATCHES "^[01]$")
-  message(FATAL_ERROR "cncprobe ${args} exited with ${code}")
+  message(FATAL_ERROR "cncprobe ${args} exited with ${code}: ${errors}")
 endif()
 if(UPDATE)
   file(WRITE ${EXPECTED} "${actual}")
@@ -20,5 +21,5 @@ endif()
 file(READ ${EXPECTED} expected)
 if(NOT actual STREQUAL expected)
   file(WRITE ${EXPECTED}.actual "${actual}")
-  message(FATAL_ERROR "cncprobe ${args} differs from ${EXPECTED} (see ${EXPECTED}.actual)")
+  message(FATAL_ERROR "cncprobe ${args} differs from ${EXPECTED} (see ${EXPECTED}.actual) ${errors}")
 endif()

@@ -14,11 +14,42 @@
 
 #include "cncprobe/platform/text/wide_string.h"
 
-#if defined(__unix__) || defined(__APPLE__)
+#if defined(_WIN32)
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+#define CNCPROBE_CAN_RELEASE_PAGES 1
+#elif defined(__unix__) || defined(__APPLE__)
 #include <sys/mman.h>
 #include <unistd.h>
 #define CNCPROBE_CAN_RELEASE_PAGES 1
 #endif
+
+namespace {
+#if defined(_WIN32)
+std::size_t page_size() noexcept {
+  SYSTEM_INFO info{};
+  GetSystemInfo(&info);
+  return info.dwPageSize;
+}
+// The pages' contents are no longer wanted, and they leave the process's working set: Windows'
+// documented way for memory that stays allocated.
+bool give_back(std::uintptr_t from, std::size_t size) noexcept {
+  void* const address = reinterpret_cast<void*>(from);
+  if (VirtualAlloc(address, size, MEM_RESET, PAGE_READWRITE) == nullptr) return false;
+  VirtualUnlock(address, size);  // fails as "not locked", and takes the pages out all the same
+  return true;
+}
+#elif defined(CNCPROBE_CAN_RELEASE_PAGES)
+std::size_t page_size() noexcept { return static_cast<std::size_t>(sysconf(_SC_PAGESIZE)); }
+// The pages read as zeros if touched again.
+bool give_back(std::uintptr_t from, std::size_t size) noexcept {
+  return madvise(reinterpret_cast<void*>(from), size, MADV_DONTNEED) == 0;
+}
+#endif
+}  // namespace
 
 namespace {
 // The longest line a utString holds; a longer run of bytes is cut into lines of this length.
@@ -150,7 +181,7 @@ void kptResultsFileCursor::release_passed_lines() noexcept {
   LineStore& lines = *lines_;
   // Pages are given back a few hundred at a time: a call per line would cost more than it frees.
   constexpr std::size_t kAtLeast = std::size_t{1} << 20;
-  static const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  static const std::size_t page = page_size();
   if (page == 0 || (page & (page - 1)) != 0) return;
   const auto base = reinterpret_cast<std::uintptr_t>(lines.bytes);
   // The pages wholly below the current line; the first may be shared with what the block lies
@@ -158,9 +189,9 @@ void kptResultsFileCursor::release_passed_lines() noexcept {
   const std::uintptr_t from = (base + lines.released_bytes + page - 1) & ~(page - 1);
   const std::uintptr_t to = (base + lines.start(index_)) & ~(page - 1);
   if (to < from || to - from < kAtLeast) return;
-  // The pages read as zeros if touched again; no line below the current one is read again.
+  // No line below the current one is read again, whatever the system makes of its pages.
   lines.released_lines = std::max(lines.released_lines, index_);
-  if (madvise(reinterpret_cast<void*>(from), to - from, MADV_DONTNEED) == 0) {
+  if (give_back(from, to - from)) {
     lines.released_bytes = to - base;
   }
 #endif
