@@ -3,10 +3,6 @@
 // an exit code.
 #include <CLI/CLI.hpp>
 #if defined(_WIN32)
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 // After windows.h, which it needs.
 #include <fcntl.h>

@@ -2,10 +2,6 @@
 #include "cncprobe/foundation/input_file.h"
 
 #if defined(_WIN32)
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 
 #include <filesystem>

@@ -15,10 +15,6 @@
 #include "cncprobe/platform/text/wide_string.h"
 
 #if defined(_WIN32)
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 #define CNCPROBE_CAN_RELEASE_PAGES 1
 #elif defined(__unix__) || defined(__APPLE__)

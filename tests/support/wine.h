@@ -3,10 +3,6 @@
 #pragma once
 
 #if defined(_WIN32)
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 
 inline bool running_under_wine() {

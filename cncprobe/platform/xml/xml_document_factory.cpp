@@ -12,10 +12,6 @@
 // before libxml2 sees it (by iconv; on Windows by the system's code pages and, for UTF-16 and
 // UTF-32, by the standard library's converters).
 #if defined(_WIN32)
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 
 #include <cwchar>
