@@ -4,9 +4,12 @@
 //
 //   extract_speed [--tool PATH] [--runs N] [POINTS...]      (default: 10000 100000 1000000)
 //
-// Jobs: "extract" keeps every result of extract_data until it ends; "refs" reads the reference
-// lines (one is missing from the generated files, so it reads the whole file); with --tool, the
-// tool's extract in JSON and in text with every point, output to /dev/null. Figures are medians.
+// Jobs: "lines" reads the file into the cursor's lines and steps over them; "records" also offers
+// every line to the results-file parser with no receiver, so every record and report is matched
+// and its numbers read but no result is kept: the two are the floor under "extract", which keeps
+// every result of extract_data until it ends. "refs" reads the reference lines (one is missing
+// from the generated files, so it reads the whole file); with --tool, the tool's extract in JSON
+// and in text with every point, output to /dev/null. Figures are medians.
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/resource.h>
@@ -24,6 +27,7 @@
 
 #include "bench/results_file_generator.h"
 #include "cncprobe/cncprobe.h"
+#include "cncprobe/resultsfile/results_file_parser.h"
 
 extern char** environ;
 
@@ -36,6 +40,17 @@ int run_child(const std::string& job, const char* path, std::size_t expected_res
     const kptResultsExtractionStatus status = extractor.extract_data(utString(path), kptUnits());
     return status == kptExtractionSuccess && extractor.number_of_results() == expected_results ? 0
                                                                                                : 1;
+  }
+  if (job == "lines" || job == "records") {
+    const utString name(path);
+    kptResultsFileCursor cursor(name);
+    const kptResultsFileParser parser(kptUnits(),
+                                      utObserverPtr<kptResultsFileParserCallback>(nullptr));
+    std::size_t recognised = 0;
+    while (++cursor) {
+      if (job == "records") recognised += parser.parse_next_object(cursor) ? 1 : 0;
+    }
+    return cursor.line_count() > 0 && (job == "lines" || recognised > expected_results) ? 0 : 1;
   }
   if (job == "refs") {
     kptFileReferenceExtractor references;
@@ -137,6 +152,8 @@ int main(int argc, char** argv) {
     const Run wc = median_run({"/usr/bin/wc", "-l", path}, runs);
 
     std::vector<std::pair<std::string, std::vector<std::string>>> jobs = {
+        {"lines", {self, "--child", "lines", path, expected}},
+        {"records", {self, "--child", "records", path, expected}},
         {"extract", {self, "--child", "extract", path, expected}},
         {"refs", {self, "--child", "refs", path, expected}},
     };
