@@ -1,5 +1,6 @@
 // Benchmarks of the library's entry points over synthetic results files of 10k to 1M points:
-// reading the lines, extracting the results, scanning the reference lines, reading settings.
+// reading the lines, extracting the results, scanning the reference lines, reading settings;
+// and of the two steps every point record costs, recognising the record and reading a number.
 // Each reports throughput (over wall-clock time: reading the file is part of the work) and the
 // peak memory the run added, also as a multiple of the file size.
 #include <benchmark/benchmark.h>
@@ -10,13 +11,17 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "bench/results_file_generator.h"
 #include "cncprobe/cncprobe.h"
 #include "cncprobe/foundation/results_file_cursor.h"
+#include "cncprobe/foundation/string_data_parsing.h"
+#include "cncprobe/resultsfile/results_file_parser.h"
 
 namespace {
 
@@ -182,6 +187,42 @@ void BM_SettingsRead(benchmark::State& state) {
   }
   state.SetItemsProcessed(state.iterations());
 }
+
+// One record line recognised and its numbers read, with no receiver: what a point costs before
+// the result model sees it. The same line a thousand times over, so this is the floor of a warm
+// loop.
+void BM_RecordLine(benchmark::State& state, const char* line) {
+  const kptResultsFileParser parser(kptUnits(),
+                                    utObserverPtr<kptResultsFileParserCallback>(nullptr));
+  constexpr int kLines = 1000;
+  std::string text;
+  for (int i = 0; i < kLines; ++i) (text += line) += '\n';
+  const kptResultsFileCursor lines(kptInputFile::from_text(text));
+  for (auto _ : state) {
+    kptResultsFileCursor cursor = lines;
+    while (++cursor) {
+      if (!parser.parse_next_object(cursor)) state.SkipWithError("the record was not recognised");
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * kLines);
+}
+BENCHMARK_CAPTURE(BM_RecordLine, nominal_point,
+                  "G800 N5 X39.518 Y-6.246 Z-4.000 I0.9877 J0.1564 K0.0000 O0.000 U0.100 L-0.100");
+BENCHMARK_CAPTURE(BM_RecordLine, measured_point, "G801 N6 X39.509 Y-6.247 Z-4.000 R2.500");
+
+// Reading the captured number texts of a nominal point, as the record parser reads them.
+void BM_NumberReading(benchmark::State& state) {
+  const kptStringDataParsing numbers{kptUnits()};
+  const std::string_view texts[] = {"39.518", "-6.246", "-4.000", "0.9877", "0.1564",
+                                    "0.0000", "0.000",  "0.100",  "-0.100"};
+  for (auto _ : state) {
+    for (const std::string_view text : texts) {
+      benchmark::DoNotOptimize(numbers.string_to_double(text));
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(std::size(texts)));
+}
+BENCHMARK(BM_NumberReading);
 
 }  // namespace
 
