@@ -10,6 +10,12 @@
 
 #include "cncprobe/platform/text/internal/neutral_numbers.h"
 
+#if defined(_MSC_VER)
+#define CNCPROBE_OUT_OF_LINE __declspec(noinline)
+#else
+#define CNCPROBE_OUT_OF_LINE __attribute__((noinline))
+#endif
+
 namespace {
 // The C library also reads hexadecimal ("0x1A"), "inf" and "nan" forms. The numbers a machine
 // prints are decimal, and those texts hold no decimal number beyond a leading zero, so they read
@@ -26,14 +32,17 @@ bool only_decimal(const char* begin, const char* end) {
 // The way almost every printed length looks: at most 15 digits around an optional point and no
 // exponent, such as 123.4567. Its digits as a whole number and that number's power of ten are
 // both exact doubles, so one division gives the correctly rounded value, the same one the C
-// library computes the long way. `used` is the length of the number. False, with nothing read,
+// library computes the long way (unless intermediates are wider than a double: they would round
+// twice).
+constexpr std::ptrdiff_t kShortDecimalDigits = 15;
+constexpr bool kExactShortDecimals = FLT_EVAL_METHOD == 0;
+constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                   1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+
+// Reads a short decimal at the start of `text`; `used` is its length. False, with nothing read,
 // for any other text.
 bool read_short_decimal(std::string_view text, double& value, std::size_t& used) noexcept {
-#if FLT_EVAL_METHOD != 0
-  return false;  // a wider intermediate would round twice
-#endif
-  static constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                            1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  if (!kExactShortDecimals) return false;
   const char* p = text.data();
   const char* const end = p + text.size();
   // Past 15 digits the whole number may wrap; it is then not used.
@@ -52,18 +61,16 @@ bool read_short_decimal(std::string_view text, double& value, std::size_t& used)
     count += decimals;
   }
   // An exponent is left to the general reading; so is a text without digits (".").
-  if (count == 0 || count > 15 || (p != end && (*p == 'e' || *p == 'E'))) return false;
+  if (count == 0 || count > kShortDecimalDigits || (p != end && (*p == 'e' || *p == 'E')))
+    return false;
   value = static_cast<double>(digits) / kPowersOfTen[decimals];
   used = static_cast<std::size_t>(p - text.data());
   return true;
 }
-}  // namespace
-
-double kptStringDataParsing::string_to_double(const utString& text) const {
-  return string_to_double(text.view());
-}
-
-double kptStringDataParsing::string_to_double(std::string_view text) const {
+// Any captured text, the long way: signs and blanks in front, a sign behind the digits, long
+// numbers, exponents, texts that hold no number. Kept apart from the common case, whose few
+// registers would otherwise be saved and restored around this one's many.
+CNCPROBE_OUT_OF_LINE double read_any_number(std::string_view text) {
   // The number starts after the leading run of signs and blanks; any "-", in that run or
   // anywhere behind it, makes it negative.
   const std::string_view whole = text;
@@ -109,6 +116,41 @@ double kptStringDataParsing::string_to_double(std::string_view text) const {
   // No number at all is +0 (some C libraries give the sign they read in front of nothing).
   if (end == begin) return 0.0;
   return only_decimal(begin, end) ? value : 0.0;
+}
+
+}  // namespace
+
+double kptStringDataParsing::string_to_double(const utString& text) const {
+  return string_to_double(text.view());
+}
+
+double kptStringDataParsing::string_to_double(std::string_view text) const {
+  // Nearly every captured value is a short decimal behind at most one sign, such as "-12.5", and
+  // is read here in one pass, exactly as the long way would read it.
+  const char* p = text.data();
+  const char* const end = p + text.size();
+  const bool negative = p != end && *p == '-';
+  if (p != end && (*p == '-' || *p == '+')) ++p;
+  std::uint64_t digits = 0;
+  const char* const integer = p;
+  while (p != end && static_cast<unsigned char>(*p - '0') < 10) {
+    digits = digits * 10 + static_cast<std::uint64_t>(*p++ - '0');
+  }
+  std::ptrdiff_t count = p - integer;
+  std::ptrdiff_t decimals = 0;
+  if (p != end && *p == '.') {
+    const char* const fraction = ++p;
+    while (p != end && static_cast<unsigned char>(*p - '0') < 10) {
+      digits = digits * 10 + static_cast<std::uint64_t>(*p++ - '0');
+    }
+    decimals = p - fraction;
+    count += decimals;
+  }
+  if (kExactShortDecimals && p == end && count > 0 && count <= kShortDecimalDigits) {
+    const double value = static_cast<double>(digits) / kPowersOfTen[decimals];
+    return negative ? -value : value;
+  }
+  return read_any_number(text);
 }
 
 double kptStringDataParsing::string_to_mm(const utString& text) const {

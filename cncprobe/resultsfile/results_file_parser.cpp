@@ -2,7 +2,9 @@
 #include "cncprobe/resultsfile/results_file_parser.h"
 
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string_view>
 
@@ -50,11 +52,15 @@ utString g_record_pattern(const char* head, const char* letters) {
 // keyword: those anchored on it ("^G800", "^END") at the line's first byte, the others somewhere
 // in the line ("^.*START", and the ones that allow leading blanks and asterisks). The patterns are
 // case-sensitive, so a plain byte comparison is exact.
-bool begins_with(const utString& line, std::string_view keyword) noexcept {
-  return line.view().substr(0, keyword.size()) == keyword;
+// Both run on every line; with the keyword's length known here, the comparison is a few
+// instructions rather than a call.
+template <std::size_t N>
+bool begins_with(const utString& line, const char (&keyword)[N]) noexcept {
+  return line.length() >= N - 1 && std::memcmp(line.c_str(), keyword, N - 1) == 0;
 }
-bool holds(const utString& line, std::string_view keyword) noexcept {
-  return line.view().find(keyword) != std::string_view::npos;
+template <std::size_t N>
+bool holds(const utString& line, const char (&keyword)[N]) noexcept {
+  return line.view().find(std::string_view(keyword, N - 1)) != std::string_view::npos;
 }
 
 // The largest product of a tool-path value with 10000 that is taken: the record's number must fit
