@@ -1,6 +1,7 @@
 // Buffered output, number formatting and UTF-8 repair for the cncprobe tool.
 #include "tools/output.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -49,6 +50,16 @@ void Output::write_long(std::string_view text) {
     next_ += text.size();
   } else if (std::fwrite(text.data(), 1, text.size(), stream_) != text.size()) {
     throw std::system_error(errno, std::generic_category(), "cannot write the output");
+  }
+}
+
+void Output::write_many_blanks(std::size_t count) {
+  while (count > 0) {
+    hand_over();
+    const std::size_t part = std::min(count, kBlockSize);
+    std::memset(next_, ' ', part);
+    next_ += part;
+    count -= part;
   }
 }
 

@@ -45,9 +45,9 @@ class Output {
   }
   // `count` blanks.
   void write_blanks(std::size_t count) {
-    char* const first = room_for(count);
-    std::memset(first, ' ', count);
-    next_ = first + count;
+    if (count > static_cast<std::size_t>(end_ - next_)) return write_many_blanks(count);
+    std::memset(next_, ' ', count);
+    next_ += count;
   }
   // Room for at least `size` more bytes (at most kBlockSize), to format into directly; what was
   // written there counts once commit(end) is called with the end of it.
@@ -65,6 +65,7 @@ class Output {
 
  private:
   void write_long(std::string_view text);
+  void write_many_blanks(std::size_t count);
   void make_room(std::size_t size);
   // Hands the buffered bytes to the stream without flushing it.
   void hand_over();
