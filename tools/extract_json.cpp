@@ -1,5 +1,6 @@
 // cncprobe extract --format json: one document, written as it goes, point by point.
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -72,44 +73,56 @@ void write_print_data(JsonWriter& json, const mtrToolpathResult& feature) {
   write_print_data(json, static_cast<const mtrInspectionFeature&>(feature).print_data());
 }
 
+// A number, or null when absent.
+void write_number_or_null(Output& out, const std::optional<double>& value) {
+  if (value) {
+    write_json_number(out, *value);
+  } else {
+    out.write("null");
+  }
+}
+
+// One inspection point on one line. A run holds up to millions of them, so the line is put
+// together from its literal pieces straight in the output rather than member by member.
+void write_point_line(Output& out, const mtrInspectionPoint& point) {
+  const giPoint3& nominal = point.nominal_point();
+  const giUnitVec3& direction = point.direction();
+  out.write(R"({"label": )");
+  write_json_string(out, point.label().view());
+  out.write(R"(, "nominal": )");
+  write_json_triple(out, nominal.x(), nominal.y(), nominal.z());
+  out.write(R"(, "direction": )");
+  write_json_triple(out, direction.x(), direction.y(), direction.z());
+  out.write(R"(, "o": )");
+  write_json_number(out, point.o_value());
+  out.write(R"(, "u": )");
+  write_json_number(out, point.u_value());
+  out.write(R"(, "l": )");
+  write_json_number(out, point.l_value());
+  if (point.has_measure()) {
+    const giPoint3& measured = point.measured_point();
+    out.write(R"(, "measured": )");
+    write_json_triple(out, measured.x(), measured.y(), measured.z());
+    out.write(R"(, "r": )");
+    write_json_number(out, point.r_value());
+  } else {
+    out.write(R"(, "measured": null, "r": null)");
+  }
+  const kptPointCheck check = kptPointChecks::of(point);
+  out.write(R"(, "deviation": )");
+  write_number_or_null(out, check.deviation);
+  out.write(R"(, "verdict": )");
+  write_json_string(out, kpt_verdict_name(check.verdict));
+  out.write(R"(, "limit_used": )");
+  write_number_or_null(out, check.limit_used);
+  out.write('}');
+}
+
 void write_probe_path(JsonWriter& json, const mtrProbePath& path) {
   json.key("points");
   json.begin_array();
-  for_each_point(path, [&](const mtrInspectionPoint& point) {
-    json.begin_object(true);
-    json.key("label");
-    json.string(point.label().view());
-    json.key("nominal");
-    write_point(json, point.nominal_point());
-    json.key("direction");
-    write_vector(json, point.direction());
-    json.key("o");
-    json.number(point.o_value());
-    json.key("u");
-    json.number(point.u_value());
-    json.key("l");
-    json.number(point.l_value());
-    json.key("measured");
-    if (point.has_measure()) {
-      write_point(json, point.measured_point());
-    } else {
-      json.null();
-    }
-    json.key("r");
-    if (point.has_measure()) {
-      json.number(point.r_value());
-    } else {
-      json.null();
-    }
-    const kptPointCheck check = kptPointChecks::of(point);
-    json.key("deviation");
-    json.number(check.deviation);
-    json.key("verdict");
-    json.string(kpt_verdict_name(check.verdict));
-    json.key("limit_used");
-    json.number(check.limit_used);
-    json.end_object();
-  });
+  for_each_point(path,
+                 [&](const mtrInspectionPoint& point) { write_point_line(json.item(), point); });
   json.end_array();
 }
 

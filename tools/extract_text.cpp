@@ -1,5 +1,8 @@
 // cncprobe extract --format text: the run at a glance for a person at the machine, with every
 // out-of-tolerance row marked OUT.
+#include <algorithm>
+#include <array>
+#include <charconv>
 #include <optional>
 #include <string>
 #include <vector>
@@ -151,8 +154,8 @@ std::vector<TextTable::Row> feature_rows(std::size_t number, const mtrToolpathRe
   return rows;
 }
 
-TextTable::Row path_row(std::size_t number, const mtrProbePath& path, const Numbers& numbers) {
-  const kptPathSummary summary = kptPointChecks::summary(path);
+TextTable::Row path_row(std::size_t number, const mtrProbePath& path, const kptPathSummary& summary,
+                        const Numbers& numbers) {
   return {std::to_string(number),
           toolpath_text(path),
           std::to_string(summary.points),
@@ -162,24 +165,64 @@ TextTable::Row path_row(std::size_t number, const mtrProbePath& path, const Numb
           summary.outside > 0 ? "OUT" : (summary.within > 0 ? "in" : "-")};
 }
 
-TextTable::Row point_row(std::size_t number, const mtrInspectionPoint& point,
-                         const Numbers& numbers) {
-  const giPoint3& p = point.nominal_point();
-  const kptPointCheck check = kptPointChecks::of(point);
-  std::string deviation_text = "not measured";
-  if (point.has_measure()) {
-    deviation_text = check.deviation ? numbers.signed_length(*check.deviation) : "no direction";
+// The cells of one row of the inspection points table, formatted into buffers of their own and
+// made afresh for each row: the table of a million points is measured and printed a row at a
+// time without an allocation per row.
+class PointCells {
+ public:
+  explicit PointCells(const Precision& precision) : digits_(precision.linear) {}
+
+  TextTable::Cells of(std::size_t number, const mtrInspectionPoint& point) {
+    const giPoint3& p = point.nominal_point();
+    const kptPointCheck check = kptPointChecks::of(point);
+    cells_[0] = view(number_, std::to_chars(number_, number_ + sizeof number_, number).ptr);
+    label_ = point.label();
+    cells_[1] = printable(label_.view());
+    cells_[2] = view(x_, write_fixed(p.x(), digits_, false, x_));
+    cells_[3] = view(y_, write_fixed(p.y(), digits_, false, y_));
+    cells_[4] = view(z_, write_fixed(p.z(), digits_, false, z_));
+    if (!point.has_measure()) {
+      cells_[5] = "not measured";
+    } else if (!check.deviation) {
+      cells_[5] = "no direction";
+    } else {
+      cells_[5] = view(deviation_, write_fixed(*check.deviation, digits_, true, deviation_));
+    }
+    char* end = write_fixed(point.o_value() + point.l_value(), digits_, true, limits_);
+    end = std::copy_n(" .. ", 4, end);
+    end = write_fixed(point.o_value() + point.u_value(), digits_, true, end);
+    cells_[6] = view(limits_, end);
+    cells_[7] = verdict_text(check.verdict);
+    return cells_;
   }
-  return {std::to_string(number),
-          printable_text(point.label().view()),
-          numbers.length(p.x()),
-          numbers.length(p.y()),
-          numbers.length(p.z()),
-          deviation_text,
-          numbers.signed_length(point.o_value() + point.l_value()) + " .. " +
-              numbers.signed_length(point.o_value() + point.u_value()),
-          verdict_text(check.verdict)};
-}
+
+ private:
+  static std::string_view view(const char* first, const char* end) {
+    return std::string_view(first, static_cast<std::size_t>(end - first));
+  }
+  // The label as printable_text makes it; a label of printable ASCII, as nearly all are, is
+  // already that.
+  std::string_view printable(std::string_view label) {
+    const bool plain = std::all_of(label.begin(), label.end(), [](char c) {
+      const auto u = static_cast<unsigned char>(c);
+      return u >= 0x20 && u < 0x7F;
+    });
+    if (plain) return label;
+    printable_label_ = printable_text(label);
+    return printable_label_;
+  }
+
+  int digits_;
+  char number_[24];
+  utString label_;
+  std::string printable_label_;
+  char x_[kNumberBufferSize];
+  char y_[kNumberBufferSize];
+  char z_[kNumberBufferSize];
+  char deviation_[kNumberBufferSize];
+  char limits_[2 * kNumberBufferSize + 4];
+  std::array<std::string_view, 8> cells_;
+};
 
 // The verdict of the run, its counts and its worst check and point.
 std::string verdict_lines(const ExtractView& view, const Numbers& numbers) {
@@ -231,22 +274,37 @@ void write_text(const ExtractView& view, Output& out) {
   const kptResultsDataExtractor& extractor = view.extractor;
   const kptResultsExtractionStatus status = view.status;
   const Numbers numbers(view.precision);
-  std::size_t paths = 0;
   std::size_t features = 0;
   std::size_t points = 0;
   std::size_t measured = 0;
-  for_each_result(extractor, [&](std::size_t, const mtrToolpathResult& result) {
-    if (result.kind() == mtrResultProbePath) {
-      ++paths;
-      for_each_point(static_cast<const mtrProbePath&>(result),
-                     [&](const mtrInspectionPoint& point) {
-                       ++points;
-                       if (point.has_measure()) ++measured;
-                     });
-    } else {
+  // One walk over the results counts them for the heading, keeps each probe path's summary for
+  // the probe paths table, and measures the inspection points table when it is asked for.
+  std::vector<kptPathSummary> path_summaries;
+  TextTable point_table({{"#", TextTable::kRight},
+                         {"LABEL", TextTable::kLeft},
+                         {"X", TextTable::kRight},
+                         {"Y", TextTable::kRight},
+                         {"Z", TextTable::kRight},
+                         {"DEVIATION", TextTable::kRight},
+                         {"LIMITS (O+L .. O+U)", TextTable::kRight},
+                         {"VERDICT", TextTable::kLeft}});
+  PointCells point_cells(view.precision);
+  for_each_result(extractor, [&](std::size_t number, const mtrToolpathResult& result) {
+    if (result.kind() != mtrResultProbePath) {
       ++features;
+      return;
+    }
+    const auto& path = static_cast<const mtrProbePath&>(result);
+    path_summaries.push_back(kptPointChecks::summary(path));
+    points += path_summaries.back().points;
+    measured += path_summaries.back().measured;
+    if (view.points) {
+      for_each_point(path, [&](const mtrInspectionPoint& point) {
+        point_table.measure(point_cells.of(number, point));
+      });
     }
   });
+  const std::size_t paths = path_summaries.size();
 
   std::string head;
   head += "File:          " + printable_text(view.file) + " (read in " +
@@ -297,10 +355,12 @@ void write_text(const ExtractView& view, Output& out) {
                            {"LARGEST DEVIATION", TextTable::kRight},
                            {"VERDICT", TextTable::kLeft}}),
                 [&](auto&& sink) {
+                  std::size_t path = 0;
                   for_each_result(
                       extractor, [&](std::size_t number, const mtrToolpathResult& result) {
                         if (result.kind() == mtrResultProbePath) {
-                          sink(path_row(number, static_cast<const mtrProbePath&>(result), numbers));
+                          sink(path_row(number, static_cast<const mtrProbePath&>(result),
+                                        path_summaries[path++], numbers));
                         }
                       });
                 });
@@ -310,26 +370,14 @@ void write_text(const ExtractView& view, Output& out) {
     out.write(
         "\nInspection points (nominal point, deviation d along the probing direction, mm; "
         "within its limits when O+L <= d <= O+U)\n");
-    print_table(out,
-                TextTable({{"#", TextTable::kRight},
-                           {"LABEL", TextTable::kLeft},
-                           {"X", TextTable::kRight},
-                           {"Y", TextTable::kRight},
-                           {"Z", TextTable::kRight},
-                           {"DEVIATION", TextTable::kRight},
-                           {"LIMITS (O+L .. O+U)", TextTable::kRight},
-                           {"VERDICT", TextTable::kLeft}}),
-                [&](auto&& sink) {
-                  for_each_result(extractor,
-                                  [&](std::size_t number, const mtrToolpathResult& result) {
-                                    if (result.kind() == mtrResultProbePath) {
-                                      for_each_point(static_cast<const mtrProbePath&>(result),
-                                                     [&](const mtrInspectionPoint& point) {
-                                                       sink(point_row(number, point, numbers));
-                                                     });
-                                    }
-                                  });
-                });
+    point_table.print_header(out);
+    for_each_result(extractor, [&](std::size_t number, const mtrToolpathResult& result) {
+      if (result.kind() != mtrResultProbePath) return;
+      for_each_point(static_cast<const mtrProbePath&>(result),
+                     [&](const mtrInspectionPoint& point) {
+                       point_table.print(out, point_cells.of(number, point));
+                     });
+    });
   } else if (points > 0) {
     out.write("\n(cncprobe extract --points lists every inspection point)\n");
   }

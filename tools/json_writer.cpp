@@ -1,76 +1,92 @@
 // The streaming JSON writer of the cncprobe tool.
 #include "tools/json_writer.h"
 
+#include <array>
 #include <charconv>
 
 namespace tool {
 
 namespace {
 
-// True when `bytes` goes into a JSON string as it is: printable ASCII without a quote or a
-// backslash. Keys, labels and feature names nearly always are, so they skip the decoding below.
-bool plain_ascii(std::string_view bytes) noexcept {
-  for (const char c : bytes) {
-    const auto u = static_cast<unsigned char>(c);
-    if (u < 0x20 || u >= 0x7F || c == '"' || c == '\\') return false;
+// The bytes a JSON string holds as they are: printable ASCII (and DEL) but the quote and the
+// backslash. Keys, labels and feature names are nearly always all such bytes, so they are
+// copied in one piece.
+constexpr std::array<bool, 256> kPlainBytes = [] {
+  std::array<bool, 256> plain{};
+  for (int c = 0x20; c < 0x80; ++c) plain[static_cast<std::size_t>(c)] = true;
+  plain['"'] = false;
+  plain['\\'] = false;
+  return plain;
+}();
+
+bool plain_byte(char c) noexcept { return kPlainBytes[static_cast<unsigned char>(c)]; }
+
+// Appends to a std::string, as Output appends to its stream.
+struct StringSink {
+  std::string& text;
+  void write(std::string_view bytes) { text.append(bytes); }
+  void write(char c) { text.push_back(c); }
+};
+
+// The escape of an ASCII byte that is not plain.
+void write_escape(auto& out, unsigned char u) {
+  switch (u) {
+    case '"':
+      return out.write("\\\"");
+    case '\\':
+      return out.write("\\\\");
+    case '\n':
+      return out.write("\\n");
+    case '\r':
+      return out.write("\\r");
+    case '\t':
+      return out.write("\\t");
+    case '\b':
+      return out.write("\\b");
+    case '\f':
+      return out.write("\\f");
+    default:
+      static constexpr char kHex[] = "0123456789abcdef";
+      const char escape[] = {'\\', 'u', '0', '0', kHex[u >> 4], kHex[u & 0x0F]};
+      return out.write(std::string_view(escape, sizeof escape));
   }
-  return true;
 }
 
-void append_quoted(std::string& out, std::string_view bytes) {
-  if (plain_ascii(bytes)) {
-    out.push_back('"');
-    out.append(bytes);
-    out.push_back('"');
-    return;
-  }
-  std::string valid;
-  append_valid_utf8(valid, bytes);
-  out.push_back('"');
-  for (const char c : valid) {
-    const auto u = static_cast<unsigned char>(c);
-    switch (c) {
-      case '"':
-        out.append("\\\"");
-        break;
-      case '\\':
-        out.append("\\\\");
-        break;
-      case '\n':
-        out.append("\\n");
-        break;
-      case '\r':
-        out.append("\\r");
-        break;
-      case '\t':
-        out.append("\\t");
-        break;
-      case '\b':
-        out.append("\\b");
-        break;
-      case '\f':
-        out.append("\\f");
-        break;
-      default:
-        if (u < 0x20) {
-          static constexpr char kHex[] = "0123456789abcdef";
-          out.append("\\u00");
-          out.push_back(kHex[u >> 4]);
-          out.push_back(kHex[u & 0x0F]);
-        } else {
-          out.push_back(c);
-        }
+void write_quoted(auto& out, std::string_view bytes) {
+  out.write('"');
+  std::size_t next = 0;
+  while (next < bytes.size()) {
+    std::size_t end = next;
+    while (end < bytes.size() && plain_byte(bytes[end])) ++end;
+    out.write(bytes.substr(next, end - next));
+    if (end == bytes.size()) break;
+    const auto u = static_cast<unsigned char>(bytes[end]);
+    if (u < 0x80) {
+      write_escape(out, u);
+      next = end + 1;
+      continue;
     }
+    // A UTF-8 sequence is made of bytes above 0x7F only, so a run of them is repaired on its own
+    // as it would be within the whole text.
+    next = end;
+    while (end < bytes.size() && static_cast<unsigned char>(bytes[end]) >= 0x80) ++end;
+    std::string valid;
+    append_valid_utf8(valid, bytes.substr(next, end - next));
+    out.write(valid);
+    next = end;
   }
-  out.push_back('"');
+  out.write('"');
 }
 
 }  // namespace
 
+void write_json_string(Output& out, std::string_view bytes) { write_quoted(out, bytes); }
+
 std::string json_quoted(std::string_view bytes) {
-  std::string out;
-  append_quoted(out, bytes);
-  return out;
+  std::string text;
+  StringSink sink{text};
+  write_quoted(sink, bytes);
+  return text;
 }
 
 void JsonWriter::newline_and_indent(std::size_t depth) {
@@ -120,16 +136,8 @@ void JsonWriter::close(char bracket) {
 
 void JsonWriter::key(std::string_view name) {
   before_item();
-  if (plain_ascii(name)) {
-    out_.write('"');
-    out_.write(name);
-    out_.write("\": ");
-  } else {
-    scratch_.clear();
-    append_quoted(scratch_, name);
-    scratch_.append(": ");
-    out_.write(scratch_);
-  }
+  write_quoted(out_, name);
+  out_.write(": ");
   after_key_ = true;
 }
 
@@ -145,8 +153,7 @@ void JsonWriter::boolean(bool value) {
 
 void JsonWriter::number(double value) {
   before_item();
-  char buffer[kNumberBufferSize];
-  out_.write(format_json_number(value, buffer));
+  write_json_number(out_, value);
 }
 
 void JsonWriter::number(const std::optional<double>& value) {
@@ -166,23 +173,17 @@ void JsonWriter::integer(std::int64_t value) {
 
 void JsonWriter::string(std::string_view bytes) {
   before_item();
-  if (plain_ascii(bytes)) {
-    out_.write('"');
-    out_.write(bytes);
-    out_.write('"');
-    return;
-  }
-  scratch_.clear();
-  append_quoted(scratch_, bytes);
-  out_.write(scratch_);
+  write_quoted(out_, bytes);
 }
 
 void JsonWriter::point(double x, double y, double z) {
-  begin_array(true);
-  number(x);
-  number(y);
-  number(z);
-  end_array();
+  before_item();
+  write_json_triple(out_, x, y, z);
+}
+
+Output& JsonWriter::item() {
+  before_item();
+  return out_;
 }
 
 void JsonWriter::finish() { out_.write('\n'); }

@@ -47,6 +47,10 @@ class JsonWriter {
   void string(std::string_view bytes);
   // [x, y, z] on one line.
   void point(double x, double y, double z);
+  // Writes what goes before the next value (a separator, a line end and indentation) and returns
+  // the output, for a value the caller writes itself as JSON text with the write_json_ functions
+  // below: the way a row repeated a million times is written from its literal pieces.
+  Output& item();
 
   // Ends the document with a line end; call once after the outermost container.
   void finish();
@@ -65,8 +69,29 @@ class JsonWriter {
   Output& out_;
   std::vector<Frame> frames_;
   bool after_key_ = false;
-  std::string scratch_;
 };
+
+// `bytes` as a JSON string literal, quotes included: escaped, and invalid UTF-8 replaced by
+// U+FFFD.
+void write_json_string(Output& out, std::string_view bytes);
+// A number as format_json_number writes it; null when it is not finite.
+inline void write_json_number(Output& out, double value) {
+  out.commit(write_json_number(value, out.room_for(kJsonNumberRoom)));
+}
+// [x, y, z] on one line.
+inline void write_json_triple(Output& out, double x, double y, double z) {
+  char* next = out.room_for(3 * kJsonNumberRoom + 6);
+  *next++ = '[';
+  next = write_json_number(x, next);
+  *next++ = ',';
+  *next++ = ' ';
+  next = write_json_number(y, next);
+  *next++ = ',';
+  *next++ = ' ';
+  next = write_json_number(z, next);
+  *next++ = ']';
+  out.commit(next);
+}
 
 // `bytes` as the text of a JSON string literal, quotes included.
 std::string json_quoted(std::string_view bytes);

@@ -75,6 +75,76 @@ TEST(JsonNumber, ShortDecimalsAreWrittenAsTheGeneralShortestForm) {
   }
 }
 
+// The text a JSON string must hold, made the plain way: the whole text repaired first, then every
+// byte looked at on its own.
+std::string reference_quoted(std::string_view bytes) {
+  std::string valid;
+  append_valid_utf8(valid, bytes);
+  std::string out = "\"";
+  for (const char c : valid) {
+    const auto u = static_cast<unsigned char>(c);
+    if (c == '"' || c == '\\') {
+      out += '\\';
+      out += c;
+    } else if (c == '\n') {
+      out += "\\n";
+    } else if (c == '\r') {
+      out += "\\r";
+    } else if (c == '\t') {
+      out += "\\t";
+    } else if (c == '\b') {
+      out += "\\b";
+    } else if (c == '\f') {
+      out += "\\f";
+    } else if (u < 0x20) {
+      static constexpr char kHex[] = "0123456789abcdef";
+      out += "\\u00";
+      out += kHex[u >> 4];
+      out += kHex[u & 0x0F];
+    } else {
+      out += c;
+    }
+  }
+  return out + "\"";
+}
+
+// Plain runs are copied whole and each run of non-ASCII bytes is repaired on its own: the result
+// must be the same as repairing and escaping the whole text, wherever the runs start and end.
+TEST(JsonString, RunsGiveTheSameTextAsTheWholeRepaired) {
+  std::vector<std::string> cases = {
+      "",
+      "Path 12 (3): Inspection Point 1",
+      "C:\\PROBE\\RUN \"7\".TXT",
+      "tab\there\nline\r\x01\x1f\x7f end",
+      "\xC3\xA9t\xC3\xA9 \xE6\x97\xA5\xE6\x9C\xAC",
+      "cut \xE2\x82 then ascii",
+      "cut at the end \xF0\x9F\x98",
+      "\x80\xBF stray at the start",
+      "overlong \xC0\xAF surrogate \xED\xA0\x80 beyond \xF4\x90\x80\x80",
+      "\xF4\x8F\xBF\xBF\"\xC3\xA9\\\xC3",
+  };
+  // Random texts from bytes that start, continue, break and escape sequences.
+  static constexpr char kAlphabet[] = {'a',    ' ',    '"',    '\\',   '\n',   '\x01',
+                                       '\x7f', '\x80', '\xbf', '\xc2', '\xc3', '\xe2',
+                                       '\xed', '\xf0', '\xf4', '\xff'};
+  std::uint64_t state = 0x2545F4914F6CDD1DULL;
+  for (int i = 0; i < 5000; ++i) {
+    std::string text;
+    for (int n = 0; n < i % 13; ++n) {
+      state ^= state << 13;
+      state ^= state >> 7;
+      state ^= state << 17;
+      text += kAlphabet[state % sizeof kAlphabet];
+    }
+    cases.push_back(text);
+  }
+  for (const std::string& text : cases) {
+    const std::string quoted = json_quoted(text);
+    ASSERT_EQ(quoted, reference_quoted(text));
+    EXPECT_EQ(nlohmann::json::parse(quoted).is_string(), true) << quoted;
+  }
+}
+
 struct Utf8Case {
   const char* name;
   std::string in, out;

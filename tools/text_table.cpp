@@ -5,49 +5,51 @@
 
 namespace tool {
 
+namespace {
+
+std::vector<std::string_view> views_of(const TextTable::Row& row) {
+  return std::vector<std::string_view>(row.begin(), row.end());
+}
+
+}  // namespace
+
 TextTable::TextTable(std::vector<Column> columns) : columns_(std::move(columns)) {
   widths_.reserve(columns_.size());
   for (const Column& column : columns_) widths_.push_back(display_width(column.title));
 }
 
-void TextTable::measure(const Row& row) {
-  const std::size_t n = std::min(row.size(), widths_.size());
-  for (std::size_t i = 0; i < n; ++i) widths_[i] = std::max(widths_[i], display_width(row[i]));
+void TextTable::measure(Cells cells) {
+  const std::size_t n = std::min(cells.size(), widths_.size());
+  for (std::size_t i = 0; i < n; ++i) widths_[i] = std::max(widths_[i], display_width(cells[i]));
 }
+
+void TextTable::measure(const Row& row) { measure(views_of(row)); }
 
 void TextTable::print_header(Output& out) const {
-  std::vector<const std::string*> cells;
-  cells.reserve(columns_.size());
-  for (const Column& column : columns_) cells.push_back(&column.title);
-  print_cells(out, cells);
+  std::vector<std::string_view> titles;
+  titles.reserve(columns_.size());
+  for (const Column& column : columns_) titles.emplace_back(column.title);
+  print(out, titles);
 }
 
-void TextTable::print(Output& out, const Row& row) const {
-  static const std::string kEmpty;
-  std::vector<const std::string*> cells;
-  cells.reserve(columns_.size());
-  for (std::size_t i = 0; i < columns_.size(); ++i)
-    cells.push_back(i < row.size() ? &row[i] : &kEmpty);
-  print_cells(out, cells);
-}
+void TextTable::print(Output& out, const Row& row) const { print(out, views_of(row)); }
 
-void TextTable::print_cells(Output& out, const std::vector<const std::string*>& cells) const {
-  std::string line(indent, ' ');
+void TextTable::print(Output& out, Cells cells) const {
+  out.write_blanks(indent);
   std::size_t pending_blanks = 0;  // padding is written only when something follows it
-  for (std::size_t i = 0; i < cells.size(); ++i) {
-    const std::string& cell = *cells[i];
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    const std::string_view cell = i < cells.size() ? cells[i] : std::string_view();
     const std::size_t pad = widths_[i] - std::min(widths_[i], display_width(cell));
     if (i > 0) pending_blanks += 2;
     if (columns_[i].align == kRight) pending_blanks += pad;
     if (!cell.empty()) {
-      line.append(pending_blanks, ' ');
+      out.write_blanks(pending_blanks);
       pending_blanks = 0;
-      line.append(cell);
+      out.write(cell);
     }
     if (columns_[i].align == kLeft) pending_blanks += pad;
   }
-  line.push_back('\n');
-  out.write(line);
+  out.write('\n');
 }
 
 }  // namespace tool
