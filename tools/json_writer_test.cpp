@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/repeatable_random.h"
+
 namespace tool {
 namespace {
 
@@ -44,13 +46,7 @@ TEST(JsonNumber, ShortDecimalsAreWrittenAsTheGeneralShortestForm) {
                                 1e-2 - 1e-17,
                                 // round numbers outside, whose scientific form is the shorter
                                 1e5, 3e5, 12e4, 1e6, 1e-4, 2e-5};
-  std::uint64_t state = 88172645463325252ULL;  // xorshift: the same values on every run
-  const auto next = [&state] {
-    state ^= state << 13;
-    state ^= state >> 7;
-    state ^= state << 17;
-    return state;
-  };
+  RepeatableRandom next(88172645463325252ULL);
   static constexpr double kPowers[] = {1, 10, 100, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8};
   for (int i = 0; i < 200000; ++i) {
     const int decimals = static_cast<int>(next() % 9);
@@ -127,15 +123,10 @@ TEST(JsonString, RunsGiveTheSameTextAsTheWholeRepaired) {
   static constexpr char kAlphabet[] = {'a',    ' ',    '"',    '\\',   '\n',   '\x01',
                                        '\x7f', '\x80', '\xbf', '\xc2', '\xc3', '\xe2',
                                        '\xed', '\xf0', '\xf4', '\xff'};
-  std::uint64_t state = 0x2545F4914F6CDD1DULL;
+  RepeatableRandom next_byte(0x2545F4914F6CDD1DULL);
   for (int i = 0; i < 5000; ++i) {
     std::string text;
-    for (int n = 0; n < i % 13; ++n) {
-      state ^= state << 13;
-      state ^= state >> 7;
-      state ^= state << 17;
-      text += kAlphabet[state % sizeof kAlphabet];
-    }
+    for (int n = 0; n < i % 13; ++n) text += kAlphabet[next_byte() % sizeof kAlphabet];
     cases.push_back(text);
   }
   for (const std::string& text : cases) {

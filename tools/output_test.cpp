@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/repeatable_random.h"
+
 namespace tool {
 namespace {
 
@@ -34,13 +36,7 @@ TEST(FixedNumber, WrittenAsTheExactDecimalExpansionRounds) {
                                 -0.0004, -0.0005, 1e-300,  -1e-300,   5e-324,   0.49999, 9.9995,
                                 99.9995, 1e15,    4.5e15,  0x1p52,    0x1p53,   1e22,    1e300,
                                 -1e300,  25.012,  -25.012, 1.0 / 3.0, 2.0 / 3.0};
-  std::uint64_t state = 0x9E3779B97F4A7C15ULL;  // xorshift: the same values on every run
-  const auto next = [&state] {
-    state ^= state << 13;
-    state ^= state >> 7;
-    state ^= state << 17;
-    return state;
-  };
+  RepeatableRandom next(0x9E3779B97F4A7C15ULL);
   for (int i = 0; i < 30000; ++i) {
     // Decimals of up to six digits and their neighbours, and values of any bits.
     const double decimal = static_cast<double>(next() % 100000000) / 1e6;
