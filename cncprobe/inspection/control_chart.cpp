@@ -237,7 +237,9 @@ kptSeriesStatistics kptControlChart::analyse(std::span<const double> values,
     if (st.n >= 2) {
       double squares = 0.0;  // about the mean, in a second pass: no cancellation for tight spreads
       for (const double v : p.values) squares += (v - mean) * (v - mean);
-      const double s = std::sqrt(squares / static_cast<double>(st.n - 1));
+      // Equal values have no spread, whatever the rounding of their mean leaves behind.
+      const double s =
+          *st.min == *st.max ? 0.0 : std::sqrt(squares / static_cast<double>(st.n - 1));
       st.standard_deviation = s;
       indices(tolerance, mean, s, st.pp, st.ppk);
     }

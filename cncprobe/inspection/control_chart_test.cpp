@@ -148,7 +148,7 @@ TEST(ControlChart, IndicesByHand) {
   EXPECT_NEAR(*offset.cpk, (0.05 - 0.009) / (3 * within), 1e-9);
 
   // Constant values, one value, no tolerance: no index at all.
-  const std::vector<double> constant = {0.01, 0.01, 0.01};
+  const std::vector<double> constant = {0.1, 0.1, 0.1};  // a mean of 0.1 + 1.4e-17
   const std::vector<double> one = {0.01};
   for (const auto& [values, tolerance] :
        {std::pair{constant, kptCheckLimits{-0.05, 0.05}},
