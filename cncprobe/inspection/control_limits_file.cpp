@@ -96,8 +96,9 @@ std::string kptControlLimitsFile::parse(std::string_view text, kptControlLimitsF
   const std::optional<double> version = read_number(doc, "version");
   if (!version) return "the version is missing";
   if (*version > kVersion) {
-    return "a control limits file of a newer version (" +
-           std::to_string(static_cast<long long>(*version)) + ")";
+    return *version < 1e9 ? "a control limits file of a newer version (" +
+                                std::to_string(static_cast<long long>(*version)) + ")"
+                          : std::string("a control limits file of a newer version");
   }
   kptControlLimitsFile read;
   bool wrong = false;
@@ -107,7 +108,10 @@ std::string kptControlLimitsFile::parse(std::string_view text, kptControlLimitsF
   read.program.cad_filename = read_text(*program, "cad_filename", wrong);
   if (wrong) return "a program reference is not a text";
   const std::optional<double> baseline_runs = read_number(doc, "baseline_runs");
-  if (!baseline_runs || !(*baseline_runs >= 0)) return "the baseline's runs are missing";
+  // Counts beyond any real number of runs are refused before they are converted.
+  if (!baseline_runs || !(*baseline_runs >= 0) || *baseline_runs > 1e15) {
+    return "the baseline's runs are missing";
+  }
   read.baseline_runs = static_cast<std::size_t>(*baseline_runs);
   if (const auto runs = doc.find("runs"); runs != doc.end() && runs->is_array()) {
     for (const auto& run : *runs) {
