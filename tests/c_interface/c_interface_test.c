@@ -596,8 +596,8 @@ static void test_series_statistics(void) {
   cncprobe_series_statistics st;
   cncprobe_violation found[4];
   const double within = 0.002 / 1.128;
-  CHECK_ERROR(cncprobe_series_statistics_compute(values, 10, -0.05, 0.05, 5, CNCPROBE_ALL_RULES,
-                                                 5, &st, found, 4),
+  CHECK_ERROR(cncprobe_series_statistics_compute(values, 10, -0.05, 0.05, 5, CNCPROBE_ALL_RULES, 5,
+                                                 &st, found, 4),
               CNCPROBE_OK);
   CHECK(st.state == CNCPROBE_CONTROL_LIMITS && st.n == 9 && st.baseline_n == 5);
   CHECK_NEAR(st.centre, 0.004);
@@ -614,8 +614,8 @@ static void test_series_statistics(void) {
   CHECK(found[2].run == 9 && found[2].rule == 1 && found[2].moving_range == 1);
 
   /* Too small an array: what fits, and every violation counted. */
-  CHECK_ERROR(cncprobe_series_statistics_compute(values, 10, -0.05, 0.05, 5, CNCPROBE_ALL_RULES,
-                                                 5, &st, found, 1),
+  CHECK_ERROR(cncprobe_series_statistics_compute(values, 10, -0.05, 0.05, 5, CNCPROBE_ALL_RULES, 5,
+                                                 &st, found, 1),
               CNCPROBE_ERROR_BUFFER_TOO_SMALL);
   CHECK(st.violation_count == 3 && found[0].run == 7);
 
