@@ -62,10 +62,14 @@
 
 // Verdicts: feature quantities and inspection points against their tolerances, the summary of a
 // run, and the name and meaning of every extraction status.
+#include "cncprobe/inspection/control_chart.h"
+#include "cncprobe/inspection/control_limits_file.h"
 #include "cncprobe/inspection/feature_check.h"
 #include "cncprobe/inspection/inspection_summary.h"
 #include "cncprobe/inspection/point_check.h"
 #include "cncprobe/inspection/result_names.h"
 #include "cncprobe/inspection/status_text.h"
+#include "cncprobe/inspection/trend_analysis.h"
+#include "cncprobe/inspection/trend_series.h"
 #include "cncprobe/inspection/trend_statistics.h"
 #include "cncprobe/inspection/verdict.h"

@@ -409,4 +409,57 @@ CNCPROBE_C_API cncprobe_error cncprobe_settings_values_get(const cncprobe_settin
 CNCPROBE_C_API cncprobe_error cncprobe_settings_surface_point_label(
     const cncprobe_settings* settings, char* buffer, size_t capacity, size_t* needed);
 
+/* ---------------------------------------------------------------------------------------------
+ * Control charts: the individuals and moving-range chart of one series (one quantity or point
+ * over many runs of a program, one deviation per run), its run rules and capability. */
+
+/* Why a series has control limits or not. */
+enum {
+  CNCPROBE_CONTROL_LIMITS = 0,         /* the baseline gives limits; the rules apply */
+  CNCPROBE_CONTROL_TOO_FEW_VALUES = 1, /* fewer than two values in the baseline */
+  CNCPROBE_CONTROL_NO_SPREAD = 2       /* every moving range of the baseline is zero */
+};
+
+/* All eight run rules: bit r - 1 stands for rule r. */
+#define CNCPROBE_ALL_RULES 0xFFu
+
+typedef struct cncprobe_series_statistics {
+  double mean, standard_deviation, min, max; /* of every value; standard deviation (n - 1) */
+  /* The baseline's centre line, mean moving range, sigma within (moving range / 1.128), the
+   * individuals chart's limits (centre -+ 3 sigma) and the moving-range chart's upper limit
+   * (3.267 x mean moving range); NaN without control limits. */
+  double centre, moving_range, sigma_within, lcl, ucl, mr_ucl;
+  /* Capability from sigma within and the centre, with its approximate 95% interval (Bissell);
+   * performance from the standard deviation and the mean. With only an upper limit cp and pp
+   * are NaN and cpk, ppk the upper indices. NaN without tolerance, spread or two values. */
+  double cp, cpk, cpk_low, cpk_high, pp, ppk;
+  uint64_t n;                      /* values present (not NaN) */
+  uint64_t baseline_n;             /* values in the baseline */
+  uint64_t violation_count;        /* every violation, also those beyond the caller's array */
+  int32_t state;                   /* CNCPROBE_CONTROL_... */
+  int32_t one_sided;               /* 1 with only one tolerance limit */
+  int32_t capability_preliminary;  /* 1 when baseline_n < 25 */
+  int32_t performance_preliminary; /* 1 when n < 25 */
+} cncprobe_series_statistics;
+
+/* A run rule that fired, at the run that completes its pattern. */
+typedef struct cncprobe_violation {
+  double value;         /* the deviation, or the moving range on the moving-range chart */
+  uint64_t run;         /* index into the values */
+  int32_t rule;         /* 1 to 8 */
+  int32_t moving_range; /* 1 for rule 1 on the moving-range chart */
+} cncprobe_violation;
+
+/* The statistics of `count` values (NaN for a run without one; values may be NULL when count is
+ * 0) against tolerance limits (NaN on a side without one): control limits from the first
+ * `baseline` values (0: all), the rules of the bit set `rules` (CNCPROBE_ALL_RULES) reported
+ * from run `first_judged` on, into *statistics and up to `capacity` violations in run order
+ * (violations may be NULL when capacity is 0). More violations than fit: the array is full and
+ * CNCPROBE_ERROR_BUFFER_TOO_SMALL, *statistics filled all the same. Bits beyond the eight rules
+ * are CNCPROBE_ERROR_INVALID_ARGUMENT. */
+CNCPROBE_C_API cncprobe_error cncprobe_series_statistics_compute(
+    const double* values, size_t count, double lower_limit, double upper_limit, size_t baseline,
+    uint32_t rules, size_t first_judged, cncprobe_series_statistics* statistics,
+    cncprobe_violation* violations, size_t capacity);
+
 #endif /* CNCPROBE_CNCPROBE_C_H */

@@ -85,6 +85,7 @@ void add_extract_command(CLI::App& app, CommandSet& commands);
 void add_refs_command(CLI::App& app, CommandSet& commands);
 void add_settings_command(CLI::App& app, CommandSet& commands);
 void add_report_command(CLI::App& app, CommandSet& commands);
+void add_trend_command(CLI::App& app, CommandSet& commands);
 
 // Options every command spells alike.
 // FILE, required; `description` says what it is.

@@ -38,6 +38,7 @@ int run(int argc, char** argv) {
   tool::add_refs_command(app, commands);
   tool::add_settings_command(app, commands);
   tool::add_report_command(app, commands);
+  tool::add_trend_command(app, commands);
 
   const std::string usage = commands.usage();
   app.footer(

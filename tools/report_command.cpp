@@ -35,6 +35,11 @@ kptInputFile read_input(const std::string& file) {
 
 int run_report(ReportOptions options, Output& out) {
   const bool trend = options.files.size() > 1;
+  if (options.baseline != 0 && (options.baseline < 2 || options.baseline > options.files.size())) {
+    error_line("report: --baseline takes 2 to " + std::to_string(options.files.size()) +
+               " runs (the runs given)");
+    return kExitUsage;
+  }
   if (options.output.empty()) {
     if (!trend && options.files.front() == "-") {
       error_line(
@@ -132,11 +137,15 @@ void add_report_command(CLI::App& app, CommandSet& commands) {
                      "Inspection settings: digits of the values and the confetti diameter");
   report->add_option("-o,--output", options->output,
                      "The page to write (default: the input's base name with .html; trend.html)");
+  report->add_option("--baseline", options->baseline,
+                     "A trend report's control limits from the first N runs (default: all)");
   report
       ->add_option("--true-position", *true_position,
                    "A TP tolerance read as a diametral zone (default) or a radial limit")
       ->check(CLI::IsMember({"diametral", "radial"}));
-  commands.add(report, "report   FILE...  [--units mm|in] [--settings FILE.xml] [-o FILE.html]",
+  commands.add(report,
+               "report   FILE...  [--units mm|in] [--settings FILE.xml] [-o FILE.html]\n"
+               "                                  [--baseline N]",
                [options, true_position](Output& out) {
                  ReportOptions chosen = *options;
                  chosen.convention = *true_position == "radial" ? kptZoneRadial : kptZoneDiametral;

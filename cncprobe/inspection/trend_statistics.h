@@ -24,8 +24,10 @@ struct kptTrendSummary {
   std::optional<double> mean;                // n >= 1
   std::optional<double> standard_deviation;  // sample standard deviation (n - 1), n >= 2
   std::optional<double> min, max;            // n >= 1
-  // Cp = (upper - lower) / 6s, with both limits; Cpk = the nearer limit's distance from the mean
-  // over 3s, with at least one limit. Both absent when s is absent or zero.
+  // (upper - lower) / 6s, with both limits; the nearer limit's distance from the mean over 3s,
+  // with at least one limit. Both absent when s is absent or zero. Taken from the standard
+  // deviation of every run these are performance indices (Pp, Ppk); capability (Cp, Cpk from the
+  // moving ranges) and control limits are kptControlChart's.
   std::optional<double> cp, cpk;
 };
 

@@ -29,7 +29,7 @@ from ._model import (
     read_settings,
     references,
 )
-from .spc import spc
+from .spc import spc, violations
 
 __all__ = [
     "Extraction",
@@ -49,4 +49,5 @@ __all__ = [
     "read_settings",
     "references",
     "spc",
+    "violations",
 ]

@@ -17,5 +17,6 @@ from ._model import (
     references as references,
 )
 from .spc import spc as spc
+from .spc import violations as violations
 
 __all__: list[str]

@@ -1,54 +1,145 @@
-"""Statistics of each feature quantity across runs, for control charts and capability."""
+"""Control charts of each feature quantity across runs: individuals and moving-range limits from
+a baseline, the eight run rules, capability (Cp, Cpk) beside performance (Pp, Ppk).
+
+The numbers come from the library, the same code as ``cncprobe trend``: equal runs give equal
+numbers.
+"""
 
 from __future__ import annotations
 
 import numpy as np
 
+from . import _cncprobe
+
 #: The columns that name one feature quantity across runs.
 KEY = ["kind", "toolpath", "instance", "component", "feature", "name", "quantity"]
 
+#: The statistics columns, named as in ``cncprobe trend --format json``.
+COLUMNS = ["n", "mean", "s", "min", "max", "lower_tolerance", "upper_tolerance", "state",
+           "baseline_n", "centre", "moving_range", "sigma_within", "lcl", "ucl", "mr_ucl", "cp",
+           "cpk", "cpk_low", "cpk_high", "pp", "ppk", "one_sided", "capability_preliminary",
+           "performance_preliminary", "violations"]
 
-def spc(checks):
-    """Per feature quantity across runs: n, mean, std (n - 1), min, max, Cp and Cpk.
+ALL_RULES = (1, 2, 3, 4, 5, 6, 7, 8)
 
-    ``checks`` is a feature-checks DataFrame of many runs: the second frame of
-    ``Extraction.to_pandas()`` of each run concatenated, or ``cncprobe.dask.read_checks(...)``
-    (a Dask DataFrame is computed first). Rows are grouped by kind, toolpath, instance,
-    component, feature, name and quantity.
 
-    The statistics are of the actual value, or of the deviation for a quantity that has none
-    (centre and corner offsets). Cp and Cpk come from the deviations and the limits at which the
-    library's verdict turns (the frame's ``lower_limit`` and ``upper_limit``: -tol and +tol for a
-    plain tolerance; for a true position the zone's half width or the radial limit, above an
-    offset and on both sides of a middle): Cp = (upper - lower) / 6 std where both limits exist,
-    Cpk = the nearer limit's distance from the mean deviation / 3 std (a one-sided limit gives
-    Cpk only). NaN without a tolerance, with fewer than two runs, or without spread. ``nominal``,
-    ``tolerance`` and the limits are those of the newest row; ``out`` counts the rows the
-    library judged out of tolerance.
-    """
+def _rule_mask(rules):
+    text = rules if isinstance(rules, str) else ",".join(str(int(r)) for r in rules)
+    mask = _cncprobe.parse_rules(text)
+    if mask is None:
+        raise ValueError(f"rules are numbers 1 to 8, not {rules!r}")
+    return mask
+
+
+def _frame(checks):
     import pandas as pd
 
     if hasattr(checks, "compute") and not isinstance(checks, pd.DataFrame):
         checks = checks.compute()
     frame = checks.copy()
-    frame["value"] = frame["actual"].where(frame["actual"].notna(), frame["deviation"])
-    frame["is_out"] = frame["verdict"].astype(object) == "out"
     for column in ("kind", "quantity", "name"):
         frame[column] = frame[column].astype(object)
     frame["name"] = frame["name"].fillna("")
-    grouped = frame.groupby(KEY, sort=False, dropna=False)
-    table = grouped["value"].agg(["count", "mean", "std", "min", "max"])
-    table = table.rename(columns={"count": "n"})
-    last = grouped[["nominal", "tolerance", "lower_limit", "upper_limit"]].last()
-    table["nominal"] = last["nominal"]
-    table["tolerance"] = last["tolerance"]
-    table["out"] = grouped["is_out"].sum().astype(np.int64)
-    spread = grouped["deviation"].std()
-    centre = grouped["deviation"].mean()
-    three_sigma = 3.0 * spread
-    usable = spread > 0
-    lower, upper = last["lower_limit"], last["upper_limit"]
-    table["cp"] = ((upper - lower) / (2.0 * three_sigma)).where(usable)
-    cpk = np.fmin((upper - centre) / three_sigma, (centre - lower) / three_sigma)
-    table["cpk"] = cpk.where(usable)
-    return table.reset_index()
+    # The run of each row: the order the files first appear in, or each quantity's rows in
+    # order when the frame does not say which file a row came from.
+    if "file" in frame.columns:
+        frame["_run"] = pd.factorize(frame["file"].astype(object), sort=False)[0]
+    else:
+        frame["_run"] = frame.groupby(KEY, sort=False, dropna=False).cumcount()
+    return frame
+
+
+def _analyse(checks, baseline, rules):
+    """(key, group, chart, runs) for each feature quantity, in the order they first appear."""
+    frame = _frame(checks)
+    runs = int(frame["_run"].max()) + 1 if len(frame) else 0
+    if baseline is not None and (int(baseline) < 2 or int(baseline) > runs):
+        raise ValueError(f"baseline takes 2 to {runs} runs (the runs given), not {baseline}")
+    count = runs if baseline is None else int(baseline)
+    first_judged = count if count < runs else 0
+    mask = _rule_mask(rules)
+    for key, group in frame.groupby(KEY, sort=False, dropna=False):
+        values = np.full(runs, np.nan)
+        deviations = group["deviation"].to_numpy(dtype=float)
+        values[group["_run"].to_numpy()] = deviations
+        first = group.iloc[0]
+        chart = _cncprobe.control_chart(values.tolist(), float(first["lower_limit"]),
+                                        float(first["upper_limit"]), count, mask, first_judged)
+        yield key, group, chart, frame
+
+
+def _none_to_nan(value):
+    return np.nan if value is None else value
+
+
+def spc(checks, baseline=None, rules=ALL_RULES):
+    """One row per feature quantity across runs: its I-MR chart and capability.
+
+    ``checks`` is a feature-checks DataFrame of many runs: ``cncprobe.dask.read_checks(...)`` (a
+    Dask DataFrame is computed first), or the second frame of ``Extraction.to_pandas()`` of each
+    run concatenated in run order. The run of a row is the order its ``file`` first appears in,
+    or the order of each quantity's rows without a ``file`` column.
+
+    Values are deviations from nominal (the radial offset of a centre or corner). ``baseline``
+    is the number of first runs the control limits come from (default: every run); the runs
+    after it are judged against those frozen limits, and with the default every run is judged.
+    ``rules`` picks the run rules (default all eight: 1 beyond 3 sigma, 2 nine on one side,
+    3 six rising or falling, 4 fourteen alternating, 5 two of three beyond 2 sigma, 6 four of
+    five beyond 1 sigma, 7 fifteen within 1 sigma, 8 eight outside 1 sigma on both sides).
+
+    Columns, as in ``cncprobe trend --format json``: n, mean, s (n - 1), min, max of the
+    deviations; the tolerance limits; state ("limits", "too_few_values", "no_spread");
+    baseline_n, centre, moving_range, sigma_within = moving_range / 1.128, lcl, ucl, mr_ucl;
+    cp, cpk from sigma_within and the baseline's centre (with its 95% interval cpk_low,
+    cpk_high), pp, ppk from s and the mean of every run; with only an upper limit cp and pp are
+    NaN and cpk, ppk are the upper indices (one_sided); capability_preliminary (baseline_n <
+    25), performance_preliminary (n < 25); violations, the number of rules that fired. Then
+    nominal and tolerance of the newest row and ``out``, the rows the library judged out of
+    tolerance. An index is NaN without a tolerance, without spread or with too few values.
+    """
+    import pandas as pd
+
+    rows = []
+    for key, group, chart, _ in _analyse(checks, baseline, rules):
+        first = group.iloc[0]
+        row = dict(zip(KEY, key))
+        for column in COLUMNS:
+            if column == "lower_tolerance":
+                row[column] = float(first["lower_limit"])
+            elif column == "upper_tolerance":
+                row[column] = float(first["upper_limit"])
+            elif column == "violations":
+                row[column] = len(chart["violations"])
+            else:
+                row[column] = _none_to_nan(chart[column])
+        row["nominal"] = group["nominal"].iloc[-1]
+        row["tolerance"] = group["tolerance"].iloc[-1]
+        row["out"] = int((group["verdict"].astype(object) == "out").sum())
+        rows.append(row)
+    table = pd.DataFrame(rows, columns=KEY + COLUMNS + ["nominal", "tolerance", "out"])
+    return table.astype({"n": np.int64, "baseline_n": np.int64, "violations": np.int64,
+                         "out": np.int64})
+
+
+def violations(checks, baseline=None, rules=ALL_RULES):
+    """One row per rule that fired on a judged run, as ``cncprobe trend`` lists them: the
+    quantity's key columns, ``run`` (0-based), ``file`` (when the frame has one), ``rule``
+    (1 to 8), ``chart`` ("individuals", or "moving_range" for rule 1 on the moving ranges) and
+    ``value`` (the deviation, or the moving range). Arguments as :func:`spc`."""
+    import pandas as pd
+
+    rows = []
+    for key, group, chart, frame in _analyse(checks, baseline, rules):
+        files = None
+        if "file" in frame.columns:
+            files = frame.drop_duplicates("_run").set_index("_run")["file"]
+        for run, rule, which, value in chart["violations"]:
+            row = dict(zip(KEY, key))
+            row.update(run=run, file=None if files is None else files.get(run), rule=rule,
+                       chart=which, value=value)
+            rows.append(row)
+    columns = KEY + ["run", "file", "rule", "chart", "value"]
+    return pd.DataFrame(rows, columns=columns)
+
+
+__all__ = ["KEY", "COLUMNS", "spc", "violations"]

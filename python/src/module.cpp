@@ -15,6 +15,7 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -24,6 +25,7 @@
 #include "cncprobe/filereferences/file_reference_extractor.h"
 #include "cncprobe/foundation/input_file.h"
 #include "cncprobe/foundation/units.h"
+#include "cncprobe/inspection/control_chart.h"
 #include "cncprobe/inspection/feature_check.h"
 #include "cncprobe/inspection/point_check.h"
 #include "cncprobe/inspection/result_names.h"
@@ -521,6 +523,57 @@ py::dict read_settings(const py::bytes& name, const std::string& units) {
   return d;
 }
 
+// The control chart of one series (NaN for a run without a value), computed by the library so
+// the Python numbers are the tool's: limits from the first `baseline` runs (all when 0), the
+// indices against the tolerance limits (NaN for none), the violations from `first_judged` on.
+py::dict control_chart(const std::vector<double>& values, double lower, double upper,
+                       std::size_t baseline, std::uint32_t rules, std::size_t first_judged) {
+  const std::size_t count = baseline == 0 || baseline > values.size() ? values.size() : baseline;
+  kptCheckLimits tolerance;
+  if (!std::isnan(lower)) tolerance.lower = lower;
+  if (!std::isnan(upper)) tolerance.upper = upper;
+  const kptControlLimits limits =
+      kptControlChart::baseline(std::span<const double>(values.data(), count));
+  const kptSeriesStatistics st =
+      kptControlChart::analyse(values, tolerance, limits, rules, first_judged);
+  const auto value = [](const std::optional<double>& v) {
+    return v ? py::object(py::float_(*v)) : py::object(py::none());
+  };
+  const auto when_set = [&limits](double v) {
+    return limits.usable() ? py::object(py::float_(v)) : py::object(py::none());
+  };
+  py::dict d;
+  d["n"] = st.n;
+  d["mean"] = value(st.mean);
+  d["s"] = value(st.standard_deviation);
+  d["min"] = value(st.min);
+  d["max"] = value(st.max);
+  d["state"] = kpt_control_state_name(limits.state);
+  d["baseline_n"] = limits.n;
+  d["centre"] = when_set(limits.centre);
+  d["moving_range"] = when_set(limits.moving_range);
+  d["sigma_within"] = when_set(limits.sigma);
+  d["lcl"] = when_set(limits.lower);
+  d["ucl"] = when_set(limits.upper);
+  d["mr_ucl"] = when_set(limits.moving_range_upper);
+  d["cp"] = value(st.cp);
+  d["cpk"] = value(st.cpk);
+  d["cpk_low"] = value(st.cpk_low);
+  d["cpk_high"] = value(st.cpk_high);
+  d["pp"] = value(st.pp);
+  d["ppk"] = value(st.ppk);
+  d["one_sided"] = st.one_sided;
+  d["capability_preliminary"] = st.capability_preliminary;
+  d["performance_preliminary"] = st.performance_preliminary;
+  py::list violations;
+  for (const kptRuleViolation& v : st.violations) {
+    violations.append(
+        py::make_tuple(v.run, v.rule, v.moving_range ? "moving_range" : "individuals", v.value));
+  }
+  d["violations"] = violations;
+  return d;
+}
+
 }  // namespace
 
 PYBIND11_MODULE(_cncprobe, m) {
@@ -554,4 +607,9 @@ PYBIND11_MODULE(_cncprobe, m) {
   m.def("extract", &extract, py::arg("name"), py::arg("shown_name"), py::arg("units") = "mm");
   m.def("references", &references, py::arg("name"), py::arg("shown_name"));
   m.def("read_settings", &read_settings, py::arg("name"), py::arg("units") = "mm");
+  m.def("control_chart", &control_chart, py::arg("values"), py::arg("lower"), py::arg("upper"),
+        py::arg("baseline"), py::arg("rules"), py::arg("first_judged"));
+  m.def("parse_rules", [](const std::string& text) -> std::optional<std::uint32_t> {
+    return kptControlChart::parse_rules(text);
+  });
 }

@@ -10,7 +10,7 @@ import pytest
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.by import By
 
-from conftest import EXAMPLES, console_errors, extract_json, make_report, open_page, run_tool
+from conftest import EXAMPLES, SOURCE, console_errors, extract_json, make_report, open_page, run_tool
 
 BRACKET = os.path.join(EXAMPLES, "bracket_mm.txt")
 BRACKET_SETTINGS = os.path.join(EXAMPLES, "bracket_settings.xml")
@@ -213,7 +213,10 @@ def test_trend_report_of_three_runs(browser, workdir):
     document = extract_json(runs[0])
     features = rows(browser, "trend-features-table")
     if "summary" in document:
-        assert len(features) == count_checks(document)
+        # Each centre and corner offset also gives its X and Y deviations as series.
+        offsets = sum(1 for r in document["results"] for c in r.get("checks", [])
+                      if c["quantity"] in ("centre_offset", "corner_offset"))
+        assert len(features) == count_checks(document) + 2 * offsets
     charts = browser.find_elements(By.CSS_SELECTOR, "#trend-features canvas")
     assert len(charts) == len(features) > 0
     points = sum(len(r["points"]) for r in document["results"] if r["kind"] == "probe_path")
@@ -248,3 +251,30 @@ def test_a_100k_point_page_is_interactive_within_seconds(browser, workdir):
         assert label == f"Path {k // 10000 + 1}: Inspection Point {k % 10000 + 1}"
     assert canvas_colours(browser) > 5
     assert elapsed < 20
+
+
+def test_trend_report_of_a_wearing_tool_marks_the_drift(browser, workdir):
+    import sys
+    sys.path.insert(0, os.path.join(SOURCE, "tests", "support"))
+    import drift_runs
+
+    directory = os.path.join(workdir, "drift")
+    os.makedirs(directory, exist_ok=True)
+    runs = [str(p) for p in drift_runs.write_runs(directory, 20)]
+    page = make_report(workdir, "drift.html", *runs, "--baseline", "10")
+    open_page(browser, page)
+    assert console_errors(browser) == []
+    # The section comes first after the title, and the worn bore's diameter leads it.
+    sections = [s.get_attribute("id") for s in browser.find_elements(By.CSS_SELECTOR, "#report > section")]
+    assert sections[:3] == ["summary", "drifting", "runs"]
+    first = browser.find_element(By.CSS_SELECTOR, "#drift-list > li").text
+    assert first.startswith("circle 3 component 1 feature 1 \u2013 diameter")
+    assert "rule" in first and "runs 1" in first
+    # Its chart marks violations on judged runs only, each with its rule numbers.
+    box = browser.find_element(By.CSS_SELECTOR, "#drift-charts .trend-chart")
+    marks = json.loads(box.get_attribute("data-marks"))
+    assert marks and all(m["run"] >= 10 and m["rules"] for m in marks)
+    assert any("1" in m["rules"] for m in marks)
+    # Capability from ten baseline runs is marked preliminary.
+    cells = rows(browser, "trend-features-table")[0].find_elements(By.TAG_NAME, "td")
+    assert cells[9].text.endswith("*") and "preliminary" in cells[9].get_attribute("title")

@@ -587,6 +587,55 @@ static void test_settings(void) {
 /* ---------------------------------------------------------------------------------------------
  * The runner. */
 
+/* A series of ten runs, limits from the first five (moving ranges 0.002, 0.002, 0.002, 0.002:
+ * sigma within 0.002 / 1.128, centre 0.004), then a jump at run 7 that rule 1 catches on both
+ * charts; a run without a value (NaN) is skipped. */
+static void test_series_statistics(void) {
+  const double nan = NAN;
+  const double values[] = {0.0, 0.002, 0.004, 0.006, 0.008, 0.005, 0.004, 0.030, nan, 0.006};
+  cncprobe_series_statistics st;
+  cncprobe_violation found[4];
+  const double within = 0.002 / 1.128;
+  CHECK_ERROR(cncprobe_series_statistics_compute(values, 10, -0.05, 0.05, 5, CNCPROBE_ALL_RULES, 5,
+                                                 &st, found, 4),
+              CNCPROBE_OK);
+  CHECK(st.state == CNCPROBE_CONTROL_LIMITS && st.n == 9 && st.baseline_n == 5);
+  CHECK_NEAR(st.centre, 0.004);
+  CHECK_NEAR(st.sigma_within, within);
+  CHECK_NEAR(st.ucl, 0.004 + 3 * within);
+  CHECK_NEAR(st.mr_ucl, 3.267 * 0.002);
+  CHECK_NEAR(st.cp, 0.1 / (6 * within));
+  CHECK_NEAR(st.cpk, 0.046 / (3 * within));
+  CHECK(st.capability_preliminary == 1 && st.one_sided == 0);
+  CHECK(st.violation_count == 3);
+  CHECK(found[0].run == 7 && found[0].rule == 1 && found[0].moving_range == 0);
+  CHECK(found[1].run == 7 && found[1].rule == 1 && found[1].moving_range == 1);
+  CHECK_NEAR(found[1].value, 0.026);
+  CHECK(found[2].run == 9 && found[2].rule == 1 && found[2].moving_range == 1);
+
+  /* Too small an array: what fits, and every violation counted. */
+  CHECK_ERROR(cncprobe_series_statistics_compute(values, 10, -0.05, 0.05, 5, CNCPROBE_ALL_RULES, 5,
+                                                 &st, found, 1),
+              CNCPROBE_ERROR_BUFFER_TOO_SMALL);
+  CHECK(st.violation_count == 3 && found[0].run == 7);
+
+  /* An offset (upper limit only) of equal values: no spread, no limits, no index. */
+  {
+    const double same[] = {0.01, 0.01, 0.01};
+    CHECK_ERROR(cncprobe_series_statistics_compute(same, 3, nan, 0.05, 0, CNCPROBE_ALL_RULES, 0,
+                                                   &st, NULL, 0),
+                CNCPROBE_OK);
+    CHECK(st.state == CNCPROBE_CONTROL_NO_SPREAD && st.one_sided == 1);
+    CHECK(isnan(st.ucl) && isnan(st.cpk) && isnan(st.ppk) && st.standard_deviation == 0.0);
+  }
+  CHECK_ERROR(cncprobe_series_statistics_compute(NULL, 3, nan, nan, 0, 1u, 0, &st, NULL, 0),
+              CNCPROBE_ERROR_INVALID_ARGUMENT);
+  CHECK_ERROR(cncprobe_series_statistics_compute(values, 3, nan, nan, 0, 0x100u, 0, &st, NULL, 0),
+              CNCPROBE_ERROR_INVALID_ARGUMENT);
+  CHECK_ERROR(cncprobe_series_statistics_compute(values, 3, nan, nan, 0, 1u, 0, &st, NULL, 2),
+              CNCPROBE_ERROR_INVALID_ARGUMENT);
+}
+
 int main(int argc, char** argv) {
   static const struct {
     const char* name;
@@ -602,6 +651,7 @@ int main(int argc, char** argv) {
       {"text buffers", test_text_buffers},
       {"references", test_references},
       {"settings", test_settings},
+      {"series statistics", test_series_statistics},
   };
   int passed = 0, failed = 0;
   size_t i;

@@ -21,7 +21,7 @@
 #include "cncprobe/inspection/inspection_summary.h"
 #include "cncprobe/inspection/point_check.h"
 #include "cncprobe/inspection/status_text.h"
-#include "cncprobe/inspection/trend_statistics.h"
+#include "cncprobe/inspection/trend_analysis.h"
 #include "cncprobe/platform/model/angle_surface_feature.h"
 #include "cncprobe/platform/model/circle_feature.h"
 #include "cncprobe/platform/model/corner_feature.h"
@@ -444,27 +444,26 @@ SingleReportOutcome write_single_report_data(const ReportOptions& options,
 
 namespace {
 
-// One series: a quantity of a matched feature, or a matched point, with a value per run.
-struct Series {
-  std::string item;
-  std::string quantity;  // quantity name; "deviation" for points
-  std::string label;
-  std::optional<double> nominal;
-  kptTrendLimits limits;
-  std::vector<double> values;  // per run; NaN where the run had none
-};
+void write_optional(JsonText& json, const char* name, const std::optional<double>& value) {
+  json.key(name).number(value);
+}
 
-constexpr std::size_t kMaxTrendPoints = 5000;
-
-void write_series(JsonText& json, const Series& s) {
+// One series as the page charts it: its values per run, tolerance and control limits, capability
+// and the rules that fired (all from the library's analysis).
+void write_series(JsonText& json, const kptTrendSeries& s, const kptSeriesStatistics& st) {
+  const kptControlLimits& l = st.limits;
+  const auto when_set = [&l](double value) {
+    return l.usable() ? std::optional<double>(value) : std::nullopt;
+  };
   json.begin_object();
+  json.key("key").string(s.key);
   json.key("item").string(s.item);
   json.key("quantity").string(s.quantity);
   json.key("label").string(s.label);
   json.key("value_name").string("deviation");
   json.key("nominal").null();  // values are deviations: the nominal is 0
-  json.key("lower").number(s.limits.lower);
-  json.key("upper").number(s.limits.upper);
+  json.key("lower").number(s.tolerance.lower);
+  json.key("upper").number(s.tolerance.upper);
   json.key("values").begin_array();
   for (const double v : s.values) {
     if (std::isnan(v)) {
@@ -474,16 +473,39 @@ void write_series(JsonText& json, const Series& s) {
     }
   }
   json.end_array();
-  const kptTrendSummary st = kptTrendStatistics::of(s.values, s.limits);
   json.key("stats").begin_object();
   json.key("n").integer(static_cast<std::int64_t>(st.n));
-  json.key("mean").number(st.mean);
-  json.key("standard_deviation").number(st.standard_deviation);
-  json.key("min").number(st.min);
-  json.key("max").number(st.max);
-  json.key("cp").number(st.cp);
-  json.key("cpk").number(st.cpk);
+  write_optional(json, "mean", st.mean);
+  write_optional(json, "standard_deviation", st.standard_deviation);
+  write_optional(json, "min", st.min);
+  write_optional(json, "max", st.max);
+  json.key("state").string(kpt_control_state_name(l.state));
+  json.key("baseline_n").integer(static_cast<std::int64_t>(l.n));
+  write_optional(json, "centre", when_set(l.centre));
+  write_optional(json, "sigma_within", when_set(l.sigma));
+  write_optional(json, "lcl", when_set(l.lower));
+  write_optional(json, "ucl", when_set(l.upper));
+  write_optional(json, "mr_ucl", when_set(l.moving_range_upper));
+  write_optional(json, "cp", st.cp);
+  write_optional(json, "cpk", st.cpk);
+  write_optional(json, "cpk_low", st.cpk_low);
+  write_optional(json, "cpk_high", st.cpk_high);
+  write_optional(json, "pp", st.pp);
+  write_optional(json, "ppk", st.ppk);
+  json.key("one_sided").boolean(st.one_sided);
+  json.key("capability_preliminary").boolean(st.capability_preliminary);
+  json.key("performance_preliminary").boolean(st.performance_preliminary);
   json.end_object();
+  json.key("violations").begin_array();
+  for (const kptRuleViolation& v : st.violations) {
+    json.begin_object();
+    json.key("run").integer(static_cast<std::int64_t>(v.run));
+    json.key("rule").integer(v.rule);
+    json.key("chart").string(v.moving_range ? "moving_range" : "individuals");
+    json.key("value").number(v.value);
+    json.end_object();
+  }
+  json.end_array();
   json.end_object();
 }
 
@@ -492,13 +514,7 @@ void write_series(JsonText& json, const Series& s) {
 ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome& settings,
                              const std::vector<kptInputFile>& inputs) {
   const std::size_t runs = options.files.size();
-  // Series in the order they first appear; keys as the matching rule says.
-  std::map<std::tuple<std::string, unsigned, long long, std::string, std::string>, std::size_t>
-      feature_index;
-  std::map<std::string, std::size_t> point_index;
-  std::vector<Series> features;
-  std::vector<Series> points;
-  std::set<std::string> omitted;  // labels beyond kMaxTrendPoints
+  kptTrendSeriesSet set(options.convention);
 
   JsonText json;
   json.begin_object();
@@ -530,56 +546,24 @@ ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome
     json.key("status").string(kptStatusText::name(status));
     json.key("passed").boolean(summary.passed());
     json.end_object();
-
-    for_each_result(extractor, [&](std::size_t, const mtrToolpathResult& result) {
-      if (const auto* path = dynamic_cast<const mtrProbePath*>(&result)) {
-        for_each_point(*path, [&](const mtrInspectionPoint& point) {
-          const std::string label(point.label().view());
-          auto [it, added] = point_index.try_emplace(label, points.size());
-          if (added) {
-            if (points.size() >= kMaxTrendPoints) {
-              point_index.erase(it);
-              omitted.insert(label);
-              return;
-            }
-            points.push_back({label, "deviation", "deviation", std::nullopt,
-                              kptTrendStatistics::limits_of(point),
-                              std::vector<double>(runs, std::nan(""))});
-          }
-          const kptPointCheck check = kptPointChecks::of(point);
-          if (check.deviation) points[it->second].values[run] = *check.deviation;
-        });
-        return;
-      }
-      const auto* feature = dynamic_cast<const mtrInspectionFeature*>(&result);
-      if (!feature) return;
-      const std::string kind = kind_text(result);
-      const std::string identity = identity_text(feature->print_data());
-      const long long instance =
-          result.pattern_instance() ? static_cast<long long>(*result.pattern_instance()) : -1;
-      for (const kptFeatureCheck& check : kptFeatureChecks::of(result, options.convention)) {
-        const auto key = std::make_tuple(kind, result.id(), instance, identity,
-                                         std::string(kpt_quantity_name(check.quantity)));
-        auto [it, added] = feature_index.try_emplace(key, features.size());
-        if (added) {
-          features.push_back({kind + " " + toolpath_text(result) + " " + identity,
-                              kpt_quantity_name(check.quantity), kpt_quantity_label(check.quantity),
-                              check.nominal,
-                              kptTrendStatistics::limits_of(check, options.convention),
-                              std::vector<double>(runs, std::nan(""))});
-        }
-        if (std::isfinite(check.deviation)) features[it->second].values[run] = check.deviation;
-      }
-    });
+    set.add_run(extractor);
   }
   json.end_array();
+
+  const kptTrendAnalysis analysis = kptTrendAnalysis::from_baseline(set, options.baseline);
+  json.key("baseline_runs").integer(static_cast<std::int64_t>(analysis.baseline_runs));
+  json.key("first_judged").integer(static_cast<std::int64_t>(analysis.first_judged));
   json.key("features").begin_array();
-  for (const Series& s : features) write_series(json, s);
+  for (std::size_t i = 0; i < set.features().size(); ++i) {
+    write_series(json, set.features()[i], analysis.features[i]);
+  }
   json.end_array();
   json.key("points").begin_array();
-  for (const Series& s : points) write_series(json, s);
+  for (std::size_t i = 0; i < set.points().size(); ++i) {
+    write_series(json, set.points()[i], analysis.points[i]);
+  }
   json.end_array();
-  json.key("points_omitted").integer(static_cast<std::int64_t>(omitted.size()));
+  json.key("points_omitted").integer(static_cast<std::int64_t>(set.points_omitted()));
   json.end_object();
 
   ReportData out;

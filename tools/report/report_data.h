@@ -20,6 +20,8 @@ struct ReportOptions {
   std::string settings_file;  // empty: the default settings
   std::string output;         // empty: the input's base name with .html, in the current directory
   kptZoneConvention convention = kptZoneDiametral;
+  // A trend report's control limits come from the first `baseline` runs; 0: every run.
+  std::size_t baseline = 0;
   std::string generator;  // "cncprobe 0.2.0"
 };
 

@@ -686,60 +686,183 @@
       ]));
     });
     runs.appendChild(rb);
-    head.appendChild(el('div', { cls: 'table-wrap' }, [runs]));
     main.appendChild(head);
+    const runSection = section('Runs', 'runs');
+    runSection.appendChild(el('div', { cls: 'table-wrap' }, [runs]));
 
-    const statsSection = (title, id, series, withCharts) => {
+    const baselineRuns = data.baseline_runs || data.runs.length;
+    const firstJudged = data.first_judged || 0;
+    // "runs 12–20, 23": consecutive runs as ranges, numbered from 1.
+    const runRanges = (runs) => {
+      const parts = [];
+      for (let i = 0; i < runs.length;) {
+        let j = i;
+        while (j + 1 < runs.length && runs[j + 1] === runs[j] + 1) ++j;
+        parts.push(j > i ? (runs[i] + 1) + '–' + (runs[j] + 1) : String(runs[i] + 1));
+        i = j + 1;
+      }
+      return (runs.length > 1 ? 'runs ' : 'run ') + parts.join(', ');
+    };
+    const ruleText = { 1: 'beyond 3\u03c3', 2: 'nine on one side', 3: 'six rising or falling', 4: 'fourteen alternating',
+      5: 'two of three beyond 2\u03c3', 6: 'four of five beyond 1\u03c3', 7: 'fifteen within 1\u03c3', 8: 'eight outside 1\u03c3' };
+    const stateText = { too_few_values: 'too few values for control limits', no_spread: 'no spread in the baseline: no control limits, no rules',
+      no_baseline: 'not in the baseline' };
+    const indexDigits = digits.unitless > 2 ? 2 : digits.unitless;
+    const series = data.features.concat(data.points);
+
+    // The baseline shaded behind the values, and each violation's rule numbers above its point.
+    const spcMarks = {
+      id: 'spcMarks',
+      beforeDatasetsDraw(chart) {
+        if (baselineRuns >= data.runs.length) return;
+        const x = chart.scales.x, area = chart.chartArea, ctx = chart.ctx;
+        const right = (x.getPixelForValue(baselineRuns - 1) + x.getPixelForValue(baselineRuns)) / 2;
+        ctx.save();
+        ctx.fillStyle = 'rgba(59, 111, 216, 0.08)';
+        ctx.fillRect(area.left, area.top, right - area.left, area.bottom - area.top);
+        ctx.fillStyle = '#5b6475';
+        ctx.font = '11px system-ui, sans-serif';
+        ctx.fillText('baseline', area.left + 4, area.top + 12);
+        ctx.restore();
+      },
+      afterDatasetsDraw(chart) {
+        const marks = chart.options.plugins.spcMarks.marks;
+        const x = chart.scales.x, y = chart.scales.y, ctx = chart.ctx;
+        ctx.save();
+        ctx.fillStyle = '#b3261e';
+        ctx.font = 'bold 11px system-ui, sans-serif';
+        ctx.textAlign = 'center';
+        for (const m of marks) ctx.fillText(m.rules.join(','), x.getPixelForValue(m.run), y.getPixelForValue(m.value) - 9);
+        ctx.restore();
+      },
+    };
+    // The individuals chart of one series: values, centre line, control and tolerance limits.
+    const chartOf = (q, grid) => {
+      const d = q.quantity === 'angle' ? digits.angular : digits.linear;
+      const st = q.stats;
+      const box = el('div', { cls: 'chart-box trend-chart' });
+      const canvas = el('canvas');
+      grid.appendChild(el('h3', { text: q.item + ' \u2013 ' + q.label, cls: 'chart-title' }));
+      box.appendChild(canvas);
+      grid.appendChild(box);
+      const runLabels = data.runs.map((r, k) => String(k + 1));
+      // The rules fired at each run, on the individuals chart or its moving range.
+      const byRun = new Map();
+      for (const v of q.violations) {
+        if (!byRun.has(v.run)) byRun.set(v.run, new Set());
+        byRun.get(v.run).add(v.chart === 'moving_range' ? v.rule + 'mr' : String(v.rule));
+      }
+      const marks = Array.from(byRun.entries()).filter(([run]) => q.values[run] !== null)
+        .map(([run, rules]) => ({ run: run, value: q.values[run], rules: Array.from(rules).sort() }));
+      box.dataset.marks = JSON.stringify(marks);
+      const colour = q.values.map((v, k) => (byRun.has(k) ? '#b3261e' : '#3b6fd8'));
+      const datasets = [{ label: q.value_name, data: q.values, borderColor: '#3b6fd8', backgroundColor: colour, pointBackgroundColor: colour,
+        pointBorderColor: colour, pointRadius: q.values.map((v, k) => (byRun.has(k) ? 5 : 3)), spanGaps: false, tension: 0 }];
+      const line = (value, name, colourOf, dash, width) => ({ label: name, data: runLabels.map(() => value), borderColor: colourOf,
+        backgroundColor: colourOf, borderDash: dash, pointRadius: 0, borderWidth: width });
+      if (st.centre !== null) datasets.push(line(st.centre, 'centre line', '#1f7a3a', [], 1.5));
+      if (st.ucl !== null) datasets.push(line(st.ucl, 'control limits (\u00b13\u03c3)', '#d97706', [4, 3], 1.5));
+      if (st.lcl !== null) datasets.push(Object.assign(line(st.lcl, 'LCL', '#d97706', [4, 3], 1.5), { legendHidden: true }));
+      if (q.upper !== null) datasets.push(line(q.upper, 'tolerance limits', '#b3261e', [8, 4], 2));
+      if (q.lower !== null) datasets.push(Object.assign(line(q.lower, 'lower tolerance', '#b3261e', [8, 4], 2), { legendHidden: q.upper !== null }));
+      new Chart(canvas.getContext('2d'), {
+        type: 'line',
+        data: { labels: runLabels, datasets: datasets },
+        options: {
+          animation: false, responsive: true, maintainAspectRatio: false,
+          layout: { padding: { top: 14, right: 28 } },
+          scales: { x: { title: { display: true, text: 'run' } }, y: { ticks: { callback: (v) => fixed(v, d + 1) } } },
+          plugins: {
+            legend: { position: 'bottom', labels: { filter: (item, chartData) => !chartData.datasets[item.datasetIndex].legendHidden } },
+            spcMarks: { marks: marks },
+          },
+        },
+        plugins: [spcMarks],
+      });
+    };
+
+    // Drifting: the series with a rule fired on a judged run, the most violations first, then
+    // the latest.
+    const drifting = series.filter((q) => q.violations.length)
+      .map((q) => ({ q: q, last: Math.max.apply(null, q.violations.map((v) => v.run)) }))
+      .sort((a, b) => b.q.violations.length - a.q.violations.length || b.last - a.last);
+    const drift = section('Drifting', 'drifting');
+    drift.appendChild(el('p', { cls: 'note', text: 'Control limits from ' + (baselineRuns === data.runs.length ? 'all ' + baselineRuns + ' runs' :
+      'the first ' + baselineRuns + ' runs (shaded on the charts); runs ' + (firstJudged + 1) + ' to ' + data.runs.length + ' are judged against them') +
+      '. Rules: 1 ' + ruleText[1] + ', 2 ' + ruleText[2] + ', 3 ' + ruleText[3] + ', 4 ' + ruleText[4] + ', 5 ' + ruleText[5] + ', 6 ' + ruleText[6] +
+      ', 7 ' + ruleText[7] + ', 8 ' + ruleText[8] + ' (\u03c3 from the moving ranges of the baseline; rule 1 also on the moving range, marked 1mr on the charts).' }));
+    if (!drifting.length) {
+      drift.appendChild(el('p', { cls: 'drift-none', text: 'Nothing is drifting: no rule fired on a judged run.' }));
+    } else {
+      const list = el('ol', { cls: 'drift-list', id: 'drift-list' });
+      for (const { q } of drifting) {
+        const rules = Array.from(new Set(q.violations.map((v) => v.rule))).sort((a, b) => a - b);
+        const runs = Array.from(new Set(q.violations.map((v) => v.run))).sort((a, b) => a - b);
+        list.appendChild(el('li', {}, [
+          el('strong', { text: q.item + ' \u2013 ' + q.label }),
+          el('span', { text: ': ' + q.violations.length + ' violation' + (q.violations.length > 1 ? 's' : '') + ', rule' + (rules.length > 1 ? 's ' : ' ') +
+            rules.join(', ') + ' (' + rules.map((r) => ruleText[r]).join('; ') + '), at ' + runRanges(runs) + '.' }),
+        ]));
+      }
+      drift.appendChild(list);
+      if (typeof Chart !== 'undefined') {
+        const grid = el('div', { cls: 'trend-charts', id: 'drift-charts' });
+        drift.appendChild(grid);
+        for (const { q } of drifting.slice(0, 2)) chartOf(q, grid);
+      }
+    }
+    main.appendChild(drift);
+    main.appendChild(runSection);
+
+    const capabilityCell = (value, preliminary, n, title) => {
+      const cell = el('td', { cls: 'num' + (preliminary && value !== null ? ' preliminary' : ''), text: fixed(value, indexDigits) });
+      if (value !== null) cell.title = title + ' from n = ' + n + (preliminary ? ' (preliminary: fewer than 25)' : '');
+      if (value !== null && preliminary) cell.textContent += '*';
+      return cell;
+    };
+
+    const statsSection = (title, id, list, withCharts) => {
       const s = section(title, id);
-      if (!series.length) {
+      if (!list.length) {
         s.appendChild(el('p', { cls: 'muted', text: 'Nothing to compare.' }));
         return s;
       }
       const table = el('table', { id: id + '-table' });
-      const heads = ['Item', 'Quantity', 'n', 'Mean', 'Std dev', 'Min', 'Max', 'Lower limit', 'Upper limit', 'Cp', 'Cpk'];
-      table.appendChild(el('thead', {}, [el('tr', {}, heads.map((t, i) => el('th', { text: t, cls: i >= 2 ? 'num' : '' })))]));
+      const heads = ['Item', 'Quantity', 'n', 'Mean', 's', '\u03c3 within', 'Control limits', 'Tolerance', 'Cp', 'Cpk', 'Cpk 95%', 'Pp', 'Ppk', 'Rules', 'Note'];
+      table.appendChild(el('thead', {}, [el('tr', {}, heads.map((t, i) => el('th', { text: t, cls: i >= 2 && i < 14 ? 'num' : '' })))]));
       const tb = el('tbody');
-      for (const q of series) {
+      for (const q of list) {
         const d = q.quantity === 'angle' ? digits.angular : digits.linear;
         const st = q.stats;
-        const low = st.cpk !== null && st.cpk < 1;
-        tb.appendChild(el('tr', { cls: low ? 'out' : '' }, [
+        const notes = [];
+        if (stateText[st.state]) notes.push(stateText[st.state]);
+        if (st.one_sided) notes.push('one-sided: Cpu, Ppu');
+        const rules = Array.from(new Set(q.violations.map((v) => v.rule))).sort((a, b) => a - b);
+        tb.appendChild(el('tr', { cls: q.violations.length ? 'out' : '' }, [
           el('td', { text: q.item }), el('td', { text: q.label }), el('td', { cls: 'num', text: st.n }),
-          el('td', { cls: 'num', text: fixed(st.mean, d) }), el('td', { cls: 'num', text: fixed(st.standard_deviation, d) }),
-          el('td', { cls: 'num', text: fixed(st.min, d) }), el('td', { cls: 'num', text: fixed(st.max, d) }),
-          el('td', { cls: 'num', text: fixed(q.lower, d) }), el('td', { cls: 'num', text: fixed(q.upper, d) }),
-          el('td', { cls: 'num', text: fixed(st.cp, digits.unitless > 3 ? 3 : digits.unitless) }),
-          el('td', { cls: 'num', text: fixed(st.cpk, digits.unitless > 3 ? 3 : digits.unitless) }),
+          el('td', { cls: 'num', text: fixed(st.mean, d + 1) }), el('td', { cls: 'num', text: fixed(st.standard_deviation, d + 1) }),
+          el('td', { cls: 'num', text: fixed(st.sigma_within, d + 1) }),
+          el('td', { cls: 'num nowrap', text: st.lcl === null ? '\u2013' : fixed(st.lcl, d + 1) + ' \u2026 ' + fixed(st.ucl, d + 1) }),
+          el('td', { cls: 'num nowrap', text: q.upper === null ? '\u2013' : q.lower === null ? '\u2264 ' + fixed(q.upper, d) :
+            q.lower === -q.upper ? '\u00b1' + fixed(q.upper, d) : fixed(q.lower, d) + ' \u2026 ' + fixed(q.upper, d) }),
+          capabilityCell(st.cp, st.capability_preliminary, st.baseline_n, 'Cp'),
+          capabilityCell(st.cpk, st.capability_preliminary, st.baseline_n, st.one_sided ? 'Cpu' : 'Cpk'),
+          el('td', { cls: 'num nowrap', text: st.cpk_low === null ? '\u2013' : fixed(st.cpk_low, indexDigits) + ' \u2026 ' + fixed(st.cpk_high, indexDigits) }),
+          capabilityCell(st.pp, st.performance_preliminary, st.n, 'Pp'),
+          capabilityCell(st.ppk, st.performance_preliminary, st.n, st.one_sided ? 'Ppu' : 'Ppk'),
+          el('td', { cls: 'num rules-cell', text: rules.length ? rules.join(', ') : '' }),
+          el('td', { cls: 'muted', text: notes.join('; ') }),
         ]));
       }
       table.appendChild(tb);
       s.appendChild(el('div', { cls: 'table-wrap' }, [table]));
+      s.appendChild(el('p', { cls: 'note', text: 'Cp, Cpk: capability, from \u03c3 within (mean moving range / 1.128) and the baseline\u2019s mean, with n the baseline\u2019s runs; ' +
+        'Pp, Ppk: performance, from the standard deviation s and the mean of every run. * preliminary: from fewer than 25 runs. ' +
+        'Cpk 95%: its approximate interval (Bissell). A trend (a wearing tool) shows as Cpk above Ppk.' }));
       if (!withCharts || typeof Chart === 'undefined') return s;
       const grid = el('div', { cls: 'trend-charts' });
       s.appendChild(grid);
-      for (const q of series) {
-        const d = q.quantity === 'angle' ? digits.angular : digits.linear;
-        const box = el('div', { cls: 'chart-box trend-chart' });
-        const canvas = el('canvas');
-        grid.appendChild(el('h3', { text: q.item + ' \u2013 ' + q.label, cls: 'chart-title' }));
-        box.appendChild(canvas);
-        grid.appendChild(box);
-        const runLabels = data.runs.map((r, k) => String(k + 1));
-        const datasets = [{ label: q.value_name, data: q.values, borderColor: '#3b6fd8', backgroundColor: '#3b6fd8', spanGaps: false, tension: 0 }];
-        const line = (value, name) => ({ label: name, data: runLabels.map(() => value), borderColor: '#b3261e', borderDash: [6, 4], pointRadius: 0, borderWidth: 1.5 });
-        if (q.upper !== null) datasets.push(line(q.upper, 'upper limit'));
-        if (q.lower !== null) datasets.push(line(q.lower, 'lower limit'));
-        if (q.nominal !== null) datasets.push({ label: 'nominal', data: runLabels.map(() => q.nominal), borderColor: '#8a94a6', pointRadius: 0, borderWidth: 1 });
-        new Chart(canvas.getContext('2d'), {
-          type: 'line',
-          data: { labels: runLabels, datasets: datasets },
-          options: {
-            animation: false, responsive: true, maintainAspectRatio: false,
-            scales: { x: { title: { display: true, text: 'run' } }, y: { ticks: { callback: (v) => fixed(v, d) } } },
-            plugins: { legend: { position: 'bottom' } },
-          },
-        });
-      }
+      for (const q of list) chartOf(q, grid);
       return s;
     };
     main.appendChild(statsSection('Feature quantities', 'trend-features', data.features, true));

@@ -1,0 +1,172 @@
+// kptTrendSeriesSet: runs gathered into one series per feature quantity and per point label.
+#include "cncprobe/inspection/trend_series.h"
+
+#include <cmath>
+#include <optional>
+#include <utility>
+
+#include "cncprobe/inspection/point_check.h"
+#include "cncprobe/inspection/result_names.h"
+#include "cncprobe/platform/model/circle_feature.h"
+#include "cncprobe/platform/model/corner_feature.h"
+#include "cncprobe/platform/model/inspection_feature.h"
+#include "cncprobe/platform/model/perpendicular_distance_feature.h"
+#include "cncprobe/platform/model/probe_path.h"
+#include "cncprobe/platform/model/rectangle_feature.h"
+#include "cncprobe/platform/model/surface_feature.h"
+
+namespace {
+
+std::string upper_axis(mtrProbeWCSAxis axis) {
+  const char* name = kptResultNames::axis(axis);
+  return name ? std::string(1, static_cast<char>(name[0] - 'a' + 'A')) : "?";
+}
+
+// The kind as the trend report names it: with the probing axis of a surface or wall.
+std::string kind_text(const mtrToolpathResult& result) {
+  switch (result.kind()) {
+    case mtrResultSurface:
+      return "surface " + upper_axis(static_cast<const mtrSurfaceFeature&>(result).axis());
+    case mtrResultPerpendicularDistance:
+      return "wall/channel " +
+             upper_axis(static_cast<const mtrPerpendicularDistanceFeature&>(result).axis());
+    default:
+      return kptResultNames::kind(result.kind());
+  }
+}
+
+std::string toolpath_text(const mtrToolpathResult& result) {
+  std::string text = std::to_string(result.id());
+  if (result.pattern_instance()) text += " (" + std::to_string(*result.pattern_instance()) + ")";
+  return text;
+}
+
+std::string identity_text(const mtrInspectionPrintData& data) {
+  switch (data.form()) {
+    case mtrInspectionPrintData::kComponentFeature:
+      return "component " + std::to_string(data.component_number()) + " feature " +
+             std::to_string(data.feature_number());
+    case mtrInspectionPrintData::kFeatureName:
+      return "feature " + std::to_string(data.feature_number()) + " " +
+             std::string(data.feature_name().view());
+    case mtrInspectionPrintData::kInvalid:
+      break;
+  }
+  return "-";
+}
+
+// The nominal and actual point whose radial offset a centre or corner check holds.
+std::optional<std::pair<giPoint3, giPoint3>> offset_points(const mtrToolpathResult& result) {
+  switch (result.kind()) {
+    case mtrResultCircle: {
+      const auto& f = static_cast<const mtrCircleFeature&>(result);
+      return std::pair{f.nominal().centre(), f.actual().centre()};
+    }
+    case mtrResultRectangle: {
+      const auto& f = static_cast<const mtrRectangleFeature&>(result);
+      return std::pair{f.nominal().centre(), f.actual().centre()};
+    }
+    case mtrResultCorner: {
+      const auto& f = static_cast<const mtrCornerFeature&>(result);
+      return std::pair{f.nominal().point(), f.actual().point()};
+    }
+    default:
+      return std::nullopt;
+  }
+}
+
+}  // namespace
+
+kptTrendSeriesSet::kptTrendSeriesSet(kptZoneConvention convention, std::size_t max_points)
+    : convention_(convention), max_points_(max_points) {}
+
+kptTrendSeries& kptTrendSeriesSet::series(std::vector<kptTrendSeries>& list,
+                                          std::map<std::string, std::size_t>& index,
+                                          kptTrendSeries&& fresh) {
+  const auto [it, added] = index.try_emplace(fresh.key, list.size());
+  if (added) {
+    // Runs before this one had no value of it.
+    fresh.values.assign(runs_ + 1, std::nan(""));
+    list.push_back(std::move(fresh));
+  }
+  return list[it->second];
+}
+
+void kptTrendSeriesSet::add_run(const kptResultsDataExtractor& extractor) {
+  const std::size_t run = runs_;
+  for (kptTrendSeries& s : features_) s.values.push_back(std::nan(""));
+  for (kptTrendSeries& s : points_) s.values.push_back(std::nan(""));
+
+  itIterator<std::shared_ptr<mtrToolpathResult>> it = extractor.results();
+  while (++it) {
+    const std::shared_ptr<mtrToolpathResult> result = it();
+    if (!result) continue;
+    if (const auto* path = dynamic_cast<const mtrProbePath*>(result.get())) {
+      itIterator<std::shared_ptr<mtrInspectionPoint>> points = path->inspection_points();
+      while (++points) {
+        const std::shared_ptr<mtrInspectionPoint> point = points();
+        if (!point) continue;
+        std::string label(point->label().view());
+        std::string key = "point|" + label;
+        if (!point_index_.count(key) && points_.size() >= max_points_) {
+          omitted_[label] = true;
+          continue;
+        }
+        kptTrendSeries& s = series(
+            points_, point_index_,
+            {key, label, "deviation", "deviation", true, kptPointChecks::limits(*point), {}});
+        const kptPointCheck check = kptPointChecks::of(*point);
+        if (check.deviation) s.values[run] = *check.deviation;
+      }
+      continue;
+    }
+    const auto* feature = dynamic_cast<const mtrInspectionFeature*>(result.get());
+    if (!feature) continue;
+    const std::string kind = kind_text(*result);
+    const std::string identity = identity_text(feature->print_data());
+    const long long instance =
+        result->pattern_instance() ? static_cast<long long>(*result->pattern_instance()) : -1;
+    const std::string base = "feature|" + kind + "|" + std::to_string(result->id()) + "|" +
+                             std::to_string(instance) + "|" + identity + "|";
+    const std::string item = kind + " " + toolpath_text(*result) + " " + identity;
+    for (const kptFeatureCheck& check : kptFeatureChecks::of(*result, convention_)) {
+      const kptCheckLimits tolerance = kptFeatureChecks::limits(check, convention_);
+      const std::string quantity = kpt_quantity_name(check.quantity);
+      kptTrendSeries& s = series(features_, feature_index_,
+                                 {base + quantity,
+                                  item,
+                                  quantity,
+                                  kpt_quantity_label(check.quantity),
+                                  false,
+                                  tolerance,
+                                  {}});
+      if (std::isfinite(check.deviation)) s.values[run] = check.deviation;
+
+      if (check.quantity != kptQuantityCentreOffset && check.quantity != kptQuantityCornerOffset) {
+        continue;
+      }
+      const auto points = offset_points(*result);
+      if (!points) continue;
+      // Each component may reach what the radial offset may: the zone's half width (or the
+      // radial limit) on either side.
+      kptCheckLimits component;
+      if (tolerance.upper) component = {-*tolerance.upper, *tolerance.upper};
+      const bool centre = check.quantity == kptQuantityCentreOffset;
+      const std::string prefix = centre ? "centre" : "corner";
+      const double dx = points->second.x() - points->first.x();
+      const double dy = points->second.y() - points->first.y();
+      for (const auto& [axis, value] : {std::pair{"x", dx}, std::pair{"y", dy}}) {
+        kptTrendSeries& c = series(features_, feature_index_,
+                                   {base + prefix + "_" + axis,
+                                    item,
+                                    prefix + "_" + axis,
+                                    prefix + " " + (axis[0] == 'x' ? "X" : "Y"),
+                                    false,
+                                    component,
+                                    {}});
+        if (std::isfinite(value)) c.values[run] = value;
+      }
+    }
+  }
+  ++runs_;
+}
