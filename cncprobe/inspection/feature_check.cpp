@@ -18,7 +18,6 @@ namespace {
 // Judges the check's deviation against its limits under `convention`.
 kptFeatureCheck judged(kptFeatureCheck check, kptZoneConvention convention) {
   const kptCheckLimits limits = kptFeatureChecks::limits(check, convention);
-  check.compared = check.deviation;
   if (!limits.upper) {
     check.verdict = kptVerdictNotToleranced;
     return check;
@@ -43,7 +42,7 @@ kptFeatureCheck plain(kptQuantity quantity, double nominal, double actual,
                       const std::optional<double>& tolerance) {
   const double deviation = actual - nominal;
   return judged({quantity, nominal, actual, deviation, tolerance, false, kptVerdictNotToleranced,
-                 std::nullopt, 0.0, std::nullopt},
+                 std::nullopt, std::nullopt, std::nullopt},
                 kptZoneDiametral);  // a plain tolerance reads the same under either convention
 }
 
@@ -52,7 +51,7 @@ kptFeatureCheck offset(kptQuantity quantity, const giPoint3& nominal, const giPo
                        const std::optional<double>& tolerance, kptZoneConvention convention) {
   const double deviation = distance(actual, nominal);
   return judged({quantity, std::nullopt, std::nullopt, deviation, tolerance, true,
-                 kptVerdictNotToleranced, std::nullopt, 0.0, std::nullopt},
+                 kptVerdictNotToleranced, std::nullopt, std::nullopt, std::nullopt},
                 convention);
 }
 
@@ -64,7 +63,7 @@ kptFeatureCheck middle(const giPoint3& nominal, const giPoint3& actual, const gi
   const double actual_position = dot(actual, direction);
   const double deviation = actual_position - nominal_position;
   return judged({kptQuantityMiddle, nominal_position, actual_position, deviation, tolerance, true,
-                 kptVerdictNotToleranced, std::nullopt, 0.0, std::nullopt},
+                 kptVerdictNotToleranced, std::nullopt, std::nullopt, std::nullopt},
                 convention);
 }
 

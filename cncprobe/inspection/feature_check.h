@@ -63,8 +63,8 @@ struct kptFeatureCheck {
   std::optional<double> tolerance_used;
   // The value actually held against `compared_limit`: 2 x deviation under a diametral
   // true-position zone (the zone is a diameter, the offset a radius), the deviation otherwise.
-  // In tolerance when |compared| <= compared_limit.
-  double compared = 0.0;
+  // In tolerance when |compared| <= compared_limit. Absent when not toleranced.
+  std::optional<double> compared;
   // The limit `compared` is held against: the tolerance as printed (the zone's diameter or
   // width, or the radial limit); absent when not toleranced.
   std::optional<double> compared_limit;
