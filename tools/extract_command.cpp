@@ -1,5 +1,6 @@
 // cncprobe extract: every probe path and feature of a results file with its verdict, as JSON or
 // as tables.
+#include <algorithm>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -16,6 +17,9 @@
 namespace tool {
 
 namespace {
+
+// Millimetre digits for a file read in inches when no settings file says otherwise.
+constexpr int kInchFileLinearDigits = 4;
 
 struct ExtractOptions {
   std::string file;
@@ -57,15 +61,22 @@ int run_extract(const ExtractOptions& options, Output& out) {
   if (extractor.input_problem() != kptInputReadable) {
     throw UnreadableInput(options.file, kpt_input_problem_text(extractor.input_problem()));
   }
-  const ExtractView view{
-      options.file,
-      options.units,
-      status,
-      extractor,
-      options.convention,
-      kptInspection::summarize(extractor, options.convention),
-      {settings.linear_precision(), settings.angular_precision(), settings.unitless_precision()},
-      options.points};
+  Precision precision{settings.linear_precision(), settings.angular_precision(),
+                      settings.unitless_precision()};
+  // Without a settings file the digits follow the file's own units: values an inch file prints
+  // to 4 decimals lie 0.00254 mm apart, which 3 decimals of a millimetre would round together
+  // (a rejected point reading as equal to its limit).
+  if (options.settings_file.empty() && options.units == kptUnitsInches) {
+    precision.linear = std::max(precision.linear, kInchFileLinearDigits);
+  }
+  const ExtractView view{options.file,
+                         options.units,
+                         status,
+                         extractor,
+                         options.convention,
+                         kptInspection::summarize(extractor, options.convention),
+                         precision,
+                         options.points};
   if (options.format == Format::kJson) {
     write_extract_json(view, out);
   } else {
