@@ -60,6 +60,9 @@ def test_tables_and_verdict_match_the_json(browser, workdir, source, units, sett
     assert len(out_rows) == summary["checks_out"]
     checks_text = browser.find_element(By.ID, "verdict-checks").text
     assert f"{summary['checks_in']} in, {summary['checks_out']} out" in checks_text
+    points_text = browser.find_element(By.ID, "verdict-points").text
+    assert (f"{summary['points_unmeasured']} unmeasured, "
+            f"{summary['points_not_toleranced']} not toleranced") in points_text
 
 
 def test_bracket_fails_on_the_dowel_hole_and_the_filter_shows_only_out_rows(browser, workdir):
@@ -69,6 +72,9 @@ def test_bracket_fails_on_the_dowel_hole_and_the_filter_shows_only_out_rows(brow
     table_rows = rows(browser, "feature-table")
     dowel = [r for r in table_rows if "DOWEL HOLE" in r.text and "centre offset" in r.text]
     assert dowel and "OUT" in dowel[0].text and "0.0655" in dowel[0].text  # four linear digits
+    # The radial offset read against a zone's diameter: the diametral value stands beside it.
+    assert "0.0655 (as diameter 0.1309)" in dowel[0].text
+    assert "(as diameter 0.1309) against TP 0.0500" in browser.find_element(By.CLASS_NAME, "worst").text
     browser.find_element(By.ID, "only-out").click()
     visible = [r for r in rows(browser, "feature-table") if r.is_displayed()]
     assert visible and all(r.get_attribute("data-verdict") == "out" for r in visible)
