@@ -305,6 +305,13 @@ static void test_true_position_convention(void) {
 /* ---------------------------------------------------------------------------------------------
  * Inputs that cannot be read, and inputs that read as nothing. */
 
+/* A device every system has. */
+#if defined(_WIN32)
+static const char kDevice[] = "NUL";
+#else
+static const char kDevice[] = "/dev/null";
+#endif
+
 static void test_unreadable_and_empty_inputs(void) {
   const char* empty_file = "c_interface_test_empty.res";
   cncprobe_extraction* run = (cncprobe_extraction*)&run; /* not NULL: must be cleared */
@@ -328,6 +335,16 @@ static void test_unreadable_and_empty_inputs(void) {
               CNCPROBE_ERROR_FILE_MISSING);
   CHECK(settings == NULL);
   CHECK_ERROR(cncprobe_settings_read(data_dir, 0, &settings), CNCPROBE_ERROR_FILE_IS_DIRECTORY);
+
+  /* A device is never read (it could block or never end), by every reader alike. */
+  CHECK_ERROR(cncprobe_extract_file(kDevice, CNCPROBE_UNITS_MM, 0, &run),
+              CNCPROBE_ERROR_FILE_NOT_REGULAR);
+  CHECK(run == NULL);
+  CHECK_ERROR(cncprobe_references_read(kDevice, &refs), CNCPROBE_ERROR_FILE_NOT_REGULAR);
+  CHECK(refs == NULL);
+  CHECK_ERROR(cncprobe_settings_read(kDevice, 0, &settings), CNCPROBE_ERROR_FILE_NOT_REGULAR);
+  CHECK(settings == NULL);
+  CHECK(strcmp(cncprobe_error_text(CNCPROBE_ERROR_FILE_NOT_REGULAR), "not a regular file") == 0);
 
   /* An empty file is read: a run without results, a header without references. */
   file = fopen(empty_file, "wb");
