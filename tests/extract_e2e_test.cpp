@@ -115,8 +115,9 @@ TEST(ExtractText, BracketSummaryAndFeatureRow) {
       << run.out;
   // The dowel hole's centre is 0.0655 off under TOL TP 0.050: out, and marked so, with the
   // diametral value beside the radial offset so the row reads against the zone's diameter.
-  EXPECT_NE(run.out.find("centre offset        -        -  0.065 (as diameter 0.131)   TP 0.050  OUT\n"),
-            std::string::npos)
+  EXPECT_NE(
+      run.out.find("centre offset        -        -  0.065 (as diameter 0.131)   TP 0.050  OUT\n"),
+      std::string::npos)
       << run.out;
   EXPECT_NE(run.out.find("Verdict:       FAIL\n"), std::string::npos);
   EXPECT_NE(run.out.find("True position: diametral"), std::string::npos);

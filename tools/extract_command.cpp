@@ -69,14 +69,10 @@ int run_extract(const ExtractOptions& options, Output& out) {
   if (options.settings_file.empty() && options.units == kptUnitsInches) {
     precision.linear = std::max(precision.linear, kInchFileLinearDigits);
   }
-  const ExtractView view{options.file,
-                         options.units,
-                         status,
-                         extractor,
-                         options.convention,
-                         kptInspection::summarize(extractor, options.convention),
-                         precision,
-                         options.points};
+  const ExtractView view{
+      options.file, options.units,      status,
+      extractor,    options.convention, kptInspection::summarize(extractor, options.convention),
+      precision,    options.points};
   if (options.format == Format::kJson) {
     write_extract_json(view, out);
   } else {

@@ -269,8 +269,9 @@ std::string verdict_lines(const ExtractView& view, const Numbers& numbers) {
   if (s.worst_check) {
     const kptFeatureCheck& c = s.worst_check->check;
     text += "Worst check:   #" + std::to_string(s.worst_check->result_index + 1) + " " +
-            kpt_quantity_label(c.quantity) + " " + numbers.compared(c) + " against " + (c.true_position ? "TP " : "") + numbers.value(c.quantity, *c.tolerance) +
-            ": " + verdict_text(c.verdict) + ", " + numbers.share(*c.tolerance_used) +
+            kpt_quantity_label(c.quantity) + " " + numbers.compared(c) + " against " +
+            (c.true_position ? "TP " : "") + numbers.value(c.quantity, *c.tolerance) + ": " +
+            verdict_text(c.verdict) + ", " + numbers.share(*c.tolerance_used) +
             " of the tolerance used\n";
   }
   if (s.worst_point) {

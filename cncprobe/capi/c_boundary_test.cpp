@@ -1,7 +1,11 @@
-// Text handed to C hosts: always terminated, never cut inside a character, always UTF-8.
+// Text handed to C hosts: always terminated, never cut inside a character, always UTF-8; and why a
+// file could not be read, as the error code a host tells its user.
 #include "cncprobe/capi/internal/c_boundary.h"
 
 #include <gtest/gtest.h>
+#if !defined(_WIN32)
+#include <sys/stat.h>
+#endif
 
 #include <algorithm>
 #include <iterator>
@@ -10,9 +14,6 @@
 #include <string_view>
 
 #include "tests/support/scratch_directory.h"
-#if !defined(_WIN32)
-#include <sys/stat.h>
-#endif
 
 namespace {
 

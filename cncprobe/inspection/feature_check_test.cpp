@@ -184,7 +184,8 @@ TEST(FeatureChecks, ShareAtTheLimitAndTheValueCompared) {
   mtrPerpendicularDistanceFeature open_wall(
       1, kData, mtrProbeWCSAxisY, mtgPerpendicularDistance(giPoint3(20, 65, -10), kZ, y, 8),
       mtgPerpendicularDistance(giPoint3(20, 64.994, -10), kZ, y, 8));
-  EXPECT_FALSE(kptFeatureChecks::of(open_wall)[1].compared || kptFeatureChecks::of(open_wall)[1].compared_limit);
+  EXPECT_FALSE(kptFeatureChecks::of(open_wall)[1].compared ||
+               kptFeatureChecks::of(open_wall)[1].compared_limit);
 }
 
 TEST(FeatureChecks, NamesAndLabels) {

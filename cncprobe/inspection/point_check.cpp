@@ -21,8 +21,8 @@ kptPointCheck kptPointChecks::of(const mtrInspectionPoint& point) {
   const bool in = excess >= point.l_value() - kLimitSlack && within(excess, point.u_value());
   check.deviation = d;
   check.verdict = in ? kptVerdictIn : kptVerdictOut;
-  check.limit_used =
-      judged_share(zone_share(excess, point.l_value(), point.u_value()), check.verdict == kptVerdictIn);
+  check.limit_used = judged_share(zone_share(excess, point.l_value(), point.u_value()),
+                                  check.verdict == kptVerdictIn);
   return check;
 }
 

@@ -82,12 +82,9 @@ TEST(PointChecks, ShareAgreesWithTheVerdictAtTheLimit) {
     kptVerdict verdict;
   };
   const Case cases[] = {
-      {25.050, 0.050, -0.050, kptVerdictIn},
-      {24.950, 0.050, -0.050, kptVerdictIn},
-      {25.050, 0.050, 0.010, kptVerdictIn},
-      {25.010, 0.050, 0.010, kptVerdictIn},
-      {25.050 + 2e-9, 0.050, -0.050, kptVerdictOut},
-      {25.010 - 2e-9, 0.050, 0.010, kptVerdictOut},
+      {25.050, 0.050, -0.050, kptVerdictIn},         {24.950, 0.050, -0.050, kptVerdictIn},
+      {25.050, 0.050, 0.010, kptVerdictIn},          {25.010, 0.050, 0.010, kptVerdictIn},
+      {25.050 + 2e-9, 0.050, -0.050, kptVerdictOut}, {25.010 - 2e-9, 0.050, 0.010, kptVerdictOut},
   };
   for (const Case& c : cases) {
     mtrInspectionPoint p(giPoint3(0, 0, 25.000), giUnitVec3(gi_AxisZ), 0, c.u, c.l, utString("p"));
@@ -100,7 +97,8 @@ TEST(PointChecks, ShareAgreesWithTheVerdictAtTheLimit) {
       EXPECT_LE(*check.limit_used, 1.0) << c.measured_z;
     }
   }
-  mtrInspectionPoint at(giPoint3(0, 0, 25.000), giUnitVec3(gi_AxisZ), 0, 0.05, -0.05, utString("p"));
+  mtrInspectionPoint at(giPoint3(0, 0, 25.000), giUnitVec3(gi_AxisZ), 0, 0.05, -0.05,
+                        utString("p"));
   at.set_measure(giPoint3(0, 0, 25.050), 2.5);
   EXPECT_EQ(*kptPointChecks::of(at).limit_used, 1.0);
 }
