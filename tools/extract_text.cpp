@@ -358,6 +358,12 @@ void write_text(const ExtractView& view, Output& out) {
                    ? "radial: the offset is held against the tolerance"
                    : "diametral: 2 x the offset, as diameter or width, is held against the zone") +
               ")\n");
+    if (surfaces > 0) {
+      out.write(
+          "(a surface's position: the plane's distance from the CAD origin along its nominal "
+          "normal,\n not the POSN the file printed in work coordinates, which differs in value and "
+          "sign)\n");
+    }
     print_table(
         out,
         TextTable({{"#", TextTable::kRight},
@@ -375,12 +381,6 @@ void write_text(const ExtractView& view, Output& out) {
             for (const TextTable::Row& row : feature_rows(number, result, view, numbers)) sink(row);
           });
         });
-    if (surfaces > 0) {
-      out.write(
-          "A surface's position is the plane's distance from the CAD origin along its nominal "
-          "normal, in CAD coordinates:\nit differs in value and sign from the POSN the file "
-          "printed in work coordinates.\n");
-    }
   }
 
   if (paths > 0) {

@@ -72,6 +72,9 @@ def test_bracket_fails_on_the_dowel_hole_and_the_filter_shows_only_out_rows(brow
     # The radial offset read against a zone's diameter: the diametral value stands beside it.
     assert "0.0655 (as diameter 0.1309)" in dowel[0].text
     assert "(as diameter 0.1309) against TP 0.0500" in browser.find_element(By.CLASS_NAME, "worst").text
+    # A surface's nominal and actual are not the POSN printed: the column titles say so.
+    nominal_title = browser.find_element(By.CSS_SELECTOR, "#feature-table th:nth-child(6)")
+    assert "CAD origin" in nominal_title.get_attribute("title")
     browser.find_element(By.ID, "only-out").click()
     visible = [r for r in rows(browser, "feature-table") if r.is_displayed()]
     assert visible and all(r.get_attribute("data-verdict") == "out" for r in visible)

@@ -81,6 +81,7 @@
     };
     columns.forEach((column, c) => {
       const th = el('th', { text: column.title, cls: (column.cls || '') + (column.key ? ' sortable' : '') });
+      if (column.tip) th.title = column.tip;
       if (column.key) {
         th.addEventListener('click', () => {
           sortDirection = sortColumn === c ? -sortDirection : 1;
@@ -227,6 +228,9 @@
     return bar;
   }
 
+  const SURFACE_POSITION = 'A surface\u2019s position is the plane\u2019s distance from the CAD origin along its nominal normal: ' +
+    'it differs in value and sign from the POSN the file printed in work coordinates.';
+
   function featureSection(data, digits) {
     const s = section('Features', 'features');
     const rows = [];
@@ -242,8 +246,7 @@
     const outCount = rows.filter((r) => r.c && r.c.verdict === 'out').length;
     s.appendChild(el('div', { cls: 'toolbar no-print' }, [
       el('label', {}, [onlyOut, document.createTextNode(' Out of tolerance only (' + outCount + ')')]),
-      el('span', { cls: 'muted', text: 'Click a column title to sort. Deviation = actual \u2212 nominal; offsets are distances from nominal. ' +
-        '\u2020 A surface\u2019s position is the plane\u2019s distance from the CAD origin along its nominal normal: it differs in value and sign from the POSN the file printed.' }),
+      el('span', { cls: 'muted', text: 'Click a column title to sort. Deviation = actual \u2212 nominal; offsets are distances from nominal. \u2020 ' + SURFACE_POSITION }),
     ]));
     const q = (r, k) => (r.c ? r.c[k] : null);
     const columns = [
@@ -252,8 +255,8 @@
       { title: 'Toolpath', key: (r) => r.f.toolpath_sort },
       { title: 'Feature', key: (r) => r.f.identity },
       { title: 'Quantity', key: (r) => q(r, 'label') },
-      { title: 'Nominal \u2020', cls: 'num', key: (r) => q(r, 'nominal') },
-      { title: 'Actual \u2020', cls: 'num', key: (r) => q(r, 'actual') },
+      { title: 'Nominal \u2020', cls: 'num', key: (r) => q(r, 'nominal'), tip: SURFACE_POSITION },
+      { title: 'Actual \u2020', cls: 'num', key: (r) => q(r, 'actual'), tip: SURFACE_POSITION },
       { title: 'Deviation', cls: 'num', key: (r) => q(r, 'deviation') },
       { title: 'Tolerance', cls: 'num', key: (r) => q(r, 'tolerance') },
       { title: 'Verdict', key: (r) => (r.c ? ['out', 'in', 'not_toleranced', 'unmeasured'].indexOf(r.c.verdict) : null) },
