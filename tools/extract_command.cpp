@@ -1,6 +1,5 @@
 // cncprobe extract: every probe path and feature of a results file with its verdict, as JSON or
 // as tables.
-#include <algorithm>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -17,9 +16,6 @@
 namespace tool {
 
 namespace {
-
-// Millimetre digits for a file read in inches when no settings file says otherwise.
-constexpr int kInchFileLinearDigits = 4;
 
 struct ExtractOptions {
   std::string file;
@@ -63,11 +59,8 @@ int run_extract(const ExtractOptions& options, Output& out) {
   }
   Precision precision{settings.linear_precision(), settings.angular_precision(),
                       settings.unitless_precision()};
-  // Without a settings file the digits follow the file's own units: values an inch file prints
-  // to 4 decimals lie 0.00254 mm apart, which 3 decimals of a millimetre would round together
-  // (a rejected point reading as equal to its limit).
-  if (options.settings_file.empty() && options.units == kptUnitsInches) {
-    precision.linear = std::max(precision.linear, kInchFileLinearDigits);
+  if (options.settings_file.empty() || !settings_ok) {
+    precision.linear = default_linear_digits(options.units, precision.linear);
   }
   const ExtractView view{
       options.file, options.units,      status,

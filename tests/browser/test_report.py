@@ -55,6 +55,8 @@ def test_tables_and_verdict_match_the_json(browser, workdir, source, units, sett
     assert word == ("PASS" if summary["passed"] else "FAIL")
     out_rows = [r for r in rows(browser, "feature-table") if r.get_attribute("data-verdict") == "out"]
     assert len(out_rows) == summary["checks_out"]
+    if units == "in" and not settings:  # an inch file's values 0.00254 mm apart stay apart
+        assert any("25.4178" in r.text for r in rows(browser, "feature-table"))
     checks_text = browser.find_element(By.ID, "verdict-checks").text
     assert f"{summary['checks_in']} in, {summary['checks_out']} out" in checks_text
     points_text = browser.find_element(By.ID, "verdict-points").text

@@ -108,7 +108,9 @@ SettingsOutcome read_settings(const ReportOptions& options) {
     }
   }
   outcome.confetti_mm = settings.confetti_diameter_mm();
-  outcome.linear_digits = settings.linear_precision();
+  outcome.linear_digits = outcome.read
+                              ? settings.linear_precision()
+                              : default_linear_digits(options.units, settings.linear_precision());
   outcome.angular_digits = settings.angular_precision();
   outcome.unitless_digits = settings.unitless_precision();
   return outcome;
