@@ -303,6 +303,50 @@ static void test_true_position_convention(void) {
 }
 
 /* ---------------------------------------------------------------------------------------------
+ * Points a host must not misread: one out short of a lower limit above its offset, one in an
+ * uneven zone, one without a direction, one never measured, one exactly at its limit; and a
+ * centre offset under a diametral zone. */
+
+static void test_shares_at_and_beyond_the_limits(void) {
+  cncprobe_extraction* run = NULL;
+  cncprobe_point points[5];
+  cncprobe_check check;
+  cncprobe_summary summary;
+  size_t count = 0;
+  CHECK_ERROR(cncprobe_extract_file(path_of("extraction/unmeasured_and_unjudged_points.res"),
+                                    CNCPROBE_UNITS_MM, CNCPROBE_TRUE_POSITION_DIAMETRAL, &run),
+              CNCPROBE_OK);
+  if (run == NULL) return;
+  CHECK_ERROR(cncprobe_extraction_point_count(run, &count), CNCPROBE_OK);
+  CHECK(count == 5);
+  CHECK_ERROR(cncprobe_extraction_points(run, 0, 5, points), CNCPROBE_OK);
+  CHECK(points[0].verdict == CNCPROBE_VERDICT_OUT);
+  CHECK_NEAR(points[0].limit_used, 2.2);
+  CHECK(points[1].verdict == CNCPROBE_VERDICT_IN);
+  CHECK_NEAR(points[1].limit_used, 0.9);
+  CHECK(points[2].verdict == CNCPROBE_VERDICT_NOT_TOLERANCED);
+  CHECK(isnan(points[2].deviation) && isnan(points[2].limit_used) && !isnan(points[2].r));
+  CHECK(points[3].verdict == CNCPROBE_VERDICT_UNMEASURED && isnan(points[3].limit_used));
+  CHECK(points[4].verdict == CNCPROBE_VERDICT_IN && points[4].limit_used == 1.0);
+
+  /* The diameter at its limit uses exactly all of its tolerance; the centre, 0.03 off, twice
+   * that against a zone of 0.05. */
+  CHECK_ERROR(cncprobe_extraction_check(run, 0, 0, &check), CNCPROBE_OK);
+  CHECK(check.verdict == CNCPROBE_VERDICT_IN && check.tolerance_used == 1.0);
+  CHECK_ERROR(cncprobe_extraction_check(run, 0, 1, &check), CNCPROBE_OK);
+  CHECK(check.verdict == CNCPROBE_VERDICT_OUT);
+  CHECK_NEAR(check.tolerance_used, 1.1999999999999744);
+
+  /* The worst point is the one out; the point without a direction is in no count. */
+  CHECK_ERROR(cncprobe_extraction_summary(run, &summary), CNCPROBE_OK);
+  CHECK(summary.worst_point == 0 && summary.passed == 0);
+  CHECK(summary.points_within == 2 && summary.points_outside == 1 &&
+        summary.points_unmeasured == 1);
+  CHECK(count - summary.points_within - summary.points_outside - summary.points_unmeasured == 1);
+  cncprobe_extraction_free(&run);
+}
+
+/* ---------------------------------------------------------------------------------------------
  * Inputs that cannot be read, and inputs that read as nothing. */
 
 /* A device every system has. */
@@ -614,6 +658,7 @@ int main(int argc, char** argv) {
       {"inch file", test_inch_file},
       {"memory run and point ranges", test_memory_run_and_point_ranges},
       {"true-position convention", test_true_position_convention},
+      {"shares at and beyond the limits", test_shares_at_and_beyond_the_limits},
       {"unreadable and empty inputs", test_unreadable_and_empty_inputs},
       {"bad arguments", test_bad_arguments},
       {"text buffers", test_text_buffers},
