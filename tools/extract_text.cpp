@@ -217,8 +217,11 @@ class PointCells {
   int distinct_digits(double deviation, double lower, double upper) const {
     constexpr int kMostDigits = 10;
     int digits = digits_;
+    char shown[kNumberBufferSize];
+    char limit_shown[kNumberBufferSize];
     const auto same = [&](double limit) {
-      return format_fixed(deviation, digits, true) == format_fixed(limit, digits, true);
+      return view(shown, write_fixed(deviation, digits, true, shown)) ==
+             view(limit_shown, write_fixed(limit, digits, true, limit_shown));
     };
     while (digits < kMostDigits && (same(lower) || same(upper))) ++digits;
     return digits;

@@ -48,7 +48,7 @@ inline double share(double value, double limit) {
 // Where `value` lies in the zone [lower, upper]: 0 at its middle, 1 at either limit, growing
 // linearly beyond them, so that every value outside ranks above every value inside and further
 // out ranks higher. Both limits may lie on one side of zero. A zone of no width (within the
-// slack) leaves no room to rank by: +infinity, which judged() turns into 1 for a value at it.
+// slack) leaves no room to rank by: +infinity, which judged_share() makes 1 for a value at it.
 inline double zone_share(double value, double lower, double upper) {
   const double width = upper - lower;
   if (!(width > kLimitSlack)) return std::numeric_limits<double>::infinity();
