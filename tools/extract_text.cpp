@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <optional>
 #include <string>
 #include <vector>
@@ -216,6 +217,9 @@ class PointCells {
   // point out always differs by the tenth decimal.
   int distinct_digits(double deviation, double lower, double upper) const {
     constexpr int kMostDigits = 10;
+    // Values more than a unit of the last decimal apart never print alike: the common case.
+    const double unit = std::pow(10.0, -digits_);
+    if (std::fabs(deviation - lower) > unit && std::fabs(deviation - upper) > unit) return digits_;
     int digits = digits_;
     char shown[kNumberBufferSize];
     char limit_shown[kNumberBufferSize];
