@@ -168,7 +168,12 @@ def test_a_locked_file_raises_permission_error_also_when_the_tests_run_as_root()
         with open(locked, "wb") as f:
             f.write(results_file(1))
         os.chmod(locked, 0)
-        done = subprocess.run(command + [locked], capture_output=True, text=True, cwd=folder)
+        # The package this test imported, by an absolute path: the child runs in another folder.
+        package_root = os.path.dirname(os.path.dirname(os.path.abspath(cncprobe.__file__)))
+        env = dict(os.environ, PYTHONPATH=os.pathsep.join(
+            [package_root] + [p for p in os.environ.get("PYTHONPATH", "").split(os.pathsep) if p]))
+        done = subprocess.run(command + [locked], capture_output=True, text=True, cwd=folder,
+                              env=env)
     assert done.returncode == 0, done.stderr
 
 
