@@ -188,6 +188,8 @@ CNCPROBE_C_API cncprobe_error cncprobe_extraction_results_file(
  * outside its limits; not-toleranced checks and unmeasured points do not fail it. */
 typedef struct cncprobe_summary {
   uint64_t checks_in, checks_out, checks_not_toleranced;
+  /* Points measured without a probing direction (not toleranced) are the run's point count less
+   * these three. */
   uint64_t points_within, points_outside, points_unmeasured;
   /* The check that used the largest share of its tolerance: its feature index and check index;
    * both -1 when nothing is toleranced. */
@@ -231,7 +233,10 @@ typedef struct cncprobe_point {
   double r;            /* R of the measured-point record; NaN while unmeasured */
   double deviation;    /* NaN when unmeasured or without a direction */
   double lower_limit, upper_limit;
-  double limit_used;   /* share of the nearer limit used, 1 at the limit; NaN without deviation */
+  /* Where d - O lies in the zone [L, U]: 0 at its middle, 1 at either limit (exactly 1 for a
+   * point judged in at it), above 1 when out; +infinity off a zone of no width; NaN without
+   * deviation. */
+  double limit_used;
   uint32_t path_index; /* the probe path it belongs to */
   int32_t verdict;
 } cncprobe_point;
@@ -290,8 +295,8 @@ typedef struct cncprobe_check {
   double nominal, actual; /* NaN for a centre or corner offset, which has only a deviation */
   double deviation;       /* actual - nominal, or the radial offset (>= 0) */
   double tolerance;       /* as printed; NaN when the report printed none */
-  /* The share of the tolerance used, 1 at the limit (+infinity past a zero tolerance); NaN
-   * when not toleranced. */
+  /* The share of the tolerance used, exactly 1 for a value judged in at the limit, above 1 when
+   * out (+infinity past a zero tolerance); NaN when not toleranced. */
   double tolerance_used;
   /* The deviations at which the verdict turns; NaN on a side that has no limit. */
   double lower_limit, upper_limit;

@@ -113,9 +113,11 @@ TEST(ExtractText, BracketSummaryAndFeatureRow) {
   EXPECT_NE(run.out.find("  2  2 (1)          3         3        0             +0.008  in\n"),
             std::string::npos)
       << run.out;
-  // The dowel hole's centre is 0.0655 off under TOL TP 0.050: out, and marked so.
-  EXPECT_NE(run.out.find("centre offset        -        -      0.065   TP 0.050  OUT\n"),
-            std::string::npos)
+  // The dowel hole's centre is 0.0655 off under TOL TP 0.050: out, and marked so, with the
+  // diametral value beside the radial offset so the row reads against the zone's diameter.
+  EXPECT_NE(
+      run.out.find("centre offset        -        -  0.065 (as diameter 0.131)   TP 0.050  OUT\n"),
+      std::string::npos)
       << run.out;
   EXPECT_NE(run.out.find("Verdict:       FAIL\n"), std::string::npos);
   EXPECT_NE(run.out.find("True position: diametral"), std::string::npos);
@@ -124,6 +126,48 @@ TEST(ExtractText, BracketSummaryAndFeatureRow) {
   EXPECT_NE(
       run_tool({"extract", example("bracket_mm.txt"), "--points"}).out.find("Inspection Point"),
       std::string::npos);
+  // A surface's position is not the POSN the file printed: the table says what it is.
+  EXPECT_NE(run.out.find("(a surface's position: the plane's distance from the CAD origin"),
+            std::string::npos);
+}
+
+// What a reader of the text trips over: a measured point without a direction is counted, and a
+// rejected point never reads as equal to its limit, whether the file is in inches (4 decimals by
+// default) or a millimetre file printed finer than the table's 3 decimals.
+TEST(ExtractText, PointCountsAndDigitsOfRejectedPoints) {
+  TempDir dir;
+  const std::string inches = dir.write("inch.res",
+                                       "START\nTOOLPATHID 1\n"
+                                       "G800 N1 X0 Y0 Z0 I0 J0 K1 O0 U0.00787 L-0.00787\n"
+                                       "G801 N2 X0 Y0 Z-0.00788 R0.1\n"
+                                       "G800 N3 X1 Y0 Z0 I0 J0 K0 O0 U0.001 L-0.001\n"
+                                       "G801 N4 X1 Y0 Z0.5 R0.1\nEND\n");
+  const std::string millimetres = dir.write("mm.res",
+                                            "START\nTOOLPATHID 1\n"
+                                            "G800 N1 X0 Y0 Z0 I0 J0 K1 O0 U0.05 L-0.05\n"
+                                            "G801 N2 X0 Y0 Z0.0504 R2\n"
+                                            "G800 N3 X1 Y0 Z0 I0 J0 K1 O0 U0.05 L-0.05\n"
+                                            "G801 N4 X1 Y0 Z0.01 R2\nEND\n");
+  const struct {
+    std::vector<std::string> args;
+    const char* out;
+  } cases[] = {
+      {{inches, "--units", "in"},
+       "Points:        1 of 2 outside their limits (0 within, 0 unmeasured, 1 not toleranced)\n"},
+      {{inches, "--units", "in", "--points"}, "  -0.2002   -0.1999 .. +0.1999  OUT\n"},
+      // millimetres keep 3 decimals; only the rejected row needs a fourth
+      {{millimetres, "--points"}, "  +0.0504   -0.0500 .. +0.0500  OUT\n"},
+      {{millimetres, "--points"}, "   +0.010     -0.050 .. +0.050  in\n"},
+  };
+  for (const auto& c : cases) {
+    std::vector<std::string> args = {"extract"};
+    args.insert(args.end(), c.args.begin(), c.args.end());
+    const ToolRun run = run_tool(args);
+    EXPECT_NE(run.out.find(c.out), std::string::npos) << run.out;
+  }
+  const json doc = parse_json(run_tool({"extract", inches, "--format", "json"}));
+  EXPECT_EQ(doc["summary"]["points_not_toleranced"], 1);
+  EXPECT_EQ(doc["summary"]["points_outside"], 1);
 }
 
 // The verdict options: the convention changes verdicts, --fail-on-reject the exit code, a
@@ -138,13 +182,19 @@ TEST(ExtractVerdicts, Options) {
     const char* out;  // a text standard output holds
     const char* err;  // a text standard error holds; "" when it must be empty
   } cases[] = {
-      {{}, 0, "Worst check:   #5 centre offset 0.065 against TP 0.050: OUT, 2.61840", ""},
+      {{},
+       0,
+       "Worst check:   #5 centre offset 0.065 (as diameter 0.131) against TP 0.050: OUT, 2.61840",
+       ""},
       {{"--fail-on-reject"}, 1, "Verdict:       FAIL\n", ""},
-      {{"--true-position", "radial"}, 0, "OUT, 1.30920 of the tolerance used", ""},
-      {{"--settings", test_data("settings/valid_inches.xml")}, 0, "0.0655 against TP 0.0500", ""},
+      {{"--true-position", "radial"}, 0, "centre offset 0.065 against TP 0.050: OUT, 1.30920", ""},
+      {{"--settings", test_data("settings/valid_inches.xml")},
+       0,
+       "0.0655 (as diameter 0.1309) against TP 0.0500",
+       ""},
       {{"--settings", refused},
        1,
-       "0.065 against TP 0.050",
+       "0.065 (as diameter 0.131) against TP 0.050",
        "(the default inspection settings are used)\n"},
       {{"--settings", example("no_such.xml")}, 1, "Verdict:", ": no such file (the default"},
       {{"--true-position", "square"}, 2, "", "--true-position"},

@@ -109,4 +109,13 @@ inline bool settings_accepted(kptInspectionSettingsErrorCode code) {
 // "mm" or "in".
 inline const char* units_name(kptUnitsType units) { return units == kptUnitsInches ? "in" : "mm"; }
 
+// The digits lengths are printed with when no settings file gave them: the defaults' for a file
+// in millimetres, at least 4 for a file in inches, whose values printed to 4 decimals of an inch
+// lie 0.00254 mm apart and would round together at 3 decimals of a millimetre (a rejected point
+// reading as equal to its limit).
+inline int default_linear_digits(kptUnitsType units, int defaults) {
+  constexpr int kInchFileDigits = 4;
+  return units == kptUnitsInches && defaults < kInchFileDigits ? kInchFileDigits : defaults;
+}
+
 }  // namespace tool

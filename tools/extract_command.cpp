@@ -57,15 +57,15 @@ int run_extract(const ExtractOptions& options, Output& out) {
   if (extractor.input_problem() != kptInputReadable) {
     throw UnreadableInput(options.file, kpt_input_problem_text(extractor.input_problem()));
   }
+  Precision precision{settings.linear_precision(), settings.angular_precision(),
+                      settings.unitless_precision()};
+  if (options.settings_file.empty() || !settings_ok) {
+    precision.linear = default_linear_digits(options.units, precision.linear);
+  }
   const ExtractView view{
-      options.file,
-      options.units,
-      status,
-      extractor,
-      options.convention,
-      kptInspection::summarize(extractor, options.convention),
-      {settings.linear_precision(), settings.angular_precision(), settings.unitless_precision()},
-      options.points};
+      options.file, options.units,      status,
+      extractor,    options.convention, kptInspection::summarize(extractor, options.convention),
+      precision,    options.points};
   if (options.format == Format::kJson) {
     write_extract_json(view, out);
   } else {

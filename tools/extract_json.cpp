@@ -265,6 +265,10 @@ void write_check(JsonWriter& json, const kptFeatureCheck& check) {
   json.string(kpt_verdict_name(check.verdict));
   json.key("tolerance_used");
   json.number(check.tolerance_used);
+  json.key("compared");
+  json.number(check.compared);
+  json.key("compared_limit");
+  json.number(check.compared_limit);
   json.end_object();
 }
 
@@ -346,6 +350,8 @@ void write_summary(JsonWriter& json, const ExtractView& view) {
   json.integer(static_cast<std::int64_t>(summary.points_outside));
   json.key("points_unmeasured");
   json.integer(static_cast<std::int64_t>(summary.points_unmeasured));
+  json.key("points_not_toleranced");
+  json.integer(static_cast<std::int64_t>(summary.points_not_toleranced));
   json.key("worst_check");
   if (summary.worst_check) {
     json.begin_object(true);

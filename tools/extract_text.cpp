@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <optional>
 #include <string>
 #include <vector>
@@ -90,6 +91,15 @@ class Numbers {
     return value ? this->value(quantity, *value) : std::string("-");
   }
   std::string share(double value) const { return format_fixed(value, precision_.unitless); }
+  // The deviation, and under a diametral true-position zone the value held against the zone
+  // beside it: "0.065 (as diameter 0.131)", so an offset (a radius) is never read against a
+  // diameter. A middle's zone is a width.
+  std::string compared(const kptFeatureCheck& check, bool plus_sign = false) const {
+    std::string text = value(check.quantity, check.deviation, plus_sign);
+    if (!check.compared || *check.compared == check.deviation) return text;
+    return text + (check.quantity == kptQuantityMiddle ? " (as width " : " (as diameter ") +
+           value(check.quantity, *check.compared, plus_sign) + ")";
+  }
 
  private:
   int digits(kptQuantity quantity) const {
@@ -144,7 +154,7 @@ std::vector<TextTable::Row> feature_rows(std::size_t number, const mtrToolpathRe
     row.push_back(numbers.value_or_dash(check.quantity, check.actual));
     // An offset is a distance, never negative: it gets no sign.
     const bool offset = !check.nominal;
-    row.push_back(numbers.value(check.quantity, check.deviation, !offset));
+    row.push_back(numbers.compared(check, !offset));
     std::string tolerance = numbers.value_or_dash(check.quantity, check.tolerance);
     if (check.tolerance && check.true_position) tolerance = "TP " + tolerance;
     row.push_back(tolerance);
@@ -181,22 +191,45 @@ class PointCells {
     cells_[2] = view(x_, write_fixed(p.x(), digits_, false, x_));
     cells_[3] = view(y_, write_fixed(p.y(), digits_, false, y_));
     cells_[4] = view(z_, write_fixed(p.z(), digits_, false, z_));
+    const double lower = point.o_value() + point.l_value();
+    const double upper = point.o_value() + point.u_value();
+    const int digits = check.verdict == kptVerdictOut && check.deviation
+                           ? distinct_digits(*check.deviation, lower, upper)
+                           : digits_;
     if (!point.has_measure()) {
       cells_[5] = "not measured";
     } else if (!check.deviation) {
       cells_[5] = "no direction";
     } else {
-      cells_[5] = view(deviation_, write_fixed(*check.deviation, digits_, true, deviation_));
+      cells_[5] = view(deviation_, write_fixed(*check.deviation, digits, true, deviation_));
     }
-    char* end = write_fixed(point.o_value() + point.l_value(), digits_, true, limits_);
+    char* end = write_fixed(lower, digits, true, limits_);
     end = std::copy_n(" .. ", 4, end);
-    end = write_fixed(point.o_value() + point.u_value(), digits_, true, end);
+    end = write_fixed(upper, digits, true, end);
     cells_[6] = view(limits_, end);
     cells_[7] = verdict_text(check.verdict);
     return cells_;
   }
 
  private:
+  // The digits at which a rejected deviation reads differently from both limits: the table's
+  // own, or more for a point out by less than they show. The slack a limit allows is 1e-9, so a
+  // point out always differs by the tenth decimal.
+  int distinct_digits(double deviation, double lower, double upper) const {
+    constexpr int kMostDigits = 10;
+    // Values more than a unit of the last decimal apart never print alike: the common case.
+    const double unit = std::pow(10.0, -digits_);
+    if (std::fabs(deviation - lower) > unit && std::fabs(deviation - upper) > unit) return digits_;
+    int digits = digits_;
+    char shown[kNumberBufferSize];
+    char limit_shown[kNumberBufferSize];
+    const auto same = [&](double limit) {
+      return view(shown, write_fixed(deviation, digits, true, shown)) ==
+             view(limit_shown, write_fixed(limit, digits, true, limit_shown));
+    };
+    while (digits < kMostDigits && (same(lower) || same(upper))) ++digits;
+    return digits;
+  }
   static std::string_view view(const char* first, const char* end) {
     return std::string_view(first, static_cast<std::size_t>(end - first));
   }
@@ -228,7 +261,8 @@ class PointCells {
 std::string verdict_lines(const ExtractView& view, const Numbers& numbers) {
   const kptInspectionSummary& s = view.summary;
   const std::size_t checks = s.checks_in + s.checks_out + s.checks_not_toleranced;
-  const std::size_t points = s.points_within + s.points_outside + s.points_unmeasured;
+  const std::size_t points =
+      s.points_within + s.points_outside + s.points_unmeasured + s.points_not_toleranced;
   std::string text = "Verdict:       ";
   text += s.passed() ? "PASS\n" : "FAIL\n";
   text += "Checks:        " + std::to_string(s.checks_out) + " of " + std::to_string(checks) +
@@ -236,14 +270,15 @@ std::string verdict_lines(const ExtractView& view, const Numbers& numbers) {
           std::to_string(s.checks_not_toleranced) + " not toleranced)\n";
   text += "Points:        " + std::to_string(s.points_outside) + " of " + std::to_string(points) +
           " outside their limits (" + std::to_string(s.points_within) + " within, " +
-          std::to_string(s.points_unmeasured) + " unmeasured)\n";
+          std::to_string(s.points_unmeasured) + " unmeasured, " +
+          std::to_string(s.points_not_toleranced) + " not toleranced)\n";
   text += "True position: " + std::string(convention_text(view.convention)) + "\n";
   if (s.worst_check) {
     const kptFeatureCheck& c = s.worst_check->check;
     text += "Worst check:   #" + std::to_string(s.worst_check->result_index + 1) + " " +
-            kpt_quantity_label(c.quantity) + " " + numbers.value(c.quantity, c.deviation) +
-            " against " + (c.true_position ? "TP " : "") + numbers.value(c.quantity, *c.tolerance) +
-            ": " + verdict_text(c.verdict) + ", " + numbers.share(*c.tolerance_used) +
+            kpt_quantity_label(c.quantity) + " " + numbers.compared(c) + " against " +
+            (c.true_position ? "TP " : "") + numbers.value(c.quantity, *c.tolerance) + ": " +
+            verdict_text(c.verdict) + ", " + numbers.share(*c.tolerance_used) +
             " of the tolerance used\n";
   }
   if (s.worst_point) {
@@ -275,6 +310,7 @@ void write_text(const ExtractView& view, Output& out) {
   const kptResultsExtractionStatus status = view.status;
   const Numbers numbers(view.precision);
   std::size_t features = 0;
+  std::size_t surfaces = 0;
   std::size_t points = 0;
   std::size_t measured = 0;
   // One walk over the results counts them for the heading, keeps each probe path's summary for
@@ -292,6 +328,7 @@ void write_text(const ExtractView& view, Output& out) {
   for_each_result(extractor, [&](std::size_t number, const mtrToolpathResult& result) {
     if (result.kind() != mtrResultProbePath) {
       ++features;
+      if (result.kind() == mtrResultSurface) ++surfaces;
       return;
     }
     const auto& path = static_cast<const mtrProbePath&>(result);
@@ -323,8 +360,17 @@ void write_text(const ExtractView& view, Output& out) {
   out.write(head);
 
   if (features > 0) {
-    out.write("\nFeatures (deviation = actual - nominal; TP: true position, " +
-              std::string(kpt_zone_convention_name(view.convention)) + ")\n");
+    out.write(std::string("\nFeatures (deviation = actual - nominal; TP: true position, ") +
+              (view.convention == kptZoneRadial
+                   ? "radial: the offset is held against the tolerance"
+                   : "diametral: 2 x the offset, as diameter or width, is held against the zone") +
+              ")\n");
+    if (surfaces > 0) {
+      out.write(
+          "(a surface's position: the plane's distance from the CAD origin along its nominal "
+          "normal,\n not the POSN the file printed in work coordinates, which differs in value and "
+          "sign)\n");
+    }
     print_table(
         out,
         TextTable({{"#", TextTable::kRight},

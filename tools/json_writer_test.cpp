@@ -112,6 +112,7 @@ TEST(JsonString, RunsGiveTheSameTextAsTheWholeRepaired) {
       "Path 12 (3): Inspection Point 1",
       "C:\\PROBE\\RUN \"7\".TXT",
       "tab\there\nline\r\x01\x1f\x7f end",
+      "back\bspace form\ffeed",
       "\xC3\xA9t\xC3\xA9 \xE6\x97\xA5\xE6\x9C\xAC",
       "cut \xE2\x82 then ascii",
       "cut at the end \xF0\x9F\x98",
@@ -120,9 +121,9 @@ TEST(JsonString, RunsGiveTheSameTextAsTheWholeRepaired) {
       "\xF4\x8F\xBF\xBF\"\xC3\xA9\\\xC3",
   };
   // Random texts from bytes that start, continue, break and escape sequences.
-  static constexpr char kAlphabet[] = {'a',    ' ',    '"',    '\\',   '\n',   '\x01',
-                                       '\x7f', '\x80', '\xbf', '\xc2', '\xc3', '\xe2',
-                                       '\xed', '\xf0', '\xf4', '\xff'};
+  static constexpr char kAlphabet[] = {'a',    ' ',    '"',    '\\',   '\n',   '\x01', '\b',
+                                       '\f',   '\r',   '\t',   '\x7f', '\x80', '\xbf', '\xc2',
+                                       '\xc3', '\xe2', '\xed', '\xf0', '\xf4', '\xff'};
   RepeatableRandom next_byte(0x2545F4914F6CDD1DULL);
   for (int i = 0; i < 5000; ++i) {
     std::string text;
@@ -132,7 +133,11 @@ TEST(JsonString, RunsGiveTheSameTextAsTheWholeRepaired) {
   for (const std::string& text : cases) {
     const std::string quoted = json_quoted(text);
     ASSERT_EQ(quoted, reference_quoted(text));
-    EXPECT_EQ(nlohmann::json::parse(quoted).is_string(), true) << quoted;
+    // Read back by a JSON parser, the string is the text made valid UTF-8: every escape stands
+    // for its own character.
+    std::string repaired;
+    append_valid_utf8(repaired, text);
+    EXPECT_EQ(nlohmann::json::parse(quoted).get<std::string>(), repaired) << quoted;
   }
 }
 

@@ -1,13 +1,19 @@
-// Text handed to C hosts: always terminated, never cut inside a character, always UTF-8.
+// Text handed to C hosts: always terminated, never cut inside a character, always UTF-8; and why a
+// file could not be read, as the error code a host tells its user.
 #include "cncprobe/capi/internal/c_boundary.h"
 
 #include <gtest/gtest.h>
+#if !defined(_WIN32)
+#include <sys/stat.h>
+#endif
 
 #include <algorithm>
 #include <iterator>
 #include <new>
 #include <string>
 #include <string_view>
+
+#include "tests/support/scratch_directory.h"
 
 namespace {
 
@@ -50,6 +56,43 @@ TEST(CBoundary, CopyTextFitsCutsAndRepairs) {
     EXPECT_EQ(buffer[c.capacity], '#');  // nothing past the capacity
   }
 }
+
+TEST(CBoundary, EachInputProblemHasItsOwnCode) {
+  const struct {
+    kptInputProblem problem;
+    cncprobe_error error;
+  } cases[] = {
+      {kptInputReadable, CNCPROBE_OK},
+      {kptInputMissing, CNCPROBE_ERROR_FILE_MISSING},
+      {kptInputDirectory, CNCPROBE_ERROR_FILE_IS_DIRECTORY},
+      {kptInputNotRegularFile, CNCPROBE_ERROR_FILE_NOT_REGULAR},
+      {kptInputPermissionDenied, CNCPROBE_ERROR_PERMISSION_DENIED},
+      {kptInputReadError, CNCPROBE_ERROR_READ_ERROR},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(capi_internal::input_error(c.problem), c.error) << kpt_input_problem_text(c.problem);
+    if (c.problem != kptInputReadable) {
+      EXPECT_STREQ(cncprobe_error_text(c.error), kpt_input_problem_text(c.problem));
+    }
+  }
+}
+
+#if !defined(_WIN32)
+TEST(CBoundary, FifoIsNotARegularFileForEveryReader) {
+  // Nobody writes to it: a reader that opened it as a file would wait for ever.
+  const ScratchDirectory dir;
+  const std::string fifo = dir.file("results.fifo");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  cncprobe_extraction* run = nullptr;
+  cncprobe_references* refs = nullptr;
+  cncprobe_settings* settings = nullptr;
+  EXPECT_EQ(cncprobe_extract_file(fifo.c_str(), CNCPROBE_UNITS_MM, 0, &run),
+            CNCPROBE_ERROR_FILE_NOT_REGULAR);
+  EXPECT_EQ(cncprobe_references_read(fifo.c_str(), &refs), CNCPROBE_ERROR_FILE_NOT_REGULAR);
+  EXPECT_EQ(cncprobe_settings_read(fifo.c_str(), 0, &settings), CNCPROBE_ERROR_FILE_NOT_REGULAR);
+  EXPECT_TRUE(run == nullptr && refs == nullptr && settings == nullptr);
+}
+#endif
 
 TEST(CBoundary, ExceptionsBecomeErrorCodes) {
   EXPECT_EQ(capi_internal::guarded([]() -> cncprobe_error { throw std::bad_alloc(); }),

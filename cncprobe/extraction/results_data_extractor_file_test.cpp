@@ -10,6 +10,9 @@
 
 #include "cncprobe/extraction/extraction_test_util.h"
 #include "tests/support/scratch_directory.h"
+#if !defined(_WIN32)
+#include "tests/support/unprivileged_user.h"
+#endif
 
 using namespace extraction_test;
 
@@ -167,11 +170,14 @@ TEST(ResultsDataExtractorFile, SaysWhyAFileCouldNotBeRead) {
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
   cases.push_back({fifo, kptInputNotRegularFile});
   cases.push_back({"/dev/null", kptInputNotRegularFile});
-  if (::geteuid() != 0) {  // root reads a file whatever its permissions
-    const std::string secret = dir.write("secret.res", "START\nEND\n");
-    ::chmod(secret.c_str(), 0);
-    cases.push_back({secret, kptInputPermissionDenied});
-  }
+  // Root reads a file whatever its mode: the locked file is read as a user who cannot.
+  const std::string secret = dir.write("secret.res", "START\nEND\n");
+  ASSERT_EQ(::chmod(secret.c_str(), 0), 0);
+  EXPECT_TRUE(as_unprivileged_user([&] {
+    kptResultsDataExtractor locked_out;
+    return locked_out.extract_data(utString(secret)) == kptExtractionNoResults &&
+           locked_out.input_problem() == kptInputPermissionDenied;
+  }));
 #endif
   kptResultsDataExtractor extractor;
   for (const Case& c : cases) {

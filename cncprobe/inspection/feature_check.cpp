@@ -24,9 +24,16 @@ kptFeatureCheck judged(kptFeatureCheck check, kptZoneConvention convention) {
   }
   const double deviation = check.deviation;
   const bool above_lower = !limits.lower || deviation >= *limits.lower - kLimitSlack;
-  check.verdict = above_lower && within(deviation, *limits.upper) ? kptVerdictIn : kptVerdictOut;
-  check.tolerance_used = deviation >= 0.0 || !limits.lower ? share(deviation, *limits.upper)
-                                                           : share(deviation, *limits.lower);
+  const bool in = above_lower && within(deviation, *limits.upper);
+  check.verdict = in ? kptVerdictIn : kptVerdictOut;
+  check.tolerance_used =
+      judged_share(deviation >= 0.0 || !limits.lower ? share(deviation, *limits.upper)
+                                                     : share(deviation, *limits.lower),
+                   in);
+  // A diametral zone is held against twice the offset, the way a drawing reads it.
+  const bool diametral = check.true_position && convention == kptZoneDiametral;
+  check.compared = diametral ? 2.0 * deviation : deviation;
+  check.compared_limit = check.tolerance;
   return check;
 }
 
@@ -35,7 +42,7 @@ kptFeatureCheck plain(kptQuantity quantity, double nominal, double actual,
                       const std::optional<double>& tolerance) {
   const double deviation = actual - nominal;
   return judged({quantity, nominal, actual, deviation, tolerance, false, kptVerdictNotToleranced,
-                 std::nullopt},
+                 std::nullopt, std::nullopt, std::nullopt},
                 kptZoneDiametral);  // a plain tolerance reads the same under either convention
 }
 
@@ -44,7 +51,7 @@ kptFeatureCheck offset(kptQuantity quantity, const giPoint3& nominal, const giPo
                        const std::optional<double>& tolerance, kptZoneConvention convention) {
   const double deviation = distance(actual, nominal);
   return judged({quantity, std::nullopt, std::nullopt, deviation, tolerance, true,
-                 kptVerdictNotToleranced, std::nullopt},
+                 kptVerdictNotToleranced, std::nullopt, std::nullopt, std::nullopt},
                 convention);
 }
 
@@ -56,7 +63,7 @@ kptFeatureCheck middle(const giPoint3& nominal, const giPoint3& actual, const gi
   const double actual_position = dot(actual, direction);
   const double deviation = actual_position - nominal_position;
   return judged({kptQuantityMiddle, nominal_position, actual_position, deviation, tolerance, true,
-                 kptVerdictNotToleranced, std::nullopt},
+                 kptVerdictNotToleranced, std::nullopt, std::nullopt, std::nullopt},
                 convention);
 }
 

@@ -57,9 +57,17 @@ struct kptFeatureCheck {
   // kptVerdictNotToleranced when there is no tolerance, else in or out.
   kptVerdict verdict;
   // The share of the tolerance used: |deviation| / tol for a plain tolerance, 2 |offset| / tol
-  // (diametral) or |offset| / tol (radial) for a true position; 1 at the limit; absent when not
-  // toleranced; +infinity for a zero tolerance with a deviation.
+  // (diametral) or |offset| / tol (radial) for a true position; exactly 1 for a value judged in
+  // at its limit, always above 1 for a value out; absent when not toleranced; +infinity for a
+  // zero tolerance with a deviation.
   std::optional<double> tolerance_used;
+  // The value actually held against `compared_limit`: 2 x deviation under a diametral
+  // true-position zone (the zone is a diameter, the offset a radius), the deviation otherwise.
+  // In tolerance when |compared| <= compared_limit. Absent when not toleranced.
+  std::optional<double> compared;
+  // The limit `compared` is held against: the tolerance as printed (the zone's diameter or
+  // width, or the radial limit); absent when not toleranced.
+  std::optional<double> compared_limit;
 };
 
 // The deviations at which a check's verdict turns from in to out; both absent when the check is

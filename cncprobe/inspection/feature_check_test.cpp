@@ -139,6 +139,55 @@ TEST(FeatureChecks, EveryKindInItsOrder) {
   EXPECT_FALSE(kptFeatureChecks::of(rectangle)[0].true_position);
 }
 
+TEST(FeatureChecks, ShareAtTheLimitAndTheValueCompared) {
+  // The share agrees with the verdict however the printed decimals round in binary, and the value
+  // compared with a diametral zone is twice the offset, so it reads against the zone's diameter.
+  struct Case {
+    double nominal, actual, offset, tolerance;
+    kptZoneConvention convention;
+    std::size_t check;  // 0 the diameter, 1 the centre offset
+    kptVerdict verdict;
+    double compared;
+  };
+  const Case cases[] = {
+      {25.000, 25.050, 0, 0.050, kptZoneDiametral, 0, kptVerdictIn, 0.05},
+      {25.000, 24.950, 0, 0.050, kptZoneDiametral, 0, kptVerdictIn, -0.05},
+      {25.000, 25.050 + 2e-9, 0, 0.050, kptZoneDiametral, 0, kptVerdictOut, 0.050000002},
+      {8, 8, 0.030, 0.050, kptZoneDiametral, 1, kptVerdictOut, 0.060},
+      {8, 8, 0.025, 0.050, kptZoneDiametral, 1, kptVerdictIn, 0.050},
+      {8, 8, 0.030, 0.050, kptZoneRadial, 1, kptVerdictIn, 0.030},
+  };
+  for (const Case& c : cases) {
+    const kptFeatureCheck check = kptFeatureChecks::of(
+        *circle(c.nominal, c.actual, c.offset, tol(c.tolerance), tol(c.tolerance)),
+        c.convention)[c.check];
+    SCOPED_TRACE(c.actual + c.offset);
+    EXPECT_EQ(check.verdict, c.verdict);
+    EXPECT_NEAR(*check.compared, c.compared, 1e-12);
+    EXPECT_EQ(check.compared_limit, tol(c.tolerance));
+    if (c.verdict == kptVerdictIn) {
+      EXPECT_LE(*check.tolerance_used, 1.0);
+    } else {
+      EXPECT_GT(*check.tolerance_used, 1.0);
+    }
+  }
+  EXPECT_EQ(*kptFeatureChecks::of(*circle(25.000, 25.050, 0, tol(0.050), {}))[0].tolerance_used,
+            1.0);
+  // A middle under a diametral zone: twice its signed offset against the zone's width.
+  const giUnitVec3 y(gi_AxisY);
+  mtrPerpendicularDistanceFeature wall(
+      1, kData, mtrProbeWCSAxisY, mtgPerpendicularDistance(giPoint3(20, 65, -10), kZ, y, 8),
+      mtgPerpendicularDistance(giPoint3(20, 64.994, -10), kZ, y, 8));
+  wall.set_position_tolerance(0.01);
+  const kptFeatureCheck middle = kptFeatureChecks::of(wall)[1];
+  EXPECT_NEAR(*middle.compared, -0.012, 1e-12);
+  mtrPerpendicularDistanceFeature open_wall(
+      1, kData, mtrProbeWCSAxisY, mtgPerpendicularDistance(giPoint3(20, 65, -10), kZ, y, 8),
+      mtgPerpendicularDistance(giPoint3(20, 64.994, -10), kZ, y, 8));
+  EXPECT_FALSE(kptFeatureChecks::of(open_wall)[1].compared ||
+               kptFeatureChecks::of(open_wall)[1].compared_limit);
+}
+
 TEST(FeatureChecks, NamesAndLabels) {
   std::string names, labels;
   for (int q = 0; q <= 8; ++q) {

@@ -37,6 +37,7 @@ void count(kptInspectionSummary& summary, std::size_t result_index, const mtrPro
     if (check.verdict == kptVerdictIn) ++summary.points_within;
     if (check.verdict == kptVerdictOut) ++summary.points_outside;
     if (check.verdict == kptVerdictUnmeasured) ++summary.points_unmeasured;
+    if (check.verdict == kptVerdictNotToleranced) ++summary.points_not_toleranced;
     if (larger(check.limit_used,
                summary.worst_point ? summary.worst_point->check.limit_used : std::nullopt)) {
       summary.worst_point = kptWorstPoint{result_index, point_index, check};

@@ -1,5 +1,6 @@
 // kptInspection: the verdict of a whole extraction: how many feature checks are in, out or not
-// toleranced, how many points are within, outside or unmeasured, and the worst of each.
+// toleranced, how many points are within, outside, unmeasured or not toleranced, and the worst
+// of each.
 //
 //   kptResultsDataExtractor extractor;
 //   extractor.extract_data(utString("run.res"));
@@ -32,6 +33,8 @@ struct kptWorstPoint {
 struct kptInspectionSummary {
   std::size_t checks_in = 0, checks_out = 0, checks_not_toleranced = 0;
   std::size_t points_within = 0, points_outside = 0, points_unmeasured = 0;
+  // Points measured without a probing direction to judge them along: shown, never judged.
+  std::size_t points_not_toleranced = 0;
   // The check with the largest share of its tolerance used (the first one on a tie); absent when
   // nothing is toleranced.
   std::optional<kptWorstCheck> worst_check;
@@ -40,7 +43,8 @@ struct kptInspectionSummary {
   std::optional<kptWorstPoint> worst_point;
   kptZoneConvention convention = kptZoneDiametral;
   // Nothing out: no check out of tolerance and no point outside its limits. Checks that are not
-  // toleranced and unmeasured points do not fail a part, and never count as a pass either.
+  // toleranced and points unmeasured or not toleranced do not fail a part, and never count as a
+  // pass either.
   bool passed() const noexcept { return checks_out == 0 && points_outside == 0; }
 };
 

@@ -88,3 +88,26 @@ TEST(Inspection, InchFileIsJudgedInMillimetres) {
     EXPECT_NEAR(*checks[1].tolerance, 0.1016, 1e-9);
   }
 }
+
+TEST(Inspection, WorstPointIsAnOutPointAndUnjudgedPointsAreCounted) {
+  // Point 2 is out, short of a lower limit above its offset; point 4 is in, at 0.9 of an uneven
+  // zone; point 6 is measured but has no direction to be judged along.
+  ScratchDirectory dir;
+  kptResultsDataExtractor extractor;
+  ASSERT_EQ(extractor.extract_data(utString(dir.write("run.res",
+                                                      "START\n"
+                                                      "TOOLPATHID 1\n"
+                                                      "G800 N1 X10 Y0 Z0 I0 J0 K1 O0 U0.1 L0.05\n"
+                                                      "G801 N2 X10 Y0 Z0.02 R1\n"
+                                                      "G800 N3 X20 Y0 Z0 I0 J0 K1 O0 U0.1 L-0.1\n"
+                                                      "G801 N4 X20 Y0 Z0.09 R1\n"
+                                                      "G800 N5 X30 Y0 Z0 I0 J0 K0 O0 U0.1 L-0.1\n"
+                                                      "G801 N6 X30 Y0 Z0.5 R1\n"
+                                                      "END\n")
+                                                .c_str())),
+            kptExtractionSuccess);
+  const kptInspectionSummary s = kptInspection::summarize(extractor);
+  EXPECT_EQ(shown(s), "checks 0/0/0 points 1/1/0 worst point #0.0 2.200000 FAIL");
+  EXPECT_EQ(s.worst_point->check.verdict, kptVerdictOut);
+  EXPECT_EQ(s.points_not_toleranced, 1u);
+}

@@ -21,7 +21,8 @@ kptPointCheck kptPointChecks::of(const mtrInspectionPoint& point) {
   const bool in = excess >= point.l_value() - kLimitSlack && within(excess, point.u_value());
   check.deviation = d;
   check.verdict = in ? kptVerdictIn : kptVerdictOut;
-  check.limit_used = share(excess, excess >= 0.0 ? point.u_value() : point.l_value());
+  check.limit_used = judged_share(zone_share(excess, point.l_value(), point.u_value()),
+                                  check.verdict == kptVerdictIn);
   return check;
 }
 
@@ -41,6 +42,7 @@ kptPathSummary kptPointChecks::summary(const mtrProbePath& path) {
     if (check.verdict == kptVerdictIn) ++summary.within;
     if (check.verdict == kptVerdictOut) ++summary.outside;
     if (check.verdict == kptVerdictUnmeasured) ++summary.unmeasured;
+    if (check.verdict == kptVerdictNotToleranced) ++summary.not_toleranced;
     if (!check.deviation) continue;
     const double d = *check.deviation;
     if (!summary.smallest_deviation || d < *summary.smallest_deviation) {

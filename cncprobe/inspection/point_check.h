@@ -25,14 +25,20 @@ struct kptPointCheck {
   // Unmeasured; in when L <= d - O <= U (with 1e-9 slack), else out; not toleranced when the
   // point was measured but has no direction to judge it along.
   kptVerdict verdict = kptVerdictNotToleranced;
-  // The share of the nearer limit used: (d - O) / U when d - O >= 0, (d - O) / L otherwise; 1 at
-  // the limit, +infinity beyond a zero limit; absent when there is no deviation.
+  // Where d - O lies in the zone [L, U]: |2 (d - O) - (U + L)| / (U - L), 0 at the zone's middle,
+  // 1 at either limit, growing linearly beyond; so every point out ranks above every point in,
+  // also when both limits lie on one side of the offset. Exactly 1 for a point judged in at its
+  // limit, always above 1 for a point out. A zone of no width (U = L) or an inverted one (U < L)
+  // gives 1 to a point judged at it and +infinity to any other. Absent when there is no
+  // deviation.
   std::optional<double> limit_used;
 };
 
 // One probe path's points at a glance.
 struct kptPathSummary {
   std::size_t points = 0, measured = 0, within = 0, outside = 0, unmeasured = 0;
+  // Measured, but without a probing direction to judge the point along.
+  std::size_t not_toleranced = 0;
   // The minimum and maximum d (signed); absent when no point has a deviation.
   std::optional<double> smallest_deviation;
   std::optional<double> largest_deviation;

@@ -113,6 +113,11 @@ class FeatureCheck:
     true_position: bool
     verdict: str
     tolerance_used: Optional[float]
+    #: The value held against ``compared_limit``: twice the offset under a diametral
+    #: true-position zone, the deviation otherwise; None when not toleranced.
+    compared: Optional[float]
+    #: The tolerance ``compared`` is held against; None when not toleranced.
+    compared_limit: Optional[float]
 
 
 @dataclass(frozen=True)
@@ -309,6 +314,8 @@ class Extraction:
                     c["true_position"][i],
                     VERDICT_NAMES[c["verdict"][i]],
                     _none_if_nan(c["tolerance_used"][i]),
+                    _none_if_nan(c["compared"][i]),
+                    _none_if_nan(c["compared_limit"][i]),
                 )
             )
         return by
@@ -318,7 +325,9 @@ class Extraction:
         instance (-1 when none), component, feature (-1 when the report gave none), name, quantity,
         nominal, actual, deviation, tolerance (NaN when none), verdict, and the library's
         true_position flag, tolerance_used, lower_limit and upper_limit (the deviations at which
-        the verdict turns; NaN where there is none) and result (index into :attr:`results`)."""
+        the verdict turns; NaN where there is none), compared and compared_limit (the value held
+        against the tolerance: twice the offset under a diametral true-position zone) and result
+        (index into :attr:`results`)."""
         import pandas as pd
 
         c = self._check_columns()
@@ -344,6 +353,8 @@ class Extraction:
                 "tolerance_used": np.asarray(c["tolerance_used"], dtype=np.float64),
                 "lower_limit": np.asarray(c["lower_limit"], dtype=np.float64),
                 "upper_limit": np.asarray(c["upper_limit"], dtype=np.float64),
+                "compared": np.asarray(c["compared"], dtype=np.float64),
+                "compared_limit": np.asarray(c["compared_limit"], dtype=np.float64),
                 "result": np.asarray(c["result"], dtype=np.int32),
             }
         )

@@ -88,6 +88,8 @@ class FeatureCheck:
     true_position: bool
     verdict: str
     tolerance_used: Optional[float]
+    compared: Optional[float]
+    compared_limit: Optional[float]
 
 class Feature:
     """A measured feature: circle, rectangle, corner, surface, angle or perpendicular_distance

@@ -68,14 +68,16 @@ def checks_frame(file: str, units: str = "mm") -> pd.DataFrame:
 
 
 SUMMARY_COLUMNS = ["file", "status", "status_name", "error", "results_file", "probe_paths",
-                   "features", "points", "measured"]
+                   "features", "points", "measured", "not_toleranced"]
 
 
 def summary_frame(file: str, units: str = "mm") -> pd.DataFrame:
     """One row for one file: status code and name (-1 and "unreadable" when the file could not
-    be read), the error (the OSError's text, "" otherwise), results file, counts."""
+    be read), the error (the OSError's text, "" otherwise), results file, counts (not_toleranced:
+    points measured without a probing direction to judge them along)."""
     row = {"file": file, "status": -1, "status_name": "unreadable", "error": "",
-           "results_file": "", "probe_paths": 0, "features": 0, "points": 0, "measured": 0}
+           "results_file": "", "probe_paths": 0, "features": 0, "points": 0, "measured": 0,
+           "not_toleranced": 0}
     try:
         extraction = _model.extract(file, units)
     except OSError as error:
@@ -90,13 +92,14 @@ def summary_frame(file: str, units: str = "mm") -> pd.DataFrame:
             features=len(extraction.features),
             points=len(points),
             measured=int(np.count_nonzero(~np.isnan(points.r))),
+            not_toleranced=int(np.count_nonzero(points.verdict == _model.Verdict.NOT_TOLERANCED)),
         )
     return _summary_of([row])
 
 
 def _summary_of(rows: list) -> pd.DataFrame:
     frame = pd.DataFrame(rows, columns=SUMMARY_COLUMNS)
-    for column in ("status", "probe_paths", "features", "points", "measured"):
+    for column in ("status", "probe_paths", "features", "points", "measured", "not_toleranced"):
         frame[column] = frame[column].astype(np.int64)
     for column in ("file", "status_name", "error", "results_file"):
         frame[column] = frame[column].astype(object)
@@ -129,7 +132,8 @@ class _EmptyExtraction(_model.Extraction):
     def _check_columns(self) -> dict:
         names = ["result", "kind", "toolpath", "instance", "component", "feature", "name",
                  "quantity", "nominal", "actual", "deviation", "tolerance", "true_position",
-                 "verdict", "tolerance_used", "lower_limit", "upper_limit"]
+                 "verdict", "tolerance_used", "lower_limit", "upper_limit", "compared",
+                 "compared_limit"]
         return {n: [] for n in names}
 
 
@@ -159,6 +163,7 @@ def read_checks(paths_or_glob: Paths, units: str = "mm"):
 def read_summary(paths_or_glob: Paths, units: str = "mm"):
     """A Dask DataFrame of one row per file (one partition each): status, status_name
     (``unreadable`` with status -1 when the file could not be read), error, results_file and
-    the numbers of probe paths, features, points and measured points. The place to find the
+    the numbers of probe paths, features, points, measured points and points not toleranced
+    (measured without a probing direction). The place to find the
     files that met a problem: ``summary[summary.status != 0]``."""
     return _from_files(summary_frame, _summary_of([]), expand(paths_or_glob), units)

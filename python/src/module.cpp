@@ -378,7 +378,8 @@ class Extraction {
   // One row per feature quantity, as columns: the library's checks of every feature.
   py::dict feature_checks(int convention) const {
     py::list result, kind, toolpath, instance, component, feature, name, quantity, nominal, actual,
-        deviation, tolerance, true_position, verdict, tolerance_used, lower_limit, upper_limit;
+        deviation, tolerance, true_position, verdict, tolerance_used, lower_limit, upper_limit,
+        compared, compared_limit;
     std::size_t index = 0;
     for (const auto& r : results_) {
       const auto* f = dynamic_cast<const mtrInspectionFeature*>(r.get());
@@ -409,6 +410,8 @@ class Extraction {
               kptFeatureChecks::limits(check, static_cast<kptZoneConvention>(convention));
           lower_limit.append(limits.lower ? *limits.lower : std::nan(""));
           upper_limit.append(limits.upper ? *limits.upper : std::nan(""));
+          compared.append(check.compared ? *check.compared : std::nan(""));
+          compared_limit.append(check.compared_limit ? *check.compared_limit : std::nan(""));
         }
       }
       ++index;
@@ -431,6 +434,8 @@ class Extraction {
     d["tolerance_used"] = tolerance_used;
     d["lower_limit"] = lower_limit;
     d["upper_limit"] = upper_limit;
+    d["compared"] = compared;
+    d["compared_limit"] = compared_limit;
     return d;
   }
 

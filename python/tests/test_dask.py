@@ -6,7 +6,10 @@ import pytest
 
 import cncprobe
 import cncprobe.dask
-from conftest import results_file
+from conftest import ROOT, results_file
+
+# Measured points without a probing direction, and a point never measured.
+UNJUDGED = ROOT / "tests" / "data" / "extraction" / "unmeasured_and_unjudged_points.res"
 
 
 @pytest.fixture(scope="module")
@@ -16,6 +19,7 @@ def folder(tmp_path_factory):
         (root / f"run{i:02}.res").write_bytes(results_file(5 + 7 * i, toolpath=i + 1))
     (root / "run90.res").write_bytes(results_file(3, end=False))  # missing END: kept
     (root / "run91.res").write_bytes(b"nothing to read\n")  # no results
+    (root / "run92.res").write_bytes(UNJUDGED.read_bytes())
     (root / "run99.res").mkdir()  # matched by the glob, cannot be read
     return root
 
@@ -35,6 +39,17 @@ def single(folder):
 def check(folder, points, checks, summary):
     expected = single(folder)
     assert points.npartitions == checks.npartitions == len(expected)
+    # Used lazily, as a script does before it computes: the frames' metadata is what every
+    # partition holds, column for column and dtype for dtype.
+    lazy_sizes = points.groupby("file").size().compute()
+    assert lazy_sizes.reindex(list(expected), fill_value=0).tolist() == [
+        n for n, _ in expected.values()]
+    assert checks.groupby("file")["tolerance"].count().compute().sum() == checks["tolerance"].count().compute()
+    assert len(summary[summary.status != 0].compute()) == 4
+    for lazy in (points, checks, summary):
+        computed = lazy.compute()
+        assert list(lazy.columns) == list(computed.columns)
+        assert lazy.dtypes.astype(str).tolist() == computed.dtypes.astype(str).tolist()
     p, c, s = points.compute(), checks.compute(), summary.compute()
     assert p.groupby("file").size().reindex(list(expected), fill_value=0).tolist() == [
         n for n, _ in expected.values()]
@@ -46,8 +61,12 @@ def check(folder, points, checks, summary):
     assert unreadable["status"] == -1 and unreadable["error"].startswith("IsADirectoryError")
     assert by_file.loc[str(folder / "run90.res"), "status_name"] == "missing_end"
     assert by_file.loc[str(folder / "run91.res"), "status_name"] == "no_results"
+    unjudged = by_file.loc[str(folder / "run92.res")]
+    assert (unjudged["points"], unjudged["measured"], unjudged["not_toleranced"]) == (5, 4, 1)
+    assert by_file["not_toleranced"].dtype == "int64"
     assert by_file["points"].tolist() == [n for n, _ in expected.values()]
     assert p.dtypes["verdict"].name == "category" and p["instance"].eq(-1).all()
+    assert c["tolerance"].dtype == "float64"
 
 
 def test_local_scheduler_by_default(folder):

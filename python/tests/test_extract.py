@@ -52,7 +52,8 @@ def test_values_equal_the_tools_json(tool, path, units):
     assert len(got) == len(points)
     dtypes = {"path": np.int32, "toolpath": np.int32, "instance": np.int32, "nominal": np.float64,
               "direction": np.float64, "o": np.float64, "u": np.float64, "l": np.float64,
-              "measured": np.float64, "r": np.float64}
+              "measured": np.float64, "r": np.float64, "deviation": np.float64,
+              "verdict": np.int8}
     for name, dtype in dtypes.items():
         array = getattr(got, name)
         assert array.dtype == dtype, name
@@ -91,6 +92,17 @@ def test_values_equal_the_tools_json(tool, path, units):
     frame, checks = run.to_pandas()
     assert len(frame) == len(points)
     assert frame["label"].tolist() == [p["label"] for p in points]
+    # The checks frame holds the numbers of the JSON checks at full precision.
+    want_checks = [c for r in expected["results"] if r["kind"] != "probe_path" for c in r["checks"]]
+    assert len(checks) == len(want_checks)
+    for column in ("nominal", "actual", "deviation", "tolerance", "tolerance_used", "compared",
+                   "compared_limit", "lower_limit", "upper_limit"):
+        assert checks[column].dtype == np.float64, column
+    for column in ("nominal", "actual", "deviation", "tolerance", "tolerance_used", "compared",
+                   "compared_limit"):
+        assert all(same_number(None if math.isnan(v) else v, c[column])
+                   for v, c in zip(checks[column].tolist(), want_checks)), column
+    assert checks["verdict"].astype(str).tolist() == [c["verdict"] for c in want_checks]
 
 
 def test_path_like_str_and_bytes_names_read_the_same_file():
@@ -126,6 +138,43 @@ def unreadable_cases(tmp_path):
         locked.chmod(0)
         cases.append((locked, PermissionError))
     return cases
+
+
+def test_a_locked_file_raises_permission_error_also_when_the_tests_run_as_root():
+    # Root reads a file whatever its mode, and CI runs as root: the file is read in a Python of
+    # its own by the user nobody, which may not.
+    import shutil
+    import subprocess
+    import sys
+    import tempfile
+
+    command = [sys.executable, "-c", (
+        "import sys, cncprobe\n"
+        "for read in (cncprobe.extract, cncprobe.references):\n"
+        "    try:\n"
+        "        read(sys.argv[1])\n"
+        "    except PermissionError as e:\n"
+        "        assert e.filename == sys.argv[1], e\n"
+        "    else:\n"
+        "        sys.exit(read.__name__ + ' raised nothing')\n")]
+    if os.geteuid() == 0:
+        setpriv = shutil.which("setpriv")
+        if setpriv is None:
+            pytest.fail("setpriv (util-linux) is needed to read a file as a user who is not root")
+        command = [setpriv, "--reuid=65534", "--regid=65534", "--clear-groups"] + command
+    with tempfile.TemporaryDirectory(prefix="cncprobe-locked-") as folder:
+        os.chmod(folder, 0o755)  # the folder may be entered, the file not read
+        locked = os.path.join(folder, "locked.res")
+        with open(locked, "wb") as f:
+            f.write(results_file(1))
+        os.chmod(locked, 0)
+        # The package this test imported, by an absolute path: the child runs in another folder.
+        package_root = os.path.dirname(os.path.dirname(os.path.abspath(cncprobe.__file__)))
+        env = dict(os.environ, PYTHONPATH=os.pathsep.join(
+            [package_root] + [p for p in os.environ.get("PYTHONPATH", "").split(os.pathsep) if p]))
+        done = subprocess.run(command + [locked], capture_output=True, text=True, cwd=folder,
+                              env=env)
+    assert done.returncode == 0, done.stderr
 
 
 @pytest.mark.parametrize("read", [cncprobe.extract, cncprobe.references], ids=["extract", "references"])

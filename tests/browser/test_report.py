@@ -49,17 +49,19 @@ def test_tables_and_verdict_match_the_json(browser, workdir, source, units, sett
     features = [r for r in document["results"] if r["kind"] != "probe_path"]
     paths = [r for r in document["results"] if r["kind"] == "probe_path"]
     assert len(rows(browser, "path-table")) == len(paths)
-    if "summary" not in document:
-        pytest.skip("extract --format json has no checks or summary yet")
     assert len(rows(browser, "feature-table")) == count_checks(document) or not features
     summary = document["summary"]
     word = browser.find_element(By.ID, "verdict-word").text
-    passed = summary.get("passed", summary.get("checks_out", 0) == 0 and summary.get("points_outside", 0) == 0)
-    assert word == ("PASS" if passed else "FAIL")
+    assert word == ("PASS" if summary["passed"] else "FAIL")
     out_rows = [r for r in rows(browser, "feature-table") if r.get_attribute("data-verdict") == "out"]
     assert len(out_rows) == summary["checks_out"]
+    if units == "in" and not settings:  # an inch file's values 0.00254 mm apart stay apart
+        assert any("25.4178" in r.text for r in rows(browser, "feature-table"))
     checks_text = browser.find_element(By.ID, "verdict-checks").text
     assert f"{summary['checks_in']} in, {summary['checks_out']} out" in checks_text
+    points_text = browser.find_element(By.ID, "verdict-points").text
+    assert (f"{summary['points_unmeasured']} unmeasured, "
+            f"{summary['points_not_toleranced']} not toleranced") in points_text
 
 
 def test_bracket_fails_on_the_dowel_hole_and_the_filter_shows_only_out_rows(browser, workdir):
@@ -69,6 +71,12 @@ def test_bracket_fails_on_the_dowel_hole_and_the_filter_shows_only_out_rows(brow
     table_rows = rows(browser, "feature-table")
     dowel = [r for r in table_rows if "DOWEL HOLE" in r.text and "centre offset" in r.text]
     assert dowel and "OUT" in dowel[0].text and "0.0655" in dowel[0].text  # four linear digits
+    # The radial offset read against a zone's diameter: the diametral value stands beside it.
+    assert "0.0655 (as diameter 0.1309)" in dowel[0].text
+    assert "(as diameter 0.1309) against TP 0.0500" in browser.find_element(By.CLASS_NAME, "worst").text
+    # A surface's nominal and actual are not the POSN printed: the column titles say so.
+    nominal_title = browser.find_element(By.CSS_SELECTOR, "#feature-table th:nth-child(6)")
+    assert "CAD origin" in nominal_title.get_attribute("title")
     browser.find_element(By.ID, "only-out").click()
     visible = [r for r in rows(browser, "feature-table") if r.is_displayed()]
     assert visible and all(r.get_attribute("data-verdict") == "out" for r in visible)

@@ -303,7 +303,58 @@ static void test_true_position_convention(void) {
 }
 
 /* ---------------------------------------------------------------------------------------------
+ * Points a host must not misread: one out short of a lower limit above its offset, one in an
+ * uneven zone, one without a direction, one never measured, one exactly at its limit; and a
+ * centre offset under a diametral zone. */
+
+static void test_shares_at_and_beyond_the_limits(void) {
+  cncprobe_extraction* run = NULL;
+  cncprobe_point points[5];
+  cncprobe_check check;
+  cncprobe_summary summary;
+  size_t count = 0;
+  CHECK_ERROR(cncprobe_extract_file(path_of("extraction/unmeasured_and_unjudged_points.res"),
+                                    CNCPROBE_UNITS_MM, CNCPROBE_TRUE_POSITION_DIAMETRAL, &run),
+              CNCPROBE_OK);
+  if (run == NULL) return;
+  CHECK_ERROR(cncprobe_extraction_point_count(run, &count), CNCPROBE_OK);
+  CHECK(count == 5);
+  CHECK_ERROR(cncprobe_extraction_points(run, 0, 5, points), CNCPROBE_OK);
+  CHECK(points[0].verdict == CNCPROBE_VERDICT_OUT);
+  CHECK_NEAR(points[0].limit_used, 2.2);
+  CHECK(points[1].verdict == CNCPROBE_VERDICT_IN);
+  CHECK_NEAR(points[1].limit_used, 0.9);
+  CHECK(points[2].verdict == CNCPROBE_VERDICT_NOT_TOLERANCED);
+  CHECK(isnan(points[2].deviation) && isnan(points[2].limit_used) && !isnan(points[2].r));
+  CHECK(points[3].verdict == CNCPROBE_VERDICT_UNMEASURED && isnan(points[3].limit_used));
+  CHECK(points[4].verdict == CNCPROBE_VERDICT_IN && points[4].limit_used == 1.0);
+
+  /* The diameter at its limit uses exactly all of its tolerance; the centre, 0.03 off, twice
+   * that against a zone of 0.05. */
+  CHECK_ERROR(cncprobe_extraction_check(run, 0, 0, &check), CNCPROBE_OK);
+  CHECK(check.verdict == CNCPROBE_VERDICT_IN && check.tolerance_used == 1.0);
+  CHECK_ERROR(cncprobe_extraction_check(run, 0, 1, &check), CNCPROBE_OK);
+  CHECK(check.verdict == CNCPROBE_VERDICT_OUT);
+  CHECK_NEAR(check.tolerance_used, 1.1999999999999744);
+
+  /* The worst point is the one out; the point without a direction is in no count. */
+  CHECK_ERROR(cncprobe_extraction_summary(run, &summary), CNCPROBE_OK);
+  CHECK(summary.worst_point == 0 && summary.passed == 0);
+  CHECK(summary.points_within == 2 && summary.points_outside == 1 &&
+        summary.points_unmeasured == 1);
+  CHECK(count - summary.points_within - summary.points_outside - summary.points_unmeasured == 1);
+  cncprobe_extraction_free(&run);
+}
+
+/* ---------------------------------------------------------------------------------------------
  * Inputs that cannot be read, and inputs that read as nothing. */
+
+/* A device every system has. */
+#if defined(_WIN32)
+static const char kDevice[] = "NUL";
+#else
+static const char kDevice[] = "/dev/null";
+#endif
 
 static void test_unreadable_and_empty_inputs(void) {
   const char* empty_file = "c_interface_test_empty.res";
@@ -328,6 +379,16 @@ static void test_unreadable_and_empty_inputs(void) {
               CNCPROBE_ERROR_FILE_MISSING);
   CHECK(settings == NULL);
   CHECK_ERROR(cncprobe_settings_read(data_dir, 0, &settings), CNCPROBE_ERROR_FILE_IS_DIRECTORY);
+
+  /* A device is never read (it could block or never end), by every reader alike. */
+  CHECK_ERROR(cncprobe_extract_file(kDevice, CNCPROBE_UNITS_MM, 0, &run),
+              CNCPROBE_ERROR_FILE_NOT_REGULAR);
+  CHECK(run == NULL);
+  CHECK_ERROR(cncprobe_references_read(kDevice, &refs), CNCPROBE_ERROR_FILE_NOT_REGULAR);
+  CHECK(refs == NULL);
+  CHECK_ERROR(cncprobe_settings_read(kDevice, 0, &settings), CNCPROBE_ERROR_FILE_NOT_REGULAR);
+  CHECK(settings == NULL);
+  CHECK(strcmp(cncprobe_error_text(CNCPROBE_ERROR_FILE_NOT_REGULAR), "not a regular file") == 0);
 
   /* An empty file is read: a run without results, a header without references. */
   file = fopen(empty_file, "wb");
@@ -646,6 +707,7 @@ int main(int argc, char** argv) {
       {"inch file", test_inch_file},
       {"memory run and point ranges", test_memory_run_and_point_ranges},
       {"true-position convention", test_true_position_convention},
+      {"shares at and beyond the limits", test_shares_at_and_beyond_the_limits},
       {"unreadable and empty inputs", test_unreadable_and_empty_inputs},
       {"bad arguments", test_bad_arguments},
       {"text buffers", test_text_buffers},

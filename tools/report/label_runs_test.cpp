@@ -18,9 +18,12 @@ TEST(LabelRuns, CountingLabelsBecomeRunsAndTheRestGoWhole) {
        R"([{"p":"Path 1: Inspection Point ","n":1,"c":3},)"
        R"({"p":"Path 2 (1): Inspection Point ","n":1,"c":1}])"},
       // A gap or a step back starts a new run; so does another prefix with the next number.
-      {{"P9", "P10", "P12", "P11", "Q13"},
+      {{"P9", "P10", "P12", "P11", "Q12"},
        R"([{"p":"P","n":9,"c":2},{"p":"P","n":12,"c":1},{"p":"P","n":11,"c":1},)"
-       R"({"p":"Q","n":13,"c":1}])"},
+       R"({"p":"Q","n":12,"c":1}])"},
+      {{"Path 1: Inspection Point 1", "Path 1: Inspection Point 2", "Path 2: Inspection Point 3"},
+       R"([{"p":"Path 1: Inspection Point ","n":1,"c":2},)"
+       R"({"p":"Path 2: Inspection Point ","n":3,"c":1}])"},
       // No digits, a leading zero, a count of more than 15 digits, and the empty label: whole.
       {{"A", "P07", "P1234567890123456", "", "0", "1"},
        R"([{"l":["A","P07","P1234567890123456",""]},{"p":"","n":0,"c":2}])"},

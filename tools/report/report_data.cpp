@@ -108,7 +108,9 @@ SettingsOutcome read_settings(const ReportOptions& options) {
     }
   }
   outcome.confetti_mm = settings.confetti_diameter_mm();
-  outcome.linear_digits = settings.linear_precision();
+  outcome.linear_digits = outcome.read
+                              ? settings.linear_precision()
+                              : default_linear_digits(options.units, settings.linear_precision());
   outcome.angular_digits = settings.angular_precision();
   outcome.unitless_digits = settings.unitless_precision();
   return outcome;
@@ -180,6 +182,8 @@ void write_check(JsonText& json, const kptFeatureCheck& check) {
   json.key("true_position").boolean(check.true_position);
   json.key("verdict").string(kpt_verdict_name(check.verdict));
   json.key("tolerance_used").number(check.tolerance_used);
+  json.key("compared").number(check.compared);
+  json.key("compared_limit").number(check.compared_limit);
   json.end_object();
 }
 
@@ -401,6 +405,8 @@ SingleReportOutcome write_single_report_data(const ReportOptions& options,
   json.key("points_within").integer(static_cast<std::int64_t>(summary.points_within));
   json.key("points_outside").integer(static_cast<std::int64_t>(summary.points_outside));
   json.key("points_unmeasured").integer(static_cast<std::int64_t>(summary.points_unmeasured));
+  json.key("points_not_toleranced")
+      .integer(static_cast<std::int64_t>(summary.points_not_toleranced));
   json.key("worst_check");
   if (summary.worst_check) {
     const kptWorstCheck& w = *summary.worst_check;
@@ -410,6 +416,9 @@ SingleReportOutcome write_single_report_data(const ReportOptions& options,
     json.key("quantity").string(kpt_quantity_name(w.check.quantity));
     json.key("label").string(kpt_quantity_label(w.check.quantity));
     json.key("deviation").number(w.check.deviation);
+    json.key("compared").number(w.check.compared);
+    json.key("tolerance").number(w.check.tolerance);
+    json.key("true_position").boolean(w.check.true_position);
     json.key("tolerance_used").number(w.check.tolerance_used);
     json.end_object();
   } else {

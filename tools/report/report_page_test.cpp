@@ -21,6 +21,8 @@ TEST(ReportPage, DataStringsLeaveNothingThatEndsOrBendsTheScriptElement) {
       {"\xE2\x80<\xA8", "\"\xEF\xBF\xBD\xEF\xBF\xBD\\u003c\xEF\xBF\xBD\""},  // cut, not U+2028
       {"q\"b\\t\tn\n\x01\x7F", R"("q\"b\\t\tn\n\u0001)"
                                "\x7F\""},
+      // every control character with a short escape, each its own
+      {"\b\f\r\t\n", R"("\b\f\r\t\n")"},
       {"", R"("")"},
   };
   for (const auto& c : cases) {

@@ -45,4 +45,22 @@ inline double share(double value, double limit) {
   return std::numeric_limits<double>::infinity();
 }
 
+// Where `value` lies in the zone [lower, upper]: 0 at its middle, 1 at either limit, growing
+// linearly beyond them, so that every value outside ranks above every value inside and further
+// out ranks higher. Both limits may lie on one side of zero. A zone of no width (within the
+// slack) leaves no room to rank by: +infinity, which judged_share() makes 1 for a value at it.
+inline double zone_share(double value, double lower, double upper) {
+  const double width = upper - lower;
+  if (!(width > kLimitSlack)) return std::numeric_limits<double>::infinity();
+  return std::fabs(2.0 * value - (upper + lower)) / width;
+}
+
+// The share a value reports, agreeing with its verdict whatever the rounding of the division:
+// a value judged in (its limit plus the slack included) reports at most 1, exactly 1 at its
+// limit, so `share <= 1` reads as in; a value judged out always reports more than 1.
+inline double judged_share(double share, bool in) {
+  if (in) return share > 1.0 ? 1.0 : share;
+  return share <= 1.0 ? std::nextafter(1.0, 2.0) : share;
+}
+
 }  // namespace inspection_internal

@@ -81,6 +81,7 @@
     };
     columns.forEach((column, c) => {
       const th = el('th', { text: column.title, cls: (column.cls || '') + (column.key ? ' sortable' : '') });
+      if (column.tip) th.title = column.tip;
       if (column.key) {
         th.addEventListener('click', () => {
           sortDirection = sortColumn === c ? -sortDirection : 1;
@@ -187,7 +188,8 @@
       el('div', { cls: 'counts', id: 'verdict-checks',
         text: 'Feature checks: ' + sum.checks_in + ' in, ' + sum.checks_out + ' out, ' + sum.checks_not_toleranced + ' not toleranced' }),
       el('div', { cls: 'counts', id: 'verdict-points',
-        text: 'Points: ' + sum.points_within + ' within, ' + sum.points_outside + ' outside, ' + sum.points_unmeasured + ' unmeasured' }),
+        text: 'Points: ' + sum.points_within + ' within, ' + sum.points_outside + ' outside, ' + sum.points_unmeasured + ' unmeasured, ' +
+          sum.points_not_toleranced + ' not toleranced' }),
       el('div', { cls: 'convention', id: 'verdict-convention',
         text: 'True position read as a ' + (sum.convention === 'radial' ? 'radial limit (offset \u2264 tolerance)' : 'diametral zone (2 \u00d7 offset \u2264 tolerance)') }),
     ]);
@@ -196,8 +198,10 @@
     const worst = el('div', { cls: 'worst' });
     if (sum.worst_check) {
       const w = sum.worst_check;
+      const d = quantityDigits(digits, w.quantity);
       worst.appendChild(el('div', { text: 'Worst feature check: #' + w.feature + ' ' + w.identity + ', ' + w.label + ' deviation ' +
-        signed(w.deviation, quantityDigits(digits, w.quantity)) + ', ' + fixed(w.tolerance_used * 100, 0) + '% of its tolerance' }));
+        withCompared(w, w.true_position ? fixed(w.deviation, d) : signed(w.deviation, d), d) + ' against ' +
+        (w.true_position ? 'TP ' : '\u00b1') + fixed(w.tolerance, d) + ', ' + fixed(w.tolerance_used * 100, 0) + '% of its tolerance' }));
     }
     if (sum.worst_point) {
       const w = sum.worst_point;
@@ -208,6 +212,13 @@
     return s;
   }
 
+  // A true-position offset under a diametral zone is a radius held against a diameter (a width
+  // for a middle): the value actually compared is shown beside it.
+  function withCompared(c, text, d) {
+    if (c.compared === null || c.compared === undefined || c.compared === c.deviation) return text;
+    return text + ' (as ' + (c.quantity === 'middle' ? 'width ' : 'diameter ') + fixed(c.compared, d) + ')';
+  }
+
   function shareBar(used) {
     if (used === null || used === undefined) return null;
     const bar = el('span', { cls: 'share' + (used > 1 ? ' over' : ''), title: fixed(used * 100, 1) + '% of the tolerance' });
@@ -216,6 +227,9 @@
     bar.appendChild(fill);
     return bar;
   }
+
+  const SURFACE_POSITION = 'A surface\u2019s position is the plane\u2019s distance from the CAD origin along its nominal normal: ' +
+    'it differs in value and sign from the POSN the file printed in work coordinates.';
 
   function featureSection(data, digits) {
     const s = section('Features', 'features');
@@ -232,7 +246,7 @@
     const outCount = rows.filter((r) => r.c && r.c.verdict === 'out').length;
     s.appendChild(el('div', { cls: 'toolbar no-print' }, [
       el('label', {}, [onlyOut, document.createTextNode(' Out of tolerance only (' + outCount + ')')]),
-      el('span', { cls: 'muted', text: 'Click a column title to sort. Deviation = actual \u2212 nominal; offsets are distances from nominal.' }),
+      el('span', { cls: 'muted', text: 'Click a column title to sort. Deviation = actual \u2212 nominal; offsets are distances from nominal. \u2020 ' + SURFACE_POSITION }),
     ]));
     const q = (r, k) => (r.c ? r.c[k] : null);
     const columns = [
@@ -241,8 +255,8 @@
       { title: 'Toolpath', key: (r) => r.f.toolpath_sort },
       { title: 'Feature', key: (r) => r.f.identity },
       { title: 'Quantity', key: (r) => q(r, 'label') },
-      { title: 'Nominal', cls: 'num', key: (r) => q(r, 'nominal') },
-      { title: 'Actual', cls: 'num', key: (r) => q(r, 'actual') },
+      { title: 'Nominal \u2020', cls: 'num', key: (r) => q(r, 'nominal'), tip: SURFACE_POSITION },
+      { title: 'Actual \u2020', cls: 'num', key: (r) => q(r, 'actual'), tip: SURFACE_POSITION },
       { title: 'Deviation', cls: 'num', key: (r) => q(r, 'deviation') },
       { title: 'Tolerance', cls: 'num', key: (r) => q(r, 'tolerance') },
       { title: 'Verdict', key: (r) => (r.c ? ['out', 'in', 'not_toleranced', 'unmeasured'].indexOf(r.c.verdict) : null) },
@@ -265,7 +279,7 @@
       tr.appendChild(el('td', { text: c.label }));
       tr.appendChild(el('td', { cls: 'num', text: fixed(c.nominal, d) }));
       tr.appendChild(el('td', { cls: 'num', text: fixed(c.actual, d) }));
-      tr.appendChild(el('td', { cls: 'num', text: c.true_position ? fixed(c.deviation, d) : signed(c.deviation, d) }));
+      tr.appendChild(el('td', { cls: 'num', text: withCompared(c, c.true_position ? fixed(c.deviation, d) : signed(c.deviation, d), d) }));
       tr.appendChild(el('td', { cls: 'num', text: c.tolerance === null ? '\u2013' : (c.true_position ? 'TP ' : '\u00b1') + fixed(c.tolerance, d) }));
       tr.appendChild(el('td', { cls: 'verdict-cell ' + c.verdict, text: VERDICT_TEXT[c.verdict] || c.verdict }));
       const share = el('td', { cls: 'num' });
