@@ -6,13 +6,22 @@
   output begins with the lines they show.
 - Every `cncprobe ...` line of the README's shell blocks runs on the bundled examples and ends with
   exit code 0, or with the code its comment names ("# exit 1: ...").
+- The README's C++ and C examples compile against the library's headers (as the body of a main
+  function), so they cannot drift from the interface they show.
 """
 import os
 import re
 import shlex
+import shutil
 import subprocess
 import sys
 import tempfile
+
+# How each kind of example is compiled: the compiler, its flags, the file suffix.
+COMPILERS = {
+    "cpp": (os.environ.get("CXX", "c++"), ["-std=c++20"], ".cpp", "#include <memory>\n"),
+    "c": (os.environ.get("CC", "cc"), ["-std=c99"], ".c", "#include <stdio.h>\n#include <stdlib.h>\n"),
+}
 
 
 def run(tool, words, cwd):
@@ -69,9 +78,30 @@ def main(tool, source):
                                     f"{wanted}: {done.stderr.strip()}")
                 checked += 1
 
+    # The C++ and C examples: their includes at the top, the rest as the body of main.
+    with tempfile.TemporaryDirectory() as scratch:
+        for language, (compiler, flags, suffix, prelude) in COMPILERS.items():
+            if not shutil.which(compiler):
+                print(f"readme: no {compiler}, the {language} examples are not compiled")
+                continue
+            for number, (_, lines) in enumerate(blocks(readme, language)):
+                includes = [l for l in lines if l.startswith("#include")]
+                body = [l for l in lines if not l.startswith("#include")]
+                first = next((l.strip() for l in body if l.strip()), "")
+                example = os.path.join(scratch, f"example{number}{suffix}")
+                with open(example, "w", encoding="utf-8") as f:
+                    f.write(prelude + "\n".join(includes) + "\nint main(void) {\n" + "\n".join(body)
+                            + "\nreturn 0;\n}\n")
+                done = subprocess.run([compiler, *flags, "-fsyntax-only", "-w", "-I", source, example],
+                                      capture_output=True, text=True, timeout=120)
+                if done.returncode != 0:
+                    failures.append(f"README: the {language} example that begins "
+                                    f"`{first}` does not compile:\n{done.stderr}")
+                checked += 1
+
     for line in failures:
         print(line)
-    print(f"readme: {checked} commands run, {len(failures)} failed")
+    print(f"readme: {checked} commands and examples checked, {len(failures)} failed")
     return 1 if failures else 0
 
 
