@@ -57,6 +57,7 @@
 /* ---------------------------------------------------------------------------------------------
  * Errors and the library's version. */
 
+/* What a function that can fail returns: CNCPROBE_OK or one of the codes below. */
 typedef int32_t cncprobe_error;
 enum {
   CNCPROBE_OK = 0,
@@ -131,8 +132,11 @@ enum {
 /* The names the tool's JSON uses: "in", "out"...; "probe_path", "circle"...; "diameter",
  * "centre_offset"...; "diametral", "radial". "unknown" for a value outside the list. Static. */
 CNCPROBE_C_API const char* cncprobe_verdict_name(int32_t verdict);
+/* The JSON name of a result kind (CNCPROBE_KIND_...); "unknown" outside the list. Static. */
 CNCPROBE_C_API const char* cncprobe_kind_name(int32_t kind);
+/* The JSON name of a quantity (CNCPROBE_QUANTITY_...); "unknown" outside the list. Static. */
 CNCPROBE_C_API const char* cncprobe_quantity_name(int32_t quantity);
+/* The JSON name of a true-position convention; "unknown" outside the list. Static. */
 CNCPROBE_C_API const char* cncprobe_true_position_name(int32_t convention);
 
 /* ---------------------------------------------------------------------------------------------
@@ -156,6 +160,7 @@ CNCPROBE_C_API const char* cncprobe_status_name(int32_t status);
 /* What the status means for a person reading the results, in one line. Static. */
 CNCPROBE_C_API const char* cncprobe_status_meaning(int32_t status);
 
+/* One results file read and judged: made by cncprobe_extract_file or cncprobe_extract_memory. */
 typedef struct cncprobe_extraction cncprobe_extraction;
 
 /* Reads the results file at `path` (UTF-8), printed in `units`, and judges its true positions by
@@ -187,9 +192,10 @@ CNCPROBE_C_API cncprobe_error cncprobe_extraction_results_file(
 /* The verdict of the whole run. A part passes when no check is out of tolerance and no point is
  * outside its limits; not-toleranced checks and unmeasured points do not fail it. */
 typedef struct cncprobe_summary {
+  /* How many checks are in tolerance, out of it, and not toleranced. */
   uint64_t checks_in, checks_out, checks_not_toleranced;
-  /* Points measured without a probing direction (not toleranced) are the run's point count less
-   * these three. */
+  /* How many points are within their limits, outside them, and unmeasured; points measured
+   * without a probing direction (not toleranced) are the run's point count less these three. */
   uint64_t points_within, points_outside, points_unmeasured;
   /* The check that used the largest share of its tolerance: its feature index and check index;
    * both -1 when nothing is toleranced. */
@@ -201,6 +207,7 @@ typedef struct cncprobe_summary {
   int32_t true_position; /* the convention the run was judged by */
 } cncprobe_summary;
 
+/* The verdict of the whole run, with its counts and worst check and point. */
 CNCPROBE_C_API cncprobe_error cncprobe_extraction_summary(const cncprobe_extraction* extraction,
                                                           cncprobe_summary* summary);
 
@@ -213,8 +220,11 @@ typedef struct cncprobe_path {
   double smallest_deviation, largest_deviation, worst_deviation;
   uint64_t result_index; /* its place among all results (paths and features) in file order */
   uint64_t first_point;  /* the index of its first point among the run's points */
+  /* How many points it holds. */
   uint64_t point_count;
+  /* How many of its points are measured, within their limits, outside them, unmeasured. */
   uint64_t measured, within, outside, unmeasured;
+  /* The toolpath it belongs to. */
   uint32_t toolpath_id;
   uint32_t pattern_instance;    /* valid when has_pattern_instance is 1 */
   int32_t has_pattern_instance; /* 1 or 0 */
@@ -226,23 +236,28 @@ typedef struct cncprobe_path {
 /* An inspection point and its verdict. The deviation d is (measured - nominal) . direction; the
  * point is within its limits when lower_limit <= d <= upper_limit (O + L and O + U). */
 typedef struct cncprobe_point {
+  /* The nominal point, in CAD coordinates and millimetres. */
   double nominal[3];
   double direction[3]; /* unit probing direction */
   double measured[3];  /* NaN while unmeasured */
   double o, u, l;      /* offset, upper and lower limit of the nominal-point record */
   double r;            /* R of the measured-point record; NaN while unmeasured */
   double deviation;    /* NaN when unmeasured or without a direction */
+  /* The deviations at which the verdict turns: O + L and O + U. */
   double lower_limit, upper_limit;
   /* Where d - O lies in the zone [L, U]: 0 at its middle, 1 at either limit (exactly 1 for a
    * point judged in at it), above 1 when out; +infinity off a zone of no width; NaN without
    * deviation. */
   double limit_used;
   uint32_t path_index; /* the probe path it belongs to */
+  /* CNCPROBE_VERDICT_...: in, out, unmeasured, or not toleranced without a direction. */
   int32_t verdict;
 } cncprobe_point;
 
+/* The number of probe paths of the run. */
 CNCPROBE_C_API cncprobe_error cncprobe_extraction_path_count(const cncprobe_extraction* extraction,
                                                              size_t* count);
+/* Probe path `path_index` (from 0); CNCPROBE_ERROR_INDEX_OUT_OF_RANGE past the count. */
 CNCPROBE_C_API cncprobe_error cncprobe_extraction_path(const cncprobe_extraction* extraction,
                                                        size_t path_index, cncprobe_path* path);
 
@@ -271,20 +286,26 @@ enum {
   CNCPROBE_IDENTITY_FEATURE_NAME = 2       /* feature number and a name */
 };
 
+/* A measured feature: kind, identity, position, and the verdict of its checks. */
 typedef struct cncprobe_feature {
   /* Where the feature is: a circle's or rectangle's centre, a corner's point, a point of a
    * surface or of a wall/channel middle, an angle's reference point (nominal and actual alike). */
   double nominal_position[3];
+  /* Where the feature was measured (see nominal_position). */
   double actual_position[3];
   uint64_t result_index; /* its place among all results (paths and features) in file order */
+  /* The toolpath it belongs to. */
   uint32_t toolpath_id;
+  /* Its pattern instance; valid when has_pattern_instance is 1. */
   uint32_t pattern_instance;
+  /* 1 or 0. */
   int32_t has_pattern_instance;
   int32_t kind;              /* CNCPROBE_KIND_..., never a probe path */
   int32_t identity;          /* CNCPROBE_IDENTITY_... */
   uint32_t component_number; /* 0 unless the identity has one */
   uint32_t feature_number;   /* 0 without identity */
   int32_t axis;              /* a surface's or wall's axis: 0 x, 1 y, 2 z; -1 for other kinds */
+  /* How many checks it has (cncprobe_extraction_feature_check). */
   uint32_t check_count;
   /* The worst of its checks: out, else in, else not toleranced. */
   int32_t verdict;
@@ -302,12 +323,15 @@ typedef struct cncprobe_check {
   double lower_limit, upper_limit;
   int32_t quantity;      /* CNCPROBE_QUANTITY_... */
   int32_t true_position; /* 1 for a true-position tolerance (TOL TP) */
+  /* CNCPROBE_VERDICT_...: in, out or not toleranced. */
   int32_t verdict;
   int32_t reserved; /* 0 */
 } cncprobe_check;
 
+/* The number of features of the run. */
 CNCPROBE_C_API cncprobe_error
 cncprobe_extraction_feature_count(const cncprobe_extraction* extraction, size_t* count);
+/* Feature `feature_index` (from 0); CNCPROBE_ERROR_INDEX_OUT_OF_RANGE past the count. */
 CNCPROBE_C_API cncprobe_error cncprobe_extraction_feature(const cncprobe_extraction* extraction,
                                                           size_t feature_index,
                                                           cncprobe_feature* feature);
@@ -326,6 +350,7 @@ CNCPROBE_C_API cncprobe_error cncprobe_extraction_check(const cncprobe_extractio
  * Header references: the files and versions a results file refers to, read from its reference
  * lines without extracting it. */
 
+/* The reference lines of one results file's header: made by cncprobe_references_read. */
 typedef struct cncprobe_references cncprobe_references;
 
 /* Reads the reference lines of the file at `path` (UTF-8). On CNCPROBE_OK *references holds
@@ -336,6 +361,7 @@ CNCPROBE_C_API cncprobe_error cncprobe_references_read(const char* path,
 /* The same for `size` bytes in memory; bytes may be NULL when size is 0. */
 CNCPROBE_C_API cncprobe_error cncprobe_references_read_memory(const void* bytes, size_t size,
                                                               cncprobe_references** references);
+/* Frees the references and sets *references to NULL; NULL does nothing. */
 CNCPROBE_C_API void cncprobe_references_free(cncprobe_references** references);
 
 /* The reader's status as the tool prints it: 1 when the file was read. */
@@ -358,10 +384,12 @@ CNCPROBE_C_API cncprobe_error cncprobe_references_value(const cncprobe_reference
 /* The layout version the file declares, as numbers; 0.0.0 (unversioned) when it declares none
  * or a number is too large. */
 typedef struct cncprobe_results_file_version {
+  /* The three numbers of the version, major.minor.build. */
   uint32_t major, minor, build;
   int32_t unversioned; /* 1 when major is 0 */
 } cncprobe_results_file_version;
 
+/* The layout version the header declares, as numbers. */
 CNCPROBE_C_API cncprobe_error cncprobe_references_version(const cncprobe_references* references,
                                                           cncprobe_results_file_version* version);
 
@@ -379,6 +407,7 @@ enum {
   CNCPROBE_SETTINGS_INVALID_SETTINGS = 5
 };
 
+/* One inspection-settings file read: made by cncprobe_settings_read. */
 typedef struct cncprobe_settings cncprobe_settings;
 
 /* Reads the settings file at `path` (UTF-8), lengths in it taken in `units` unless the file
@@ -387,18 +416,22 @@ typedef struct cncprobe_settings cncprobe_settings;
  * that cannot be read gives its CNCPROBE_ERROR_FILE_... or CNCPROBE_ERROR_READ_ERROR code. */
 CNCPROBE_C_API cncprobe_error cncprobe_settings_read(const char* path, int32_t units,
                                                      cncprobe_settings** settings);
+/* Frees the settings and sets *settings to NULL; NULL does nothing. */
 CNCPROBE_C_API void cncprobe_settings_free(cncprobe_settings** settings);
 
 /* CNCPROBE_SETTINGS_..., and the message saying what was wrong (UTF-8). */
 CNCPROBE_C_API cncprobe_error cncprobe_settings_code(const cncprobe_settings* settings,
                                                      int32_t* code);
+/* The code's standard message, and what was wrong where there is more to say. Caller's buffer. */
 CNCPROBE_C_API cncprobe_error cncprobe_settings_message(const cncprobe_settings* settings,
                                                         char* buffer, size_t capacity,
                                                         size_t* needed);
 
 /* Every setting value but the label. */
 typedef struct cncprobe_settings_values {
+  /* The proximity criterion of the projection, in millimetres. */
   double proximity_criteria_mm;
+  /* The diameter the 3D view draws a point with, in millimetres. */
   double confetti_diameter_mm;
   double proximity_criteria; /* in the input units */
   double confetti_diameter;  /* in the input units */
@@ -408,6 +441,7 @@ typedef struct cncprobe_settings_values {
   int32_t reserved;                                                /* 0 */
 } cncprobe_settings_values;
 
+/* Every setting value but the label, copied into *values. */
 CNCPROBE_C_API cncprobe_error cncprobe_settings_values_get(const cncprobe_settings* settings,
                                                            cncprobe_settings_values* values);
 /* The label given to surface points. Caller's buffer. */
@@ -428,6 +462,7 @@ enum {
 /* All eight run rules: bit r - 1 stands for rule r. */
 #define CNCPROBE_ALL_RULES 0xFFu
 
+/* The statistics of one series of values over runs: I-MR control limits and capability. */
 typedef struct cncprobe_series_statistics {
   double mean, standard_deviation, min, max; /* of every value; standard deviation (n - 1) */
   /* The baseline's centre line, mean moving range, sigma within (moving range / 1.128), the

@@ -7,4 +7,5 @@
 
 #include <limits>
 
+// The value a parsed number holds until it is set: the largest double, which no report prints.
 inline constexpr double kptUnsetValue = std::numeric_limits<double>::max();

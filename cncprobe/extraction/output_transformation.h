@@ -37,6 +37,7 @@ class CNCPROBE_API kptOutputTransformation {
 
   // The workplanes as last set (world when none was set since construction or reset()).
   const giWorkplane3& output_workplane() const noexcept { return output_workplane_; }
+  // The CAD workplane as last set; world when none was set.
   const giWorkplane3& cad_workplane() const noexcept { return cad_workplane_; }
 
  private:

@@ -52,10 +52,15 @@ class CNCPROBE_API kptFileReferenceExtractor {
   // Each reference as found on its line; an invalid utString when not found, a valid empty one
   // when its keyword was followed only by blanks or asterisks.
   const utString& cad_filename() const noexcept { return cad_filename_; }
+  // The CL data file name; invalid when the header has no such line.
   const utString& cldata_filename() const noexcept { return cldata_filename_; }
+  // The inspection-settings file name; invalid when the header has no such line.
   const utString& settings_filename() const noexcept { return settings_filename_; }
+  // The document id; invalid when the header has no such line.
   const utString& document_id() const noexcept { return document_id_; }
+  // The document version; invalid when the header has no such line.
   const utString& document_version() const noexcept { return document_version_; }
+  // The model version; invalid when the header has no such line.
   const utString& model_version() const noexcept { return model_version_; }
   // The version text as found (for example 2.1.0); invalid when no version line was found.
   const utString& results_file_version_text() const noexcept { return results_file_version_text_; }

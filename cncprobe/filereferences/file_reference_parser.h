@@ -33,11 +33,17 @@ class CNCPROBE_API kptFileReferenceParser {
   // joined by points, without leading zeros, the first not 0 (2.0.11, not 02.0.1, 2.01.1 or 2.0),
   // followed by nothing but blanks and asterisks.
   [[nodiscard]] utString parse_results_file_version(const utString& line) const;
+  // The value of a CADFILENAME line; invalid when the line is not one.
   [[nodiscard]] utString parse_cad_filename(const utString& line) const;
+  // The value of a CLDATAFILENAME line; invalid when the line is not one.
   [[nodiscard]] utString parse_cldata_filename(const utString& line) const;
+  // The value of a SETTINGSFILENAME line; invalid when the line is not one.
   [[nodiscard]] utString parse_settings_filename(const utString& line) const;
+  // The value of a DOCUMENTID line; invalid when the line is not one.
   [[nodiscard]] utString parse_document_id(const utString& line) const;
+  // The value of a DOCUMENTVERSION line; invalid when the line is not one.
   [[nodiscard]] utString parse_document_version(const utString& line) const;
+  // The value of a MODELVERSION line; invalid when the line is not one.
   [[nodiscard]] utString parse_model_version(const utString& line) const;
 
  private:

@@ -16,8 +16,11 @@ class CNCPROBE_API kptResultsFileVersion {
                         unsigned int build_number) noexcept
       : major_number_(major_number), minor_number_(minor_number), build_number_(build_number) {}
 
+  // The first number of the version; 0 when unversioned.
   unsigned int major_number() const noexcept { return major_number_; }
+  // The second number of the version.
   unsigned int minor_number() const noexcept { return minor_number_; }
+  // The third number of the version.
   unsigned int build_number() const noexcept { return build_number_; }
 
   // True when the major number is 0, whatever the minor and build numbers are.

@@ -81,8 +81,11 @@ class CNCPROBE_API kptInputFile {
   // Bytes held in memory (fuzzing, hosts, Python); always readable.
   static kptInputFile from_text(std::string text);
 
+  // Why the input gave nothing, or kptInputReadable.
   [[nodiscard]] kptInputProblem problem() const noexcept { return problem_; }
+  // True when the input was read (possibly empty).
   [[nodiscard]] bool ok() const noexcept { return problem() == kptInputReadable; }
+  // The bytes read; empty when the input could not be read.
   [[nodiscard]] std::string_view bytes() const noexcept { return bytes_; }
 
  private:

@@ -25,6 +25,7 @@ class CNCPROBE_API kptUnits {
   kptUnits& operator=(const kptUnits&) noexcept = default;
   ~kptUnits() = default;
 
+  // Millimetres or inches.
   kptUnitsType type() const noexcept { return type_; }
 
   // A length in these units given in millimetres: multiplied by 25.4 for inches.
@@ -33,6 +34,7 @@ class CNCPROBE_API kptUnits {
   [[nodiscard]] double mm_to_units(double value) const noexcept;
   // Each coordinate converted as by the double forms; a copy of the point for millimetres.
   [[nodiscard]] giPoint3 units_to_mm(const giPoint3& point) const noexcept;
+  // Each coordinate converted as by mm_to_units(double).
   [[nodiscard]] giPoint3 mm_to_units(const giPoint3& point) const noexcept;
 
   // Same type value.

@@ -27,6 +27,7 @@
 
 // A set of run rules: bit r - 1 stands for rule r (1 to 8).
 using kptRunRules = std::uint32_t;
+// All eight run rules.
 inline constexpr kptRunRules kptAllRunRules = 0xFF;
 // The set holding rule `rule` (1 to 8) alone; empty for any other number.
 constexpr kptRunRules kpt_run_rule(int rule) {
@@ -35,6 +36,7 @@ constexpr kptRunRules kpt_run_rule(int rule) {
 
 // d2 for moving ranges of two, and D4: the upper limit of the moving-range chart over its mean.
 inline constexpr double kptMovingRangeD2 = 1.128;
+// D4 for moving ranges of two: the moving-range chart's upper limit over its mean.
 inline constexpr double kptMovingRangeD4 = 3.267;
 // Capability indices from fewer baseline values than this are preliminary.
 inline constexpr std::size_t kptPreliminaryBelow = 25;
@@ -52,6 +54,7 @@ CNCPROBE_API const char* kpt_control_state_name(kptControlState state) noexcept;
 
 // The frozen limits of one series: what a baseline leaves behind.
 struct kptControlLimits {
+  // Whether the baseline gave limits, and why not.
   kptControlState state = kptControlTooFewValues;
   std::size_t n = 0;                // values in the baseline
   double centre = 0.0;              // their mean: the centre line
@@ -60,9 +63,12 @@ struct kptControlLimits {
   double lower = 0.0;               // centre - 3 sigma (meaningful only with kptControlLimitsSet)
   double upper = 0.0;               // centre + 3 sigma
   double moving_range_upper = 0.0;  // 3.267 MR-bar; the moving-range chart's lower limit is 0
+
+  // True when the baseline gave limits and the rules apply.
   bool usable() const { return state == kptControlLimitsSet; }
 };
 
+// A run rule that fired, at the run that completes its pattern.
 struct kptRuleViolation {
   std::size_t run = 0;        // the index of the run (in the values given) that completes it
   int rule = 0;               // 1 to 8
@@ -70,9 +76,12 @@ struct kptRuleViolation {
   double value = 0.0;         // the value (or moving range) at that run
 };
 
+// The statistics of one series over the runs: its values, control limits, capability and
+// violations.
 struct kptSeriesStatistics {
   std::size_t n = 0;  // the runs that had a value (NaN marks a run without one)
   std::optional<double> mean, standard_deviation, min, max;  // standard deviation: n >= 2
+  // The control limits the series is judged against (its baseline's, or saved ones).
   kptControlLimits limits;
   // Capability from the baseline's centre and sigma within, with n = limits.n; performance from
   // the mean and standard deviation of all values, with n = this->n. With only an upper limit

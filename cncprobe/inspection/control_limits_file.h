@@ -21,7 +21,9 @@
 
 // The program a run came from, by its header's references; absent when the header prints none.
 struct CNCPROBE_API kptTrendProgram {
+  // The CL data file the header references.
   std::optional<std::string> cldata_filename;
+  // The CAD file the header references.
   std::optional<std::string> cad_filename;
   // True when both references are alike (both absent, or both present and equal).
   bool same_as(const kptTrendProgram& other) const;
@@ -29,20 +31,30 @@ struct CNCPROBE_API kptTrendProgram {
   std::string describe() const;
 };
 
+// The frozen limits of one series, as a limits file keeps them.
 struct kptSavedSeries {
-  std::string key;   // kptTrendSeries::key
-  std::string item;  // as a person reads them, for whoever opens the file
+  // The series' key, as in kptTrendSeries::key.
+  std::string key;
+  // The item as a person reads it, for whoever opens the file.
+  std::string item;
+  // The quantity's name, as in kptTrendSeries::quantity.
   std::string quantity;
+  // The limits saved for the series.
   kptControlLimits limits;
 };
 
+// Saved control limits of one program: written by `trend --save-limits`, read by `--limits`.
 class CNCPROBE_API kptControlLimitsFile {
  public:
+  // The layout version this library writes and reads.
   static constexpr int kVersion = 1;
 
+  // The program the limits were computed for.
   kptTrendProgram program;
   std::size_t baseline_runs = 0;  // the runs the limits were computed from
   std::vector<std::string> runs;  // their files, in order
+
+  // The saved limits, one entry per series.
   std::vector<kptSavedSeries> series;
 
   // The saved limits of the series with this key, or null.

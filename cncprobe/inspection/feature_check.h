@@ -42,11 +42,14 @@ CNCPROBE_API const char* kpt_quantity_name(kptQuantity quantity) noexcept;
 // "angle (deg)"; "unknown" for any other value. Never null.
 CNCPROBE_API const char* kpt_quantity_label(kptQuantity quantity) noexcept;
 
+// One checked quantity of a feature: its values, tolerance, verdict and the share used.
 struct kptFeatureCheck {
+  // Which quantity: diameter, length, width, centre or corner offset, position, middle, angle.
   kptQuantity quantity;
   // The nominal and actual value; absent for centre and corner offsets, which have only an
   // offset.
   std::optional<double> nominal;
+  // The measured value; absent for centre and corner offsets.
   std::optional<double> actual;
   // actual - nominal (signed), or the radial offset (>= 0) for centre and corner offsets.
   double deviation;
@@ -75,7 +78,9 @@ struct kptFeatureCheck {
 // width (diametral) or the tolerance itself (radial): above a centre or corner offset, which is a
 // distance and has no lower limit, and on both sides of a middle.
 struct kptCheckLimits {
+  // The lower limit of the deviation; absent when nothing limits it from below.
   std::optional<double> lower;
+  // The upper limit of the deviation; absent when not toleranced.
   std::optional<double> upper;
 };
 

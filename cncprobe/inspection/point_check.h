@@ -18,6 +18,7 @@
 #include "cncprobe/platform/model/inspection_point.h"
 #include "cncprobe/platform/model/probe_path.h"
 
+// A point's deviation along its probing direction, its verdict and the share of its limit used.
 struct kptPointCheck {
   // d: (measured - nominal) . unit direction. Absent when the point is unmeasured or has no
   // direction (a zero vector).
@@ -36,11 +37,13 @@ struct kptPointCheck {
 
 // One probe path's points at a glance.
 struct kptPathSummary {
+  // How many points the path holds, and how many are measured, within, outside, unmeasured.
   std::size_t points = 0, measured = 0, within = 0, outside = 0, unmeasured = 0;
   // Measured, but without a probing direction to judge the point along.
   std::size_t not_toleranced = 0;
   // The minimum and maximum d (signed); absent when no point has a deviation.
   std::optional<double> smallest_deviation;
+  // The largest d (signed); absent when no point has a deviation.
   std::optional<double> largest_deviation;
   // The d of largest magnitude, with its sign (the first one on a tie).
   std::optional<double> worst_deviation;
@@ -48,8 +51,10 @@ struct kptPathSummary {
 
 class CNCPROBE_API kptPointChecks {
  public:
+  // The point's deviation, verdict and share of its limit used.
   static kptPointCheck of(const mtrInspectionPoint& point);
   // The deviations d at which the point's verdict turns: O + L and O + U.
   static kptCheckLimits limits(const mtrInspectionPoint& point);
+  // The counts and extreme deviations of the path's points.
   static kptPathSummary summary(const mtrProbePath& path);
 };

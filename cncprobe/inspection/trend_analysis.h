@@ -15,7 +15,9 @@
 #include "cncprobe/inspection/control_limits_file.h"
 #include "cncprobe/inspection/trend_series.h"
 
+// Every series of many runs judged against a baseline or saved limits.
 struct CNCPROBE_API kptTrendAnalysis {
+  // The runs analysed.
   std::size_t runs = 0;
   // The runs the limits came from (the first ones given; those of the saved file's baseline).
   std::size_t baseline_runs = 0;
@@ -23,9 +25,12 @@ struct CNCPROBE_API kptTrendAnalysis {
   // The first run judged: the one after the baseline, or 0 when the baseline is every run given
   // or the limits were saved.
   std::size_t first_judged = 0;
+  // The run rules applied.
   kptRunRules rules = kptAllRunRules;
   // One entry per series of the set, in its order.
+  // The statistics of the feature series, in the order of the set.
   std::vector<kptSeriesStatistics> features;
+  // The statistics of the point series.
   std::vector<kptSeriesStatistics> points;
 
   // True when a rule fired on a judged run of any series.

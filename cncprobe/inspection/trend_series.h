@@ -32,6 +32,7 @@ struct kptTrendSeries {
   std::string quantity;
   // The quantity as a person reads it ("centre offset", "centre X").
   std::string label;
+  // True for a point series (a point's d), false for a feature quantity.
   bool point = false;
   // The deviations at which the verdict turns (the first run's); an offset has no lower limit.
   kptCheckLimits tolerance;
@@ -39,6 +40,8 @@ struct kptTrendSeries {
   std::vector<double> values;
 };
 
+// The series of many runs: one per feature quantity (with X and Y of centres and corners) and per
+// point label.
 class CNCPROBE_API kptTrendSeriesSet {
  public:
   // Point series beyond `max_points` distinct labels are counted, not kept (a scan of a million

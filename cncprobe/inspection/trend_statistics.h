@@ -19,6 +19,7 @@
 // The values at which a verdict turns (the feature check's limits; O + L and O + U for a point).
 using kptTrendLimits = kptCheckLimits;
 
+// The statistics of one quantity over several runs.
 struct kptTrendSummary {
   std::size_t n = 0;                         // the runs that had a value
   std::optional<double> mean;                // n >= 1

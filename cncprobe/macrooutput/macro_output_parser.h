@@ -80,7 +80,9 @@ class CNCPROBE_API kptMacroOutputParser {
   [[nodiscard]] bool parse_corner_measurement(kptResultsFileCursor& cursor) const;
   // One SIZE or POSN line of the axis: on_surface_measurement.
   [[nodiscard]] bool parse_x_surface_measurement(kptResultsFileCursor& cursor) const;
+  // One SIZE or POSN line of the Y axis: on_surface_measurement.
   [[nodiscard]] bool parse_y_surface_measurement(kptResultsFileCursor& cursor) const;
+  // One SIZE or POSN line of the Z axis: on_surface_measurement.
   [[nodiscard]] bool parse_z_surface_measurement(kptResultsFileCursor& cursor) const;
   // One ANG line: on_angle_measurement.
   [[nodiscard]] bool parse_angle_measurement(kptResultsFileCursor& cursor) const;
@@ -89,6 +91,7 @@ class CNCPROBE_API kptMacroOutputParser {
   [[nodiscard]] const kptStringDataParsing& number_parser() const noexcept {
     return number_parser_;
   }
+  // The receiver of the events; null when reports are only recognised.
   [[nodiscard]] kptResultsFileParserCallback* callback() const noexcept { return callback_.get(); }
 
  private:

@@ -36,6 +36,7 @@ class CNCPROBE_API kptInspectionSettings {
   double proximity_criteria() const noexcept {
     return input_units_.mm_to_units(proximity_criteria_mm_);
   }
+  // The proximity criterion in the input units, as proximity_criteria().
   double proximity_criteria_input_units() const noexcept { return proximity_criteria(); }
   // The proximity criterion in millimetres.
   double proximity_criteria_mm() const noexcept { return proximity_criteria_mm_; }
@@ -46,6 +47,7 @@ class CNCPROBE_API kptInspectionSettings {
   double confetti_diameter() const noexcept {
     return input_units_.mm_to_units(confetti_diameter_mm_);
   }
+  // The confetti diameter in the input units, as confetti_diameter().
   double confetti_diameter_input_units() const noexcept { return confetti_diameter(); }
   // The confetti diameter in millimetres.
   double confetti_diameter_mm() const noexcept { return confetti_diameter_mm_; }
@@ -54,10 +56,15 @@ class CNCPROBE_API kptInspectionSettings {
 
   // Digits shown for linear, angular and unitless values; a setter ignores a value below 1.
   int linear_precision() const noexcept { return linear_precision_; }
+  // Sets the digits of linear values; ignored below 1.
   void set_linear_precision(int digits) noexcept;
+  // Digits shown for angles.
   int angular_precision() const noexcept { return angular_precision_; }
+  // Sets the digits of angles; ignored below 1.
   void set_angular_precision(int digits) noexcept;
+  // Digits shown for unitless values (shares of a tolerance).
   int unitless_precision() const noexcept { return unitless_precision_; }
+  // Sets the digits of unitless values; ignored below 1.
   void set_unitless_precision(int digits) noexcept;
 
   // The label given to surface points; always a valid string.

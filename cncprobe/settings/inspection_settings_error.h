@@ -27,6 +27,7 @@ class CNCPROBE_API kptInspectionSettingsError {
   kptInspectionSettingsError& operator=(const kptInspectionSettingsError&) = default;
   ~kptInspectionSettingsError() = default;
 
+  // True when the error has this code.
   bool operator==(kptInspectionSettingsErrorCode error_code) const noexcept {
     return code_ == error_code;
   }
@@ -36,6 +37,7 @@ class CNCPROBE_API kptInspectionSettingsError {
   // True for every code but success, so a newer version counts as true as well.
   explicit operator bool() const noexcept { return code_ != kptSettingsSuccess; }
 
+  // The error's code.
   kptInspectionSettingsErrorCode code() const noexcept { return code_; }
 
   // Replaces the custom message that says what exactly was wrong.

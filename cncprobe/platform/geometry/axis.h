@@ -19,11 +19,19 @@ struct giXformTranslate_t {};
 struct giXformRotate_t {};
 struct giAngleDegrees_t {};
 
+// Tag: the X axis.
 inline constexpr giAxisX_t giAxisX{};
+// Tag: the Y axis.
 inline constexpr giAxisY_t giAxisY{};
+// Tag: the Z axis.
 inline constexpr giAxisZ_t giAxisZ{};
+// Tag: the origin.
 inline constexpr giOrigin_t giOrigin{};
+// Tag: the world workplane, origin and axes of the coordinate system itself.
 inline constexpr giWorkplaneWorld_t giWorkplaneWorld{};
+// Tag: a translation.
 inline constexpr giXformTranslate_t giXformTranslate{};
+// Tag: a rotation.
 inline constexpr giXformRotate_t giXformRotate{};
+// Tag: a value given in degrees.
 inline constexpr giAngleDegrees_t giAngleDegrees{};

@@ -16,7 +16,9 @@ class CNCPROBE_API giCircle2 {
   giCircle2(const giCircle2&) noexcept = default;
   giCircle2& operator=(const giCircle2&) noexcept = default;
 
+  // The centre.
   const giPoint2& centre() const noexcept { return centre_; }
+  // The radius.
   const giLength& radius() const noexcept { return radius_; }
 
   bool operator==(const giCircle2&) const noexcept = default;

@@ -18,8 +18,11 @@ class CNCPROBE_API giCircle3 {
   giCircle3(const giCircle3&) noexcept = default;
   giCircle3& operator=(const giCircle3&) noexcept = default;
 
+  // The centre.
   const giPoint3& centre() const noexcept { return centre_; }
+  // The unit normal of the circle's plane.
   const giUnitVec3& normal() const noexcept { return normal_; }
+  // The radius.
   const giLength& radius() const noexcept { return radius_; }
 
   bool operator==(const giCircle3&) const noexcept = default;

@@ -13,7 +13,9 @@ class CNCPROBE_API giInfLine3 {
   giInfLine3(const giPoint3& point, const giUnitVec3& direction) noexcept
       : point_(point), direction_(direction) {}
 
+  // A point of the line.
   const giPoint3& point() const noexcept { return point_; }
+  // The line's unit direction.
   const giUnitVec3& direction() const noexcept { return direction_; }
 
   bool operator==(const giInfLine3&) const noexcept = default;

@@ -17,7 +17,9 @@ class CNCPROBE_API giPlane {
   giPlane(const giPlane&) noexcept = default;
   giPlane& operator=(const giPlane&) noexcept = default;
 
+  // A point of the plane.
   const giPoint3& point() const noexcept { return point_; }
+  // The plane's unit normal.
   const giUnitVec3& normal() const noexcept { return normal_; }
 
   bool operator==(const giPlane&) const noexcept = default;

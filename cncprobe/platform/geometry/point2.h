@@ -11,7 +11,9 @@ class CNCPROBE_API giPoint2 {
   // The point (x, y).
   constexpr giPoint2(double x, double y) noexcept : x_(x), y_(y) {}
 
+  // The X coordinate.
   constexpr double x() const noexcept { return x_; }
+  // The Y coordinate.
   constexpr double y() const noexcept { return y_; }
 
   // The point lifted to height z: (x, y, z).

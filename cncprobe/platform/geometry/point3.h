@@ -12,8 +12,11 @@ class CNCPROBE_API giPoint3 {
   // The point (x, y, z).
   constexpr giPoint3(double x, double y, double z) noexcept : x_(x), y_(y), z_(z) {}
 
+  // The X coordinate.
   constexpr double x() const noexcept { return x_; }
+  // The Y coordinate.
   constexpr double y() const noexcept { return y_; }
+  // The Z coordinate.
   constexpr double z() const noexcept { return z_; }
 
   // The coordinate named by `axis`; 0 for a value that names no axis.

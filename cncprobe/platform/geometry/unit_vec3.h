@@ -20,8 +20,11 @@ class CNCPROBE_API giUnitVec3 {
         y_(axis == gi_AxisY ? 1.0 : 0.0),
         z_(axis == gi_AxisZ ? 1.0 : 0.0) {}
 
+  // The X component.
   constexpr double x() const noexcept { return x_; }
+  // The Y component.
   constexpr double y() const noexcept { return y_; }
+  // The Z component.
   constexpr double z() const noexcept { return z_; }
 
   // The same direction as a plain vector.

@@ -16,7 +16,9 @@ class CNCPROBE_API giVector2 {
   constexpr explicit giVector2(gi_Axis axis) noexcept
       : x_(axis == gi_AxisX ? 1.0 : 0.0), y_(axis == gi_AxisY ? 1.0 : 0.0) {}
 
+  // The X component.
   constexpr double x() const noexcept { return x_; }
+  // The Y component.
   constexpr double y() const noexcept { return y_; }
 
   // The vector lifted into space: (x, y, z).

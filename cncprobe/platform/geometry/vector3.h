@@ -15,8 +15,11 @@ class CNCPROBE_API giVector3 {
   constexpr explicit giVector3(giAxisY_t) noexcept : y_(1.0) {}
   constexpr explicit giVector3(giAxisZ_t) noexcept : z_(1.0) {}
 
+  // The X component.
   constexpr double x() const noexcept { return x_; }
+  // The Y component.
   constexpr double y() const noexcept { return y_; }
+  // The Z component.
   constexpr double z() const noexcept { return z_; }
 
   // The Euclidean length; infinite when it overflows, never NaN for finite components.

@@ -39,9 +39,13 @@ class CNCPROBE_API giWorkplane3 {
   // The local components of the world vector v; the origin plays no part.
   [[nodiscard]] giVector3 to_work(const giVector3& v) const noexcept;
 
+  // The workplane's origin.
   const giPoint3& origin() const noexcept { return origin_; }
+  // The workplane's unit X axis.
   const giUnitVec3& x_axis() const noexcept { return x_axis_; }
+  // The workplane's unit Y axis.
   const giUnitVec3& y_axis() const noexcept { return y_axis_; }
+  // The workplane's unit Z axis.
   const giUnitVec3& z_axis() const noexcept { return z_axis_; }
 
  private:

@@ -26,13 +26,18 @@ class CNCPROBE_API mtrAngleSurfaceFeature : public mtrInspectionFeature {
 
   mtrResultKind kind() const noexcept override { return mtrResultAngleSurface; }
 
+  // The reference plane the reference direction lies in.
   const giPlane& reference_plane() const noexcept { return reference_plane_; }
+  // The reference direction the angle is measured from.
   const giUnitVec3& reference_direction() const noexcept { return reference_direction_; }
+  // The nominal angle.
   const giAngle& nominal() const noexcept { return nominal_; }
+  // The measured angle.
   const giAngle& actual() const noexcept { return actual_; }
 
   // Angular tolerance; absent until set.
   const std::optional<giAngle>& angular_tolerance() const noexcept { return angular_tolerance_; }
+  // Stores the printed angular tolerance.
   void set_angular_tolerance(const giAngle& tolerance) noexcept { angular_tolerance_ = tolerance; }
 
  private:

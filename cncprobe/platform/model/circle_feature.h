@@ -17,16 +17,20 @@ class CNCPROBE_API mtrCircleFeature : public mtrInspectionFeature {
 
   mtrResultKind kind() const noexcept override { return mtrResultCircle; }
 
+  // The nominal circle, in CAD coordinates and millimetres.
   const giCircle3& nominal() const noexcept { return nominal_; }
+  // The measured circle, in CAD coordinates and millimetres.
   const giCircle3& actual() const noexcept { return actual_; }
 
   // Tolerance on the diameter as printed (mm); absent until set.
   const std::optional<double>& diameter_tolerance() const noexcept { return diameter_tolerance_; }
+  // Stores the printed diameter tolerance.
   void set_diameter_tolerance(double tolerance) noexcept { diameter_tolerance_ = tolerance; }
   // True-position tolerance of the centre (mm); absent until set.
   const std::optional<double>& true_position_tolerance() const noexcept {
     return true_position_tolerance_;
   }
+  // Stores the printed true-position tolerance of the centre.
   void set_true_position_tolerance(double tolerance) noexcept {
     true_position_tolerance_ = tolerance;
   }

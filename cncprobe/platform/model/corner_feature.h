@@ -17,13 +17,16 @@ class CNCPROBE_API mtrCornerFeature : public mtrInspectionFeature {
 
   mtrResultKind kind() const noexcept override { return mtrResultCorner; }
 
+  // The nominal corner, as a line through it.
   const giInfLine3& nominal() const noexcept { return nominal_; }
+  // The measured corner, as a line through it.
   const giInfLine3& actual() const noexcept { return actual_; }
 
   // True-position tolerance of the corner (mm); absent until set.
   const std::optional<double>& true_position_tolerance() const noexcept {
     return true_position_tolerance_;
   }
+  // Stores the printed true-position tolerance.
   void set_true_position_tolerance(double tolerance) noexcept {
     true_position_tolerance_ = tolerance;
   }

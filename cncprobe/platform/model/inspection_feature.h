@@ -13,6 +13,7 @@ class CNCPROBE_API mtrInspectionFeature : public mtrToolpathResult {
   const mtrInspectionPrintData& print_data() const noexcept { return print_data_; }
 
  protected:
+  // A feature of toolpath `id` identified by `print_data`.
   mtrInspectionFeature(unsigned int id, const mtrInspectionPrintData& print_data)
       : mtrToolpathResult(id), print_data_(print_data) {}
 

@@ -26,10 +26,15 @@ class CNCPROBE_API mtrInspectionPoint {
         label_(label_prefix),
         number_(number) {}
 
+  // The nominal point, in CAD coordinates and millimetres.
   const giPoint3& nominal_point() const noexcept { return nominal_; }
+  // The unit probing direction.
   const giUnitVec3& direction() const noexcept { return direction_; }
+  // O of the nominal-point record: the offset the limits are measured from.
   double o_value() const noexcept { return o_; }
+  // U of the nominal-point record: the upper limit.
   double u_value() const noexcept { return u_; }
+  // L of the nominal-point record: the lower limit.
   double l_value() const noexcept { return l_; }
   // The label, made afresh on each call for a numbered point (the string is the caller's).
   utString label() const;

@@ -29,10 +29,12 @@ class CNCPROBE_API mtrInspectionPrintData {
   bool operator==(const mtrInspectionPrintData& other) const noexcept;
   bool operator!=(const mtrInspectionPrintData& other) const noexcept { return !(*this == other); }
 
+  // True when the value names no feature (default-constructed or forgotten).
   bool invalid() const noexcept { return form_ == kInvalid; }
   // Forgets the identity: invalid, numbers 0, no name.
   void set_invalid() noexcept { *this = mtrInspectionPrintData(); }
 
+  // Which form the report's header had.
   Form form() const noexcept { return form_; }
   // The component number; 0 for the named form and when invalid.
   unsigned int component_number() const noexcept { return component_number_; }

@@ -20,9 +20,13 @@ class CNCPROBE_API mtgPerpendicularDistance {
   mtgPerpendicularDistance(const mtgPerpendicularDistance&) noexcept = default;
   mtgPerpendicularDistance& operator=(const mtgPerpendicularDistance&) noexcept = default;
 
+  // The point midway between the faces.
   const giPoint3& point() const noexcept { return point_; }
+  // The unit normal of the plane in which it was probed.
   const giUnitVec3& normal() const noexcept { return normal_; }
+  // The unit direction along which the distance is measured.
   const giUnitVec3& direction() const noexcept { return direction_; }
+  // The distance between the faces.
   const giLength& distance() const noexcept { return distance_; }
 
   bool operator==(const mtgPerpendicularDistance&) const noexcept = default;

@@ -22,14 +22,18 @@ class CNCPROBE_API mtrPerpendicularDistanceFeature : public mtrInspectionFeature
 
   // The work-coordinate axis the wall or channel was probed along, as given.
   mtrProbeWCSAxis axis() const noexcept { return axis_; }
+  // The nominal wall or channel, in CAD coordinates and millimetres.
   const mtgPerpendicularDistance& nominal() const noexcept { return nominal_; }
+  // The measured wall or channel, in CAD coordinates and millimetres.
   const mtgPerpendicularDistance& actual() const noexcept { return actual_; }
 
   // Tolerance on the width (mm); absent until set.
   const std::optional<double>& distance_tolerance() const noexcept { return distance_tolerance_; }
+  // Stores the printed width tolerance.
   void set_distance_tolerance(double tolerance) noexcept { distance_tolerance_ = tolerance; }
   // Position tolerance of the middle (mm); absent until set.
   const std::optional<double>& position_tolerance() const noexcept { return position_tolerance_; }
+  // Stores the printed true-position tolerance of the middle.
   void set_position_tolerance(double tolerance) noexcept { position_tolerance_ = tolerance; }
 
  private:

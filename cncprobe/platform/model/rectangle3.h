@@ -24,10 +24,15 @@ class CNCPROBE_API mtgRectangle3 {
   mtgRectangle3(const mtgRectangle3&) noexcept = default;
   mtgRectangle3& operator=(const mtgRectangle3&) noexcept = default;
 
+  // The centre.
   const giPoint3& centre() const noexcept { return centre_; }
+  // The unit normal of the rectangle's plane.
   const giUnitVec3& normal() const noexcept { return normal_; }
+  // The unit direction of its length.
   const giUnitVec3& length_direction() const noexcept { return length_direction_; }
+  // The length.
   const giLength& length() const noexcept { return length_; }
+  // The width.
   const giLength& width() const noexcept { return width_; }
 
   bool operator==(const mtgRectangle3&) const noexcept = default;

@@ -20,11 +20,14 @@ class CNCPROBE_API mtrSurfaceFeature : public mtrInspectionFeature {
 
   // The work-coordinate axis the surface was probed along, as given.
   mtrProbeWCSAxis axis() const noexcept { return axis_; }
+  // The nominal surface, as a plane.
   const giPlane& nominal() const noexcept { return nominal_; }
+  // The measured surface, as a plane.
   const giPlane& actual() const noexcept { return actual_; }
 
   // Position tolerance of the surface (mm); absent until set.
   const std::optional<double>& position_tolerance() const noexcept { return position_tolerance_; }
+  // Stores the printed position tolerance.
   void set_position_tolerance(double tolerance) noexcept { position_tolerance_ = tolerance; }
 
  private:

@@ -41,6 +41,7 @@ class CNCPROBE_API mtrToolpathResult {
   }
 
  protected:
+  // A result of toolpath `id`, without a pattern instance.
   explicit mtrToolpathResult(unsigned int id) noexcept : id_(id) {}
 
  private:

@@ -42,6 +42,7 @@ template <class T>
 class itIterator {
  public:
   itIterator() noexcept = default;
+  // A handle owning `iterator`; a null one gives an empty handle.
   explicit itIterator(std::unique_ptr<itAbsCloneableIterator<T>> iterator) noexcept
       : iterator_(std::move(iterator)) {}
   itIterator(const itIterator& other)
@@ -56,10 +57,13 @@ class itIterator {
 
   // See itAbsIterator; an empty handle is always undefined and never steps onto an element.
   bool undefined() const { return iterator_ ? iterator_->undefined() : true; }
+  // Back to the undefined position; the next step goes to the first element.
   void reset() {
     if (iterator_) iterator_->reset();
   }
+  // Steps to the next element; false past the last one.
   bool operator++() { return iterator_ ? ++*iterator_ : false; }
+  // The current element; a default value on an empty handle.
   T operator()() const { return iterator_ ? (*iterator_)() : T(); }
 
  private:
@@ -71,7 +75,9 @@ class itIterator {
 template <class Container>
 class itSTLIterator : public itAbsCloneableIterator<typename Container::value_type> {
  public:
+  // The type of the elements.
   using value_type = typename Container::value_type;
+  // The container's iterator.
   using const_iterator = typename Container::const_iterator;
 
   // An undefined iterator over `container` (current = end).

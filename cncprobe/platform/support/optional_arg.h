@@ -6,8 +6,10 @@
 
 // Tag: an empty optional.
 struct utNone {};
+// The empty optional, for passing where a utOptionalArg is expected.
 inline constexpr utNone utNoneValue{};
 
+// An optional value of T, passed as an argument; converts to a null pointer when absent.
 template <typename T>
 class utOptionalArg {
  public:
@@ -39,6 +41,7 @@ class utOptionalArg {
   T value() const { return *get(); }
   // Non-null (this object's address) when present, null when empty.
   operator const void*() const noexcept { return present_ ? this : nullptr; }  // NOLINT
+  // True when it holds a value.
   bool has_value() const noexcept { return present_; }
 
  private:

@@ -12,12 +12,14 @@
 class CNCPROBE_API apPathName {
  public:
   apPathName() = default;
+  // A path with this text.
   explicit apPathName(const apString& text) : text_(text) {}
   // A path given as UTF-8 bytes, as a host on this platform usually holds it.
   explicit apPathName(const std::string& utf8);
 
   // Non-zero when the path is not a usable path.
   int invalid() const;
+  // The path's text.
   const apString& string() const noexcept { return text_; }
 
  private:
@@ -28,8 +30,11 @@ class CNCPROBE_API apPathName {
 class CNCPROBE_API apPath : public apPathName {
  public:
   apPath() = default;
+  // A path with this text.
   explicit apPath(const apString& text) : apPathName(text) {}
+  // A path given as UTF-8 bytes.
   explicit apPath(const std::string& utf8) : apPathName(utf8) {}
+  // A path given as NUL-terminated UTF-8; a null pointer gives an empty, unusable path.
   explicit apPath(const char* utf8) : apPathName(std::string(utf8 ? utf8 : "")) {}
 
   // Non-zero when the path names an existing file-system object.

@@ -21,6 +21,7 @@
 
 // Tag for the literal constructor; both literal and plain constructors give the same string.
 struct utStringLit {};
+// The tag passed to the literal constructor.
 inline constexpr utStringLit utStringLiteral{};
 
 // utRef: the reference-counted handle to a shared character array. Internal to utString.
@@ -50,9 +51,13 @@ class CNCPROBE_API utRef {
 
   // The accessors are inline: every look at a line's characters goes through them.
   bool null() const noexcept { return rep_ == nullptr; }
+  // True when more than one handle shares the array.
   bool shared() const noexcept { return rep_ && rep_->refs.load(std::memory_order_acquire) > 1; }
+  // The characters, NUL-terminated; not for a null handle.
   char* data() const noexcept { return rep_->chars(); }
+  // The length in bytes, without the NUL.
   std::uint32_t length() const noexcept { return rep_->length; }
+  // How many bytes fit without a new array, without the NUL.
   std::uint32_t capacity() const noexcept { return rep_->capacity; }
   // Also writes the terminating NUL.
   void set_length(std::uint32_t length) noexcept {
@@ -94,10 +99,13 @@ class CNCPROBE_API utString {
   utString& operator=(utString&&) noexcept = default;
   ~utString() = default;
 
+  // True when the string holds a text (possibly empty).
   bool valid() const noexcept { return !ref_.null(); }
+  // True for a string holding no text at all (default-constructed).
   bool invalid() const noexcept { return ref_.null(); }
   // Length in bytes; 0 for an invalid string.
   std::uint32_t length() const noexcept { return ref_.null() ? 0 : ref_.length(); }
+  // True when the string holds no character; an invalid string is empty too.
   bool empty() const noexcept { return length() == 0; }
   // The NUL-terminated character data; null for an invalid string.
   const char* c_str() const noexcept { return ref_.null() ? nullptr : ref_.data(); }
@@ -105,7 +113,9 @@ class CNCPROBE_API utString {
   std::string_view view() const noexcept {
     return ref_.null() ? std::string_view() : std::string_view(ref_.data(), ref_.length());
   }
+  // A copy of the bytes.
   std::string str() const { return std::string(view()); }
+  // The byte at `index`, which must be below length().
   char operator[](std::uint32_t index) const noexcept { return ref_.data()[index]; }
 
   // Replaces the text by the given bytes (which may contain NUL bytes); always valid afterwards.
@@ -120,7 +130,9 @@ class CNCPROBE_API utString {
   utString& operator<<(char byte);
   // Appends the number in decimal: a leading "-" when negative, no leading zeros or blanks.
   utString& operator<<(int number);
+  // Concatenation.
   utString operator+(const utString& other) const;
+  // Appends `other`.
   utString& operator+=(const utString& other) { return *this << other; }
 
   // Replaces every byte by fn(byte), as with toupper.

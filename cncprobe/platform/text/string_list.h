@@ -21,6 +21,7 @@
 // characters. Appending never moves an iterator off the element it stands on.
 class CNCPROBE_API utStringcoSListB {
  public:
+  // Iterates over the strings in order.
   using const_iterator = std::vector<utString>::const_iterator;
 
   // An empty list; destruction releases the elements.
@@ -35,6 +36,7 @@ class CNCPROBE_API utStringcoSListB {
 
   // Number of elements.
   std::size_t size() const noexcept { return elements_.size(); }
+  // True when the list holds no string.
   bool empty() const noexcept { return elements_.empty(); }
   // The element at `index`, counted from 0; an invalid string when the index is out of range.
   const utString& at(std::size_t index) const noexcept;
@@ -43,6 +45,7 @@ class CNCPROBE_API utStringcoSListB {
 
   // Plain traversal in insertion order, for hosts that want range-for.
   const_iterator begin() const noexcept { return elements_.begin(); }
+  // Past the last string.
   const_iterator end() const noexcept { return elements_.end(); }
 
  private:
@@ -58,6 +61,7 @@ class CNCPROBE_API utStringcoSListBcoCursor {
   // Appends a copy of `text` at the end of the list; returns 1, or 0 without a list.
   int insert_last(const utString& text) { return list_ ? list_->insert_last(text) : 0; }
   int insert_last(utString&& text) { return list_ ? list_->insert_last(std::move(text)) : 0; }
+  // The list the cursor appends to; may be null.
   utStringcoSListB* list() const noexcept { return list_; }
 
  private:
@@ -84,6 +88,7 @@ class CNCPROBE_API utStringcoSListBcoIterator {
   bool undefined() const noexcept { return index_ == kNone; }
   // Index of the current element counted from 0; meaningless on the extra position.
   std::size_t index() const noexcept { return index_; }
+  // The list the iterator walks.
   const utStringcoSListB* list() const noexcept { return list_; }
 
   // Same list and same position.

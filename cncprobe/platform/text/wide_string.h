@@ -9,9 +9,11 @@
 
 // Tag: the text that follows is a wide literal.
 struct apStringL {};
+// The tag passed to the literal constructor.
 inline constexpr apStringL apStringLiteral{};
 // Tag: the text that follows is UTF-8 and is decoded.
 struct apStringUTF8 {};
+// The tag passed to the UTF-8 constructors.
 inline constexpr apStringUTF8 apStringFromUTF8{};
 
 class CNCPROBE_API apString {
@@ -33,9 +35,13 @@ class CNCPROBE_API apString {
   apString& operator=(apString&&) noexcept = default;
   ~apString() = default;
 
+  // Non-zero for a string holding no text at all.
   int invalid() const noexcept { return valid_ ? 0 : 1; }
+  // The wide text.
   const std::wstring& wstr() const noexcept { return text_; }
+  // The wide text, NUL-terminated.
   const wchar_t* c_str() const noexcept { return text_.c_str(); }
+  // The length in wide characters.
   std::size_t length() const noexcept { return text_.size(); }
 
   // The text encoded as UTF-8 (empty for an invalid string). `error` is set non-zero when the
@@ -50,6 +56,7 @@ class CNCPROBE_API apString {
   int operator!=(const apString& other) const noexcept { return !(*this == other); }
   // Concatenation; the result is valid when either side is.
   apString operator+(const apString& other) const;
+  // Appends `other`; the result is valid when either side is.
   apString& operator+=(const apString& other);
 
   // True when `bytes` is well-formed UTF-8; the cheap test a results-file line is put to.

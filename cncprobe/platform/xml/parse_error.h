@@ -18,6 +18,7 @@ class CNCPROBE_API axmParseError {
   bool invalid() const noexcept { return !error_; }
   // The 1-based line and column of the error; negative when unknown.
   int line_number() const noexcept { return line_; }
+  // The 1-based column of the error; negative when unknown.
   int column_number() const noexcept { return column_; }
   // The loader's own description of the error; invalid when there is no error.
   const apString& message() const noexcept { return message_; }
