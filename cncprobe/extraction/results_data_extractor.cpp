@@ -86,8 +86,16 @@ kptResultsExtractionStatus kptResultsDataExtractor::extract_lines(kptResultsFile
                                                                   bool release_passed_lines) {
   clear();
   {
-    const kptResultsFileParser parser(units, utObserverPtr<kptResultsFileParserCallback>(
-                                                 utObserverPtr<kptResultsDataExtractor>(this)));
+    // The parser depends on nothing of the file but its units: an extractor reused for many
+    // files keeps it, with its matchers' match data, and builds another only for other units.
+    if (!parser_ || parser_units_ != units) {
+      parser_.reset();
+      parser_ = std::make_unique<kptResultsFileParser>(
+          units, utObserverPtr<kptResultsFileParserCallback>(
+                     utObserverPtr<kptResultsDataExtractor>(this)));
+      parser_units_ = units;
+    }
+    const kptResultsFileParser& parser = *parser_;
     // An unknown line is simply passed over; a report leaves the cursor on its last line, and the
     // next step moves past it. A cursor left on no line would wrap round to the first line and
     // read the file forever, so that ends the reading whatever the parser did.

@@ -66,6 +66,8 @@ enum kptProbePathPointType : std::int32_t {
   kptMeasuredPoint = 1,
 };
 
+class kptResultsFileParser;
+
 class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback {
  public:
   // An extractor holding no results; status success.
@@ -188,4 +190,7 @@ class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback
   // "Path <id> (<instance>): Inspection Point " of the newest probe path, built once per path and
   // shared by its points, whose labels it begins.
   utString label_prefix_;
+  // The parser of the last extraction and the units it reads, kept for the next one.
+  std::unique_ptr<kptResultsFileParser> parser_;
+  kptUnits parser_units_;
 };
