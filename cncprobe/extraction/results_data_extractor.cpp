@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstring>
 
+#include "cncprobe/extraction/file_extraction.h"
 #include "cncprobe/platform/geometry/circle3.h"
 #include "cncprobe/platform/geometry/inf_line3.h"
 #include "cncprobe/platform/geometry/plane.h"
@@ -131,6 +132,19 @@ unsigned int kptResultsDataExtractor::number_of_results() const noexcept {
 }
 
 utString kptResultsDataExtractor::resultsfile_name() const { return results_file_name_; }
+
+kptFileExtraction kptResultsDataExtractor::take_extraction(const utString& file_name) {
+  kptFileExtraction outcome;
+  outcome.file_name_ = file_name;
+  outcome.status_ = status_;
+  outcome.input_problem_ = input_problem_;
+  outcome.resultsfile_name_ = results_file_name_;
+  outcome.results_ = std::move(results_);
+  outcome.measured_paths_ = std::move(measured_paths_);
+  results_.clear();
+  measured_paths_.clear();
+  return outcome;
+}
 
 // ---- Run and toolpath context ----
 

@@ -66,6 +66,7 @@ enum kptProbePathPointType : std::int32_t {
   kptMeasuredPoint = 1,
 };
 
+class kptFileExtraction;
 class kptResultsFileParser;
 
 class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback {
@@ -108,6 +109,11 @@ class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback
   // The status of the last extraction, as it returned it; while a host's own parser delivers
   // events, the latest problem recorded so far (the end rules are applied only by an extraction).
   [[nodiscard]] kptResultsExtractionStatus status() const noexcept { return status_; }
+
+  // Hands the last extraction over to an outcome that carries `file_name`: its status, input
+  // problem, RESULTSFILE name and results (see cncprobe/extraction/file_extraction.h). The
+  // extractor keeps its status but no results; iterators taken before are then empty.
+  [[nodiscard]] kptFileExtraction take_extraction(const utString& file_name);
 
  protected:
   // Runs an extraction over the lines after the cursor's position (from the first line when it
