@@ -213,12 +213,6 @@ int reMatcher::study(utString& error_text, int /*options*/) {
     error_text = utString(compiled->error.c_str());
     return 0;  // matching goes on with the interpreter
   }
-  if (!impl_->jit_stack) {
-    impl_->jit_stack = pcre2_jit_stack_create(kJitStackStart, kJitStackMax, nullptr);
-    if (impl_->jit_stack) {
-      pcre2_jit_stack_assign(impl_->match_context, nullptr, impl_->jit_stack);
-    }
-  }
   impl_->code = compiled->code;
   impl_->compiled = std::move(compiled);
   impl_->jit = true;
@@ -238,6 +232,16 @@ int reMatcher::match(const utString& subject, int start) {
                             impl_->match_data, impl_->match_context)
           : pcre2_match(impl_->code, bytes, subject.length(), static_cast<PCRE2_SIZE>(start), 0,
                         impl_->match_data, impl_->match_context);
+  // A line that needs more than the JIT's own small stack is matched again with a stack of its
+  // own, made on first need: the outcome is the one a large stack gives from the start, and the
+  // thousands of parsers a batch of small files builds reserve no stack they never use.
+  if (rc == PCRE2_ERROR_JIT_STACKLIMIT && impl_->jit && !impl_->jit_stack) {
+    impl_->jit_stack = pcre2_jit_stack_create(kJitStackStart, kJitStackMax, nullptr);
+    if (impl_->jit_stack) {
+      pcre2_jit_stack_assign(impl_->match_context, nullptr, impl_->jit_stack);
+      return match(subject, start);
+    }
+  }
   // rc == 0 cannot happen with match data sized from the pattern; treat it as failure anyway.
   if (rc <= 0) return rc == 0 ? -1 : rc;
   impl_->subject = text;

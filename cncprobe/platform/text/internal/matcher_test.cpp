@@ -163,3 +163,17 @@ TEST(Matcher, MatchersOfOnePatternKeepTheirOwnMatches) {
   EXPECT_EQ(anchored.match(utString("ab"), 0), -1);
   EXPECT_EQ(floating.match(utString("ab"), 0), 1);
 }
+
+// A long line that takes more stack than the JIT has of its own still matches as it would with a
+// large stack from the start; one beyond even that is no match, never a crash.
+TEST(Matcher, LongLinesBeyondTheSmallStack) {
+  const auto m = compiled(R"(^(?:(a)|b)*c)");
+  std::string line;
+  for (int i = 0; i < 5000; ++i) line += "ab";
+  const utString subject((line + "c").c_str());
+  EXPECT_EQ(m->match(subject, 0), 2);
+  EXPECT_EQ(m->match(subject, 0), 2) << "again, with the stack made the first time";
+  std::string huge;
+  for (int i = 0; i < 200000; ++i) huge += "ab";
+  EXPECT_LT(m->match(utString((huge + "c").c_str()), 0), 0);
+}
