@@ -13,6 +13,7 @@ foreach(component IN ITEMS platform foundation events macrooutput resultsfile ex
 endforeach()
 add_executable(threads_test ${PROJECT_SOURCE_DIR}/tests/threads_test.cpp
   ${PROJECT_SOURCE_DIR}/tests/batch_extraction_test.cpp
+  ${PROJECT_SOURCE_DIR}/tests/chunked_recognition_test.cpp
   ${PROJECT_SOURCE_DIR}/bench/results_file_generator.cpp ${threads_objects})
 target_include_directories(threads_test PRIVATE ${PROJECT_SOURCE_DIR})
 target_compile_definitions(threads_test PRIVATE CNCPROBE_STATIC

@@ -88,6 +88,14 @@ class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback
   // Extracts from an input already read (standard input, memory); same statuses as extract_data.
   [[nodiscard]] kptResultsExtractionStatus extract_data(
       const kptInputFile& input, const kptUnits& units = kptUnits(kptUnitsMillimetres));
+  // The number of threads an extraction recognises a large file's lines on, the caller's
+  // included: 1 (the default) starts no thread, 0 takes one per core the machine reports. The
+  // results are the same whatever the number; a file of a few thousand lines is read on the
+  // caller's thread alone.
+  void set_threads(unsigned int threads) noexcept;
+  // The number set_threads chose; at least 1.
+  [[nodiscard]] unsigned int threads() const noexcept { return threads_; }
+
   // Why the last extract_data could not read its file; kptInputReadable when it was read (the
   // extraction status alone says kptExtractionNoResults for an unreadable file, as it says for an
   // empty one). A read error in the middle of a file is reported here although the lines before
@@ -199,4 +207,5 @@ class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback
   // The parser of the last extraction and the units it reads, kept for the next one.
   std::unique_ptr<kptResultsFileParser> parser_;
   kptUnits parser_units_;
+  unsigned int threads_ = 1;
 };
