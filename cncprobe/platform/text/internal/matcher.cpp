@@ -1,6 +1,6 @@
 // reMatcher on PCRE2 with JIT. The compiled (and JIT-compiled) code of a pattern is built once per
-// process and shared read-only by every matcher of that pattern; match data, match context and
-// JIT stack are per matcher and reused.
+// process and shared read-only by every matcher of that pattern; match data and match context are
+// per matcher, the JIT stack per thread, all reused.
 #include "cncprobe/platform/text/internal/matcher.h"
 
 #define PCRE2_CODE_UNIT_WIDTH 8
@@ -17,6 +17,22 @@ namespace {
 // below it, and a pathological one ends as "no match" instead of exhausting the machine stack.
 constexpr PCRE2_SIZE kJitStackStart = 32 * 1024;
 constexpr PCRE2_SIZE kJitStackMax = 1024 * 1024;
+
+// The JIT stack of the calling thread, made on its first JIT match and freed when the thread
+// ends. A JIT match needs its stack only while it runs, and a thread runs one match at a time, so
+// every matcher of a thread shares one: the thousands of parsers a batch of small files builds
+// reserve no stack each, and no match runs on the JIT's small default stack, which would cost a
+// probe of every page of it on every call. Null when it cannot be made: the JIT then uses its own.
+pcre2_jit_stack* thread_jit_stack(void* /*unused*/) {
+  struct Holder {
+    pcre2_jit_stack* stack = pcre2_jit_stack_create(kJitStackStart, kJitStackMax, nullptr);
+    ~Holder() {
+      if (stack) pcre2_jit_stack_free(stack);
+    }
+  };
+  thread_local Holder holder;
+  return holder.stack;
+}
 
 uint32_t to_pcre2_options(int options) {
   uint32_t result = 0;
@@ -137,7 +153,6 @@ struct reMatcher::Impl {
   int options = 0;
   pcre2_match_data* match_data = nullptr;
   pcre2_match_context* match_context = nullptr;
-  pcre2_jit_stack* jit_stack = nullptr;
   // The bytes of the last successful match's subject, the caller's: its groups point into them.
   const char* subject = nullptr;
   // The group offsets of the match data and their number of pairs, taken once when the match
@@ -149,10 +164,8 @@ struct reMatcher::Impl {
 
   ~Impl() { reset(); }
   void reset() {
-    if (jit_stack) pcre2_jit_stack_free(jit_stack);
     if (match_context) pcre2_match_context_free(match_context);
     if (match_data) pcre2_match_data_free(match_data);
-    jit_stack = nullptr;
     match_context = nullptr;
     match_data = nullptr;
     code = nullptr;
@@ -213,6 +226,7 @@ int reMatcher::study(utString& error_text, int /*options*/) {
     error_text = utString(compiled->error.c_str());
     return 0;  // matching goes on with the interpreter
   }
+  pcre2_jit_stack_assign(impl_->match_context, thread_jit_stack, nullptr);
   impl_->code = compiled->code;
   impl_->compiled = std::move(compiled);
   impl_->jit = true;
@@ -232,16 +246,6 @@ int reMatcher::match(const utString& subject, int start) {
                             impl_->match_data, impl_->match_context)
           : pcre2_match(impl_->code, bytes, subject.length(), static_cast<PCRE2_SIZE>(start), 0,
                         impl_->match_data, impl_->match_context);
-  // A line that needs more than the JIT's own small stack is matched again with a stack of its
-  // own, made on first need: the outcome is the one a large stack gives from the start, and the
-  // thousands of parsers a batch of small files builds reserve no stack they never use.
-  if (rc == PCRE2_ERROR_JIT_STACKLIMIT && impl_->jit && !impl_->jit_stack) {
-    impl_->jit_stack = pcre2_jit_stack_create(kJitStackStart, kJitStackMax, nullptr);
-    if (impl_->jit_stack) {
-      pcre2_jit_stack_assign(impl_->match_context, nullptr, impl_->jit_stack);
-      return match(subject, start);
-    }
-  }
   // rc == 0 cannot happen with match data sized from the pattern; treat it as failure anyway.
   if (rc <= 0) return rc == 0 ? -1 : rc;
   impl_->subject = text;
