@@ -53,10 +53,12 @@ class BenchFiles {
   const std::vector<utString>& small_files(std::size_t copies, std::size_t& bytes) {
     if (small_files_.size() != copies) {
       small_files_.clear();
-      const std::filesystem::path source = std::filesystem::path(CNCPROBE_EXAMPLES_DIR) / "bracket_mm.txt";
+      const std::filesystem::path source =
+          std::filesystem::path(CNCPROBE_EXAMPLES_DIR) / "bracket_mm.txt";
       std::filesystem::create_directories(dir_ / "small");
       for (std::size_t i = 0; i < copies; ++i) {
-        const std::filesystem::path copy = dir_ / "small" / ("bracket_" + std::to_string(i) + ".txt");
+        const std::filesystem::path copy =
+            dir_ / "small" / ("bracket_" + std::to_string(i) + ".txt");
         std::filesystem::copy_file(source, copy, std::filesystem::copy_options::overwrite_existing);
         small_files_.emplace_back(copy.string().c_str());
       }
@@ -237,7 +239,8 @@ void BM_SmallFilesBatch(benchmark::State& state) {
   for (auto _ : state) {
     const std::vector<kptFileExtraction> outcomes = batch.extract(small, kptUnits());
     for (const kptFileExtraction& outcome : outcomes) {
-      if (outcome.status() != kptExtractionSuccess) state.SkipWithError("a small file did not extract");
+      if (outcome.status() != kptExtractionSuccess)
+        state.SkipWithError("a small file did not extract");
     }
     benchmark::DoNotOptimize(outcomes.data());
   }

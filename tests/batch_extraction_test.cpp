@@ -1,6 +1,7 @@
-// Many files in one call: every sample and generated file extracted alone, alone on 2 and 7 threads,
-// by one extractor reused for all of them, and in batches on 1, 2 and 7 threads gives the same
-// outcome, down to the last bit of every point. Part of the threads test, so the ThreadSanitizer build checks the batch too.
+// Many files in one call: every sample and generated file extracted alone, alone on 2 and 7
+// threads, by one extractor reused for all of them, and in batches on 1, 2 and 7 threads gives the
+// same outcome, down to the last bit of every point. Part of the threads test, so the
+// ThreadSanitizer build checks the batch too.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -24,16 +25,17 @@ std::string exact(double value) {
   std::snprintf(text, sizeof text, "%a", value);
   return text;
 }
-std::string exact(const giPoint3& p) { return exact(p.x()) + "," + exact(p.y()) + "," + exact(p.z()); }
+std::string exact(const giPoint3& p) {
+  return exact(p.x()) + "," + exact(p.y()) + "," + exact(p.z());
+}
 
 // Everything an outcome says: status, input problem, RESULTSFILE name, each result's kind,
 // geometry and tolerances, and every inspection point's coordinates exactly.
 template <class Extraction>
 std::string fingerprint(const Extraction& extraction) {
-  std::string text = std::to_string(extraction.status()) + " " +
-                     std::to_string(extraction.input_problem()) + " [" +
-                     extraction.resultsfile_name().str() + "] " +
-                     extraction_test::summary(extraction);
+  std::string text =
+      std::to_string(extraction.status()) + " " + std::to_string(extraction.input_problem()) +
+      " [" + extraction.resultsfile_name().str() + "] " + extraction_test::summary(extraction);
   for (const std::string& line : extraction_test::details(extraction)) text += "\n" + line;
   itIterator<std::shared_ptr<mtrProbePath>> paths = extraction.measured_paths();
   while (++paths) {
@@ -122,7 +124,8 @@ TEST(BatchExtraction, DeliveryInOrderAndStoppedByTheHost) {
   const ScratchDirectory scratch;
   std::vector<utString> files = sample_files(scratch);
   const std::size_t distinct = files.size();
-  for (int copy = 0; copy < 3; ++copy) files.insert(files.end(), files.begin(), files.begin() + distinct);
+  for (int copy = 0; copy < 3; ++copy)
+    files.insert(files.end(), files.begin(), files.begin() + distinct);
   kptResultsBatchExtractor batch(3);
   std::vector<std::size_t> order;
   batch.extract_each(files, kptUnits(), [&](std::size_t index, kptFileExtraction&& outcome) {

@@ -2,6 +2,8 @@
 // sample and generated file cut at every line into two chunks, and cut into chunks of a few lines
 // recognised on several threads. A report cut by a boundary is the case that matters: the second
 // chunk's own parse starts inside it.
+#include "cncprobe/extraction/internal/chunked_recognition.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -10,7 +12,6 @@
 
 #include "bench/results_file_generator.h"
 #include "cncprobe/events/recording_callback_test_util.h"
-#include "cncprobe/extraction/internal/chunked_recognition.h"
 #include "cncprobe/resultsfile/results_file_parser.h"
 #include "tests/support/scratch_directory.h"
 
@@ -51,8 +52,9 @@ std::vector<std::string> sample_files(const ScratchDirectory& scratch) {
 
 std::vector<std::string> one_pass(const kptResultsFileCursor& lines, const kptUnits& units) {
   RecordingCallback recording;
-  const kptResultsFileParser parser(units, utObserverPtr<kptResultsFileParserCallback>(
-                                               static_cast<kptResultsFileParserCallback*>(&recording)));
+  const kptResultsFileParser parser(units,
+                                    utObserverPtr<kptResultsFileParserCallback>(
+                                        static_cast<kptResultsFileParserCallback*>(&recording)));
   kptResultsFileCursor cursor = lines;
   while (++cursor) {
     (void)parser.parse_next_object(cursor);
@@ -84,7 +86,8 @@ TEST(ChunkedRecognition, EveryCutIntoTwoChunksGivesTheOnePass) {
     const std::vector<std::string> expected = one_pass(lines, units);
     for (std::size_t cut = 1; cut < lines.line_count(); ++cut) {
       const std::vector<std::size_t> starts = {0, cut};
-      ASSERT_EQ(in_chunks(lines, units, starts, 1), expected) << file << " cut before line " << cut + 1;
+      ASSERT_EQ(in_chunks(lines, units, starts, 1), expected)
+          << file << " cut before line " << cut + 1;
       ++cuts;
     }
   }
@@ -98,10 +101,10 @@ TEST(ChunkedRecognition, SmallChunksOnSeveralThreadsGiveTheOnePass) {
     const std::vector<std::string> expected = one_pass(lines, kptUnits());
     for (const std::size_t chunk_lines : {1, 2, 3, 7, 100}) {
       for (const unsigned int threads : {1u, 2u, 7u}) {
-        EXPECT_EQ(in_chunks(lines, kptUnits(),
-                            kptChunkedRecognition::even_chunks(lines.line_count(), chunk_lines),
-                            threads),
-                  expected)
+        EXPECT_EQ(
+            in_chunks(lines, kptUnits(),
+                      kptChunkedRecognition::even_chunks(lines.line_count(), chunk_lines), threads),
+            expected)
             << file << ", chunks of " << chunk_lines << " lines, " << threads << " threads";
       }
     }

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <charconv>
-#include <thread>
 #include <cstring>
+#include <thread>
 
 #include "cncprobe/extraction/file_extraction.h"
 #include "cncprobe/extraction/internal/chunked_recognition.h"
@@ -98,13 +98,13 @@ kptResultsExtractionStatus kptResultsDataExtractor::extract_lines(kptResultsFile
   if (threads_ > 1 && cursor.undefined() && cursor.line_count() >= kLinesForThreads) {
     // The cursor is this extraction's alone; the lines every thread has passed are given back.
     kptResultsFileCursor passed_lines = cursor;
-    kptChunkedRecognition::run(
-        cursor, units, *this, kptChunkedRecognition::even_chunks(cursor.line_count(), kChunkLines),
-        threads_, [&passed_lines, release_passed_lines](std::size_t line) {
-          if (release_passed_lines && passed_lines.step_to(line + 1)) {
-            passed_lines.release_passed_lines();
-          }
-        });
+    kptChunkedRecognition::run(cursor, units, *this,
+                               kptChunkedRecognition::even_chunks(cursor.line_count(), kChunkLines),
+                               threads_, [&passed_lines, release_passed_lines](std::size_t line) {
+                                 if (release_passed_lines && passed_lines.step_to(line + 1)) {
+                                   passed_lines.release_passed_lines();
+                                 }
+                               });
   } else {
     // The parser depends on nothing of the file but its units: an extractor reused for many
     // files keeps it, with its matchers' match data, and builds another only for other units.

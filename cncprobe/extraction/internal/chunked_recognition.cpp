@@ -295,8 +295,9 @@ struct Pipeline {
 
   void work() {
     Recorder recorder;
-    const kptResultsFileParser parser(
-        units, utObserverPtr<kptResultsFileParserCallback>(static_cast<kptResultsFileParserCallback*>(&recorder)));
+    const kptResultsFileParser parser(units,
+                                      utObserverPtr<kptResultsFileParserCallback>(
+                                          static_cast<kptResultsFileParserCallback*>(&recorder)));
     std::unique_lock<std::mutex> lock(mutex);
     for (;;) {
       room_ahead.wait(lock, [this] { return stop || next >= chunks.size() || may_take(); });
@@ -352,8 +353,8 @@ void kptChunkedRecognition::run(const kptResultsFileCursor& lines, const kptUnit
     if (chunk.end > chunk.begin) pipeline.chunks.push_back(std::move(chunk));
   }
   pipeline.done.assign(pipeline.chunks.size(), 0);
-  threads = std::max(1u, std::min<unsigned int>(
-                             threads, static_cast<unsigned int>(pipeline.chunks.size())));
+  threads = std::max(
+      1u, std::min<unsigned int>(threads, static_cast<unsigned int>(pipeline.chunks.size())));
   pipeline.window = kChunksAheadPerThread * threads;
 
   // The caller's thread parses chunks too, into its own recorder, and replays every chunk; the

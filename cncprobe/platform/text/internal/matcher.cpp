@@ -66,8 +66,8 @@ struct reCompiledPattern {
 
 namespace {
 // Compiles a pattern; with `jit`, also JIT-compiles it before anyone else can see it.
-std::shared_ptr<const reCompiledPattern> build_pattern(const std::string& pattern,
-                                                       uint32_t options, bool jit) {
+std::shared_ptr<const reCompiledPattern> build_pattern(const std::string& pattern, uint32_t options,
+                                                       bool jit) {
   auto compiled = std::make_shared<reCompiledPattern>();
   int error_code = 0;
   // Only a line feed is a newline, whatever default the library was built with: "." then takes
