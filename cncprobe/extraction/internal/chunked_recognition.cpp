@@ -239,6 +239,9 @@ void parse_chunk(const kptResultsFileParser& parser, Recorder& recorder,
   const std::size_t count = cursor.line_count();
   chunk.steps.clear();
   chunk.events.clear();
+  // A line fires at most one event, and most lines of a large file are point records that do.
+  chunk.steps.reserve(chunk.end - chunk.begin);
+  chunk.events.reserve(chunk.end - chunk.begin);
   recorder.events = &chunk.events;
   std::size_t line = chunk.begin;
   std::size_t last_line = kNoLine;

@@ -164,8 +164,8 @@ TEST(Matcher, MatchersOfOnePatternKeepTheirOwnMatches) {
   EXPECT_EQ(floating.match(utString("ab"), 0), 1);
 }
 
-// A long line that takes more stack than the JIT has of its own still matches as it would with a
-// large stack from the start; one beyond even that is no match, never a crash.
+// A long line that takes more stack than the JIT's small default still matches (the thread's JIT
+// stack grows for it), and again; one beyond even that stack is no match, never a crash.
 TEST(Matcher, LongLinesBeyondTheSmallStack) {
   const auto m = compiled(R"(^(?:(a)|b)*c)");
   std::string line;
