@@ -16,6 +16,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "bench/results_file_generator.h"
 #include "cncprobe/cncprobe.h"
@@ -47,6 +48,26 @@ class BenchFiles {
     return &files_.emplace(points, file).first->second;
   }
 
+  // `copies` copies of the bracket example (4.3 KB, 22 points and reports): the small files a
+  // shop has thousands of. Their total size in `bytes`.
+  const std::vector<utString>& small_files(std::size_t copies, std::size_t& bytes) {
+    if (small_files_.size() != copies) {
+      small_files_.clear();
+      const std::filesystem::path source =
+          std::filesystem::path(CNCPROBE_EXAMPLES_DIR) / "bracket_mm.txt";
+      std::filesystem::create_directories(dir_ / "small");
+      for (std::size_t i = 0; i < copies; ++i) {
+        const std::filesystem::path copy =
+            dir_ / "small" / ("bracket_" + std::to_string(i) + ".txt");
+        std::filesystem::copy_file(source, copy, std::filesystem::copy_options::overwrite_existing);
+        small_files_.emplace_back(copy.string().c_str());
+      }
+      small_bytes_ = copies * static_cast<std::size_t>(std::filesystem::file_size(source));
+    }
+    bytes = small_bytes_;
+    return small_files_;
+  }
+
   std::string settings_file() {
     const std::filesystem::path path = dir_ / "settings.xml";
     std::ofstream(path) << "<?xml version=\"1.0\"?>\n<settings version=\"1\"><units>inches</units>"
@@ -62,6 +83,8 @@ class BenchFiles {
  private:
   std::filesystem::path dir_;
   std::map<std::size_t, GeneratedResultsFile> files_;
+  std::vector<utString> small_files_;
+  std::size_t small_bytes_ = 0;
 };
 
 BenchFiles& files() {
@@ -187,6 +210,44 @@ void BM_SettingsRead(benchmark::State& state) {
   }
   state.SetItemsProcessed(state.iterations());
 }
+
+// Small files, as a host that makes a new extractor for every file reads them: each extraction
+// builds its parser's matchers (their compiled code is the process's). Items are files.
+void BM_SmallFilesNewExtractorEach(benchmark::State& state) {
+  std::size_t bytes = 0;
+  const std::vector<utString>& small = files().small_files(400, bytes);
+  for (auto _ : state) {
+    for (const utString& name : small) {
+      kptResultsDataExtractor extractor;
+      if (extractor.extract_data(name, kptUnits()) != kptExtractionSuccess) {
+        state.SkipWithError("a small file did not extract");
+      }
+      benchmark::DoNotOptimize(extractor.number_of_results());
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(small.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
+}
+BENCHMARK(BM_SmallFilesNewExtractorEach)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// The same files through the batch call on range(0) threads: one extractor per thread, reused.
+// Items are files.
+void BM_SmallFilesBatch(benchmark::State& state) {
+  std::size_t bytes = 0;
+  const std::vector<utString>& small = files().small_files(400, bytes);
+  kptResultsBatchExtractor batch(static_cast<unsigned int>(state.range(0)));
+  for (auto _ : state) {
+    const std::vector<kptFileExtraction> outcomes = batch.extract(small, kptUnits());
+    for (const kptFileExtraction& outcome : outcomes) {
+      if (outcome.status() != kptExtractionSuccess)
+        state.SkipWithError("a small file did not extract");
+    }
+    benchmark::DoNotOptimize(outcomes.data());
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(small.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
+}
+BENCHMARK(BM_SmallFilesBatch)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // One record line recognised and its numbers read, with no receiver: what a point costs before
 // the result model sees it. The same line a thousand times over, so this is the floor of a warm

@@ -7,7 +7,8 @@
 // Jobs: "lines" reads the file into the cursor's lines and steps over them; "records" also offers
 // every line to the results-file parser with no receiver, so every record and report is matched
 // and its numbers read but no result is kept: the two are the floor under "extract", which keeps
-// every result of extract_data until it ends. "refs" reads the reference lines (one is missing
+// every result of extract_data until it ends; "extract_t2" is the same extraction recognising the
+// lines on two threads. "refs" reads the reference lines (one is missing
 // from the generated files, so it reads the whole file); with --tool, the tool's extract in JSON
 // and in text with every point, output to /dev/null. Figures are medians.
 #include <fcntl.h>
@@ -35,8 +36,9 @@ namespace {
 
 // The job a child process runs: 0 when it read the whole file as expected.
 int run_child(const std::string& job, const char* path, std::size_t expected_results) {
-  if (job == "extract") {
+  if (job == "extract" || job == "extract_t2") {
     kptResultsDataExtractor extractor;
+    if (job == "extract_t2") extractor.set_threads(2);
     const kptResultsExtractionStatus status = extractor.extract_data(utString(path), kptUnits());
     return status == kptExtractionSuccess && extractor.number_of_results() == expected_results ? 0
                                                                                                : 1;
@@ -155,6 +157,7 @@ int main(int argc, char** argv) {
         {"lines", {self, "--child", "lines", path, expected}},
         {"records", {self, "--child", "records", path, expected}},
         {"extract", {self, "--child", "extract", path, expected}},
+        {"extract_t2", {self, "--child", "extract_t2", path, expected}},
         {"refs", {self, "--child", "refs", path, expected}},
     };
     if (!tool.empty()) {

@@ -46,7 +46,10 @@
 #include "cncprobe/platform/model/toolpath_result.h"
 #include "cncprobe/platform/support/iterator.h"
 
-// Units of a results file, and extraction of a whole file into probe paths and features.
+// Units of a results file, and extraction of a whole file, or of many files in one call, into
+// probe paths and features.
+#include "cncprobe/extraction/file_extraction.h"
+#include "cncprobe/extraction/results_batch_extractor.h"
 #include "cncprobe/extraction/results_data_extractor.h"
 #include "cncprobe/foundation/input_file.h"
 #include "cncprobe/foundation/units.h"

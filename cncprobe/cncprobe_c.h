@@ -178,6 +178,19 @@ CNCPROBE_C_API cncprobe_error cncprobe_extract_memory(const void* bytes, size_t 
                                                       int32_t true_position,
                                                       cncprobe_extraction** extraction);
 
+/* Reads the `count` results files at `paths` as cncprobe_extract_file reads each, on `threads`
+ * threads (1 starts no thread, 0 takes one per core), and puts file i's run in extractions[i]
+ * (free each with cncprobe_extraction_free) and its outcome in errors[i]: CNCPROBE_OK, or its
+ * CNCPROBE_ERROR_FILE_... code with extractions[i] NULL. Returns CNCPROBE_OK when every file was
+ * tried, whatever each one gave; CNCPROBE_ERROR_INVALID_ARGUMENT, reading nothing and setting
+ * every extractions[i] to NULL, for NULL arrays with a count above 0, a NULL path, or units or a
+ * convention outside their values. */
+CNCPROBE_C_API cncprobe_error cncprobe_extract_files(const char* const* paths, size_t count,
+                                                     int32_t units, int32_t true_position,
+                                                     uint32_t threads,
+                                                     cncprobe_extraction** extractions,
+                                                     cncprobe_error* errors);
+
 /* Frees the run and sets *extraction to NULL. NULL and a pointer to NULL are ignored. */
 CNCPROBE_C_API void cncprobe_extraction_free(cncprobe_extraction** extraction);
 

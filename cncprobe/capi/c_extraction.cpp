@@ -1,5 +1,6 @@
 // The C interface to an extraction: a run's probe paths, points, features, checks and verdict.
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -7,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "cncprobe/capi/internal/c_boundary.h"
@@ -226,6 +228,41 @@ cncprobe_error cncprobe_extract_memory(const void* bytes, size_t size, int32_t u
                          [&](kptResultsDataExtractor& extractor, const kptUnits& read_in) {
                            return extractor.extract_data(memory_input(bytes, size), read_in);
                          });
+}
+
+cncprobe_error cncprobe_extract_files(const char* const* paths, size_t count, int32_t units,
+                                      int32_t true_position, uint32_t threads,
+                                      cncprobe_extraction** extractions, cncprobe_error* errors) {
+  if (count == 0) return CNCPROBE_OK;
+  if (paths == nullptr || extractions == nullptr || errors == nullptr) {
+    return CNCPROBE_ERROR_INVALID_ARGUMENT;
+  }
+  for (size_t i = 0; i < count; ++i) extractions[i] = nullptr;
+  if (!known_units(units) || !known_convention(true_position)) {
+    return CNCPROBE_ERROR_INVALID_ARGUMENT;
+  }
+  for (size_t i = 0; i < count; ++i) {
+    if (paths[i] == nullptr) return CNCPROBE_ERROR_INVALID_ARGUMENT;
+  }
+  // Building a parser costs little next to a small file now that the patterns are compiled once
+  // per process, so each file gets a run of its own and the threads share nothing but the count.
+  std::atomic<size_t> next{0};
+  const auto work = [&] {
+    for (size_t i = next++; i < count; i = next++) {
+      errors[i] = cncprobe_extract_file(paths[i], units, true_position, &extractions[i]);
+    }
+  };
+  const size_t wanted = std::min<size_t>(
+      count, threads != 0 ? threads : std::max(1u, std::thread::hardware_concurrency()));
+  std::vector<std::thread> workers;
+  try {
+    while (workers.size() + 1 < wanted) workers.emplace_back(work);
+  } catch (...) {
+    // No more threads to be had: those started and the caller's read the rest.
+  }
+  work();
+  for (std::thread& worker : workers) worker.join();
+  return CNCPROBE_OK;
 }
 
 void cncprobe_extraction_free(cncprobe_extraction** extraction) { free_handle(extraction); }

@@ -161,7 +161,9 @@ inline std::string detail(const std::shared_ptr<mtrToolpathResult>& result) {
   return "?";
 }
 
-inline std::string summary(const kptResultsDataExtractor& extractor) {
+// For an extractor or a kptFileExtraction taken from one.
+template <class Extraction>
+std::string summary(const Extraction& extractor) {
   static const char* const kinds[] = {"path",    "circle", "rectangle", "corner",
                                       "surface", "angle",  "distance"};
   std::string text;
@@ -185,7 +187,8 @@ inline std::string summary(const kptResultsDataExtractor& extractor) {
 }
 
 // The details of every result, one string each, in order.
-inline std::vector<std::string> details(const kptResultsDataExtractor& extractor) {
+template <class Extraction>
+std::vector<std::string> details(const Extraction& extractor) {
   std::vector<std::string> all;
   itIterator<std::shared_ptr<mtrToolpathResult>> it = extractor.results();
   while (++it) all.push_back(detail(it()));
@@ -194,7 +197,8 @@ inline std::vector<std::string> details(const kptResultsDataExtractor& extractor
 
 // The measured paths are the very probe paths of results(), in the same order, and both counts
 // agree with what the iterators hand out.
-inline void expect_lists_agree(const kptResultsDataExtractor& extractor) {
+template <class Extraction>
+void expect_lists_agree(const Extraction& extractor) {
   std::vector<std::shared_ptr<mtrToolpathResult>> paths_in_results;
   unsigned int results = 0;
   itIterator<std::shared_ptr<mtrToolpathResult>> all = extractor.results();

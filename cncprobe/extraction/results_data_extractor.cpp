@@ -2,9 +2,13 @@
 // and the feature results of macro reports.
 #include "cncprobe/extraction/results_data_extractor.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <thread>
 
+#include "cncprobe/extraction/file_extraction.h"
+#include "cncprobe/extraction/internal/chunked_recognition.h"
 #include "cncprobe/platform/geometry/circle3.h"
 #include "cncprobe/platform/geometry/inf_line3.h"
 #include "cncprobe/platform/geometry/plane.h"
@@ -22,6 +26,12 @@
 #include "cncprobe/resultsfile/results_file_parser.h"
 
 namespace {
+
+// A file is recognised on several threads, when they are asked for, in chunks of this many lines
+// (about half a megabyte of points), and only when it has a few chunks' worth: below that,
+// starting threads costs more than they save.
+constexpr std::size_t kChunkLines = 4096;
+constexpr std::size_t kLinesForThreads = 4 * kChunkLines;
 
 // Appends a count in decimal. Toolpath ids and point numbers are unsigned, so they are written
 // from their own digits rather than through an int, which would turn large ones negative.
@@ -85,9 +95,27 @@ kptResultsExtractionStatus kptResultsDataExtractor::extract_lines(kptResultsFile
                                                                   const kptUnits& units,
                                                                   bool release_passed_lines) {
   clear();
-  {
-    const kptResultsFileParser parser(units, utObserverPtr<kptResultsFileParserCallback>(
-                                                 utObserverPtr<kptResultsDataExtractor>(this)));
+  if (threads_ > 1 && cursor.undefined() && cursor.line_count() >= kLinesForThreads) {
+    // The cursor is this extraction's alone; the lines every thread has passed are given back.
+    kptResultsFileCursor passed_lines = cursor;
+    kptChunkedRecognition::run(cursor, units, *this,
+                               kptChunkedRecognition::even_chunks(cursor.line_count(), kChunkLines),
+                               threads_, [&passed_lines, release_passed_lines](std::size_t line) {
+                                 if (release_passed_lines && passed_lines.step_to(line + 1)) {
+                                   passed_lines.release_passed_lines();
+                                 }
+                               });
+  } else {
+    // The parser depends on nothing of the file but its units: an extractor reused for many
+    // files keeps it, with its matchers' match data, and builds another only for other units.
+    if (!parser_ || parser_units_ != units) {
+      parser_.reset();
+      parser_ = std::make_unique<kptResultsFileParser>(
+          units, utObserverPtr<kptResultsFileParserCallback>(
+                     utObserverPtr<kptResultsDataExtractor>(this)));
+      parser_units_ = units;
+    }
+    const kptResultsFileParser& parser = *parser_;
     // An unknown line is simply passed over; a report leaves the cursor on its last line, and the
     // next step moves past it. A cursor left on no line would wrap round to the first line and
     // read the file forever, so that ends the reading whatever the parser did.
@@ -104,6 +132,10 @@ kptResultsExtractionStatus kptResultsDataExtractor::extract_lines(kptResultsFile
   }
   if (inside_run_) status_ = kptExtractionMissingEnd;
   return status_;
+}
+
+void kptResultsDataExtractor::set_threads(unsigned int threads) noexcept {
+  threads_ = threads != 0 ? threads : std::max(1u, std::thread::hardware_concurrency());
 }
 
 itIterator<std::shared_ptr<mtrProbePath>> kptResultsDataExtractor::measured_paths() const {
@@ -123,6 +155,19 @@ unsigned int kptResultsDataExtractor::number_of_results() const noexcept {
 }
 
 utString kptResultsDataExtractor::resultsfile_name() const { return results_file_name_; }
+
+kptFileExtraction kptResultsDataExtractor::take_extraction(const utString& file_name) {
+  kptFileExtraction outcome;
+  outcome.file_name_ = file_name;
+  outcome.status_ = status_;
+  outcome.input_problem_ = input_problem_;
+  outcome.resultsfile_name_ = results_file_name_;
+  outcome.results_ = std::move(results_);
+  outcome.measured_paths_ = std::move(measured_paths_);
+  results_.clear();
+  measured_paths_.clear();
+  return outcome;
+}
 
 // ---- Run and toolpath context ----
 

@@ -66,6 +66,9 @@ enum kptProbePathPointType : std::int32_t {
   kptMeasuredPoint = 1,
 };
 
+class kptFileExtraction;
+class kptResultsFileParser;
+
 class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback {
  public:
   // An extractor holding no results; status success.
@@ -85,6 +88,14 @@ class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback
   // Extracts from an input already read (standard input, memory); same statuses as extract_data.
   [[nodiscard]] kptResultsExtractionStatus extract_data(
       const kptInputFile& input, const kptUnits& units = kptUnits(kptUnitsMillimetres));
+  // The number of threads an extraction recognises a large file's lines on, the caller's
+  // included: 1 (the default) starts no thread, 0 takes one per core the machine reports. The
+  // results are the same whatever the number; a file of a few thousand lines is read on the
+  // caller's thread alone.
+  void set_threads(unsigned int threads) noexcept;
+  // The number set_threads chose; at least 1.
+  [[nodiscard]] unsigned int threads() const noexcept { return threads_; }
+
   // Why the last extract_data could not read its file; kptInputReadable when it was read (the
   // extraction status alone says kptExtractionNoResults for an unreadable file, as it says for an
   // empty one). A read error in the middle of a file is reported here although the lines before
@@ -106,6 +117,11 @@ class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback
   // The status of the last extraction, as it returned it; while a host's own parser delivers
   // events, the latest problem recorded so far (the end rules are applied only by an extraction).
   [[nodiscard]] kptResultsExtractionStatus status() const noexcept { return status_; }
+
+  // Hands the last extraction over to an outcome that carries `file_name`: its status, input
+  // problem, RESULTSFILE name and results (see cncprobe/extraction/file_extraction.h). The
+  // extractor keeps its status but no results; iterators taken before are then empty.
+  [[nodiscard]] kptFileExtraction take_extraction(const utString& file_name);
 
  protected:
   // Runs an extraction over the lines after the cursor's position (from the first line when it
@@ -188,4 +204,8 @@ class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback
   // "Path <id> (<instance>): Inspection Point " of the newest probe path, built once per path and
   // shared by its points, whose labels it begins.
   utString label_prefix_;
+  // The parser of the last extraction and the units it reads, kept for the next one.
+  std::unique_ptr<kptResultsFileParser> parser_;
+  kptUnits parser_units_;
+  unsigned int threads_ = 1;
 };

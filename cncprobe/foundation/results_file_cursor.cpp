@@ -171,6 +171,11 @@ bool kptResultsFileCursor::operator++() noexcept {
   return index_ != kNone;
 }
 
+bool kptResultsFileCursor::step_to(std::size_t line_number) noexcept {
+  index_ = line_number >= 1 && line_number <= lines_->count() ? line_number - 1 : kNone;
+  return index_ != kNone;
+}
+
 void kptResultsFileCursor::release_passed_lines() noexcept {
 #ifdef CNCPROBE_CAN_RELEASE_PAGES
   if (index_ == kNone) return;
@@ -186,7 +191,8 @@ void kptResultsFileCursor::release_passed_lines() noexcept {
   const std::uintptr_t to = (base + lines.start(index_)) & ~(page - 1);
   if (to < from || to - from < kAtLeast) return;
   // No line below the current one is read again, whatever the system makes of its pages.
-  lines.released_lines = std::max(lines.released_lines, index_);
+  lines.released_lines.store(std::max(lines.released_lines.load(std::memory_order_relaxed), index_),
+                             std::memory_order_relaxed);
   if (give_back(from, to - from)) {
     lines.released_bytes = to - base;
   }
@@ -194,7 +200,7 @@ void kptResultsFileCursor::release_passed_lines() noexcept {
 }
 
 const utString& kptResultsFileCursor::make_line() const noexcept {
-  if (index_ == kNone || index_ < lines_->released_lines) {
+  if (index_ == kNone || index_ < lines_->released_lines.load(std::memory_order_relaxed)) {
     line_ = utString();
   } else {
     const std::size_t begin = lines_->start(index_);

@@ -9,6 +9,7 @@
 //   while (++cursor) parser.parse_next_object(cursor);
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -73,6 +74,10 @@ class CNCPROBE_API kptResultsFileCursor {
   // Nothing happens on the undefined position.
   void release_passed_lines() noexcept;
 
+  // Moves to the line numbered `line_number` (from 1, as line_number() counts); true when there is
+  // such a line, otherwise the cursor is left on the undefined position.
+  bool step_to(std::size_t line_number) noexcept;
+
   // Number of lines kept.
   [[nodiscard]] std::size_t line_count() const noexcept { return lines_->count(); }
   // Position of the current line among the kept lines, counted from 1; 0 when undefined.
@@ -120,8 +125,9 @@ class CNCPROBE_API kptResultsFileCursor {
 
     char* bytes = nullptr;  // from malloc: the block grows and shrinks with realloc
     // Lines below this one were given back (release_passed_lines), and the bytes of the block
-    // below this offset, whole pages, are no longer held.
-    std::size_t released_lines = 0;
+    // below this offset, whole pages, are no longer held. Atomic: a file recognised on several
+    // threads gives lines back on one while the others read further on.
+    std::atomic<std::size_t> released_lines{0};
     std::size_t released_bytes = 0;
     std::size_t size = 0;  // bytes of it in use
     std::size_t capacity = 0;

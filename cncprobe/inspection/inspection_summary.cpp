@@ -47,11 +47,11 @@ void count(kptInspectionSummary& summary, std::size_t result_index, const mtrPro
 
 }  // namespace
 
-kptInspectionSummary kptInspection::summarize(const kptResultsDataExtractor& extractor,
-                                              kptZoneConvention convention) {
+namespace {
+kptInspectionSummary summarize_results(itIterator<std::shared_ptr<mtrToolpathResult>> it,
+                                       kptZoneConvention convention) {
   kptInspectionSummary summary;
   summary.convention = convention;
-  itIterator<std::shared_ptr<mtrToolpathResult>> it = extractor.results();
   for (std::size_t index = 0; ++it; ++index) {
     const std::shared_ptr<mtrToolpathResult> result = it();
     if (!result) continue;
@@ -62,4 +62,15 @@ kptInspectionSummary kptInspection::summarize(const kptResultsDataExtractor& ext
     }
   }
   return summary;
+}
+}  // namespace
+
+kptInspectionSummary kptInspection::summarize(const kptResultsDataExtractor& extractor,
+                                              kptZoneConvention convention) {
+  return summarize_results(extractor.results(), convention);
+}
+
+kptInspectionSummary kptInspection::summarize(const kptFileExtraction& extraction,
+                                              kptZoneConvention convention) {
+  return summarize_results(extraction.results(), convention);
 }

@@ -12,6 +12,7 @@
 #include <optional>
 
 #include "cncprobe/export.h"
+#include "cncprobe/extraction/file_extraction.h"
 #include "cncprobe/extraction/results_data_extractor.h"
 #include "cncprobe/inspection/feature_check.h"
 #include "cncprobe/inspection/point_check.h"
@@ -61,5 +62,8 @@ class CNCPROBE_API kptInspection {
  public:
   // Judges every result the extractor holds, reading true positions by `convention`.
   static kptInspectionSummary summarize(const kptResultsDataExtractor& extractor,
+                                        kptZoneConvention convention = kptZoneDiametral);
+  // The same for the results of one file of a batch (or one taken from an extractor).
+  static kptInspectionSummary summarize(const kptFileExtraction& extraction,
                                         kptZoneConvention convention = kptZoneDiametral);
 };

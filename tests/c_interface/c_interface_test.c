@@ -697,6 +697,48 @@ static void test_series_statistics(void) {
               CNCPROBE_ERROR_INVALID_ARGUMENT);
 }
 
+/* Several files in one call, on one and on three threads: each slot holds what the file gives
+ * alone, a file that cannot be read its error and no run, in the order of the list. */
+static void test_many_files(void) {
+  char generated[4096], inches[4096];
+  const char* paths[4];
+  cncprobe_extraction* runs[4];
+  cncprobe_error errors[4];
+  uint32_t threads;
+  size_t i;
+  snprintf(generated, sizeof generated, "%s", path_of("generated/cosmetic_freedoms.res"));
+  snprintf(inches, sizeof inches, "%s", path_of("extraction/inch_points.res"));
+  paths[0] = generated;
+  paths[1] = data_dir; /* a directory */
+  paths[2] = inches;
+  paths[3] = generated;
+  for (threads = 1; threads <= 3; threads += 2) {
+    CHECK_ERROR(cncprobe_extract_files(paths, 4, CNCPROBE_UNITS_MM, 0, threads, runs, errors),
+                CNCPROBE_OK);
+    CHECK(errors[1] == CNCPROBE_ERROR_FILE_IS_DIRECTORY && runs[1] == NULL);
+    for (i = 0; i < 4; ++i) {
+      cncprobe_extraction* alone = NULL;
+      int32_t status = -1, status_alone = -2;
+      size_t points = 0, points_alone = 1;
+      if (i == 1) continue;
+      CHECK_ERROR(errors[i], CNCPROBE_OK);
+      CHECK_ERROR(cncprobe_extract_file(paths[i], CNCPROBE_UNITS_MM, 0, &alone), CNCPROBE_OK);
+      CHECK_ERROR(cncprobe_extraction_status(runs[i], &status), CNCPROBE_OK);
+      CHECK_ERROR(cncprobe_extraction_status(alone, &status_alone), CNCPROBE_OK);
+      CHECK_ERROR(cncprobe_extraction_point_count(runs[i], &points), CNCPROBE_OK);
+      CHECK_ERROR(cncprobe_extraction_point_count(alone, &points_alone), CNCPROBE_OK);
+      CHECK(status == status_alone && points == points_alone && points > 0);
+      cncprobe_extraction_free(&alone);
+      cncprobe_extraction_free(&runs[i]);
+    }
+  }
+  paths[1] = NULL;
+  CHECK_ERROR(cncprobe_extract_files(paths, 4, CNCPROBE_UNITS_MM, 0, 2, runs, errors),
+              CNCPROBE_ERROR_INVALID_ARGUMENT);
+  CHECK(runs[0] == NULL && runs[3] == NULL);
+  CHECK_ERROR(cncprobe_extract_files(NULL, 0, CNCPROBE_UNITS_MM, 0, 1, NULL, NULL), CNCPROBE_OK);
+}
+
 int main(int argc, char** argv) {
   static const struct {
     const char* name;
@@ -714,6 +756,7 @@ int main(int argc, char** argv) {
       {"references", test_references},
       {"settings", test_settings},
       {"series statistics", test_series_statistics},
+      {"many files", test_many_files},
   };
   int passed = 0, failed = 0;
   size_t i;

@@ -1,16 +1,38 @@
-// reMatcher on PCRE2 with JIT; match data and JIT stack are per matcher and reused.
+// reMatcher on PCRE2 with JIT. The compiled (and JIT-compiled) code of a pattern is built once per
+// process and shared read-only by every matcher of that pattern; match data and match context are
+// per matcher, the JIT stack per thread, all reused.
 #include "cncprobe/platform/text/internal/matcher.h"
 
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>
 
 #include <climits>
+#include <map>
+#include <mutex>
+#include <string>
+#include <tuple>
 
 namespace {
 // The JIT starts with a small stack and may grow it to this size; ordinary long lines stay far
 // below it, and a pathological one ends as "no match" instead of exhausting the machine stack.
 constexpr PCRE2_SIZE kJitStackStart = 32 * 1024;
 constexpr PCRE2_SIZE kJitStackMax = 1024 * 1024;
+
+// The JIT stack of the calling thread, made on its first JIT match and freed when the thread
+// ends. A JIT match needs its stack only while it runs, and a thread runs one match at a time, so
+// every matcher of a thread shares one: the thousands of parsers a batch of small files builds
+// reserve no stack each, and no match runs on the JIT's small default stack, which would cost a
+// probe of every page of it on every call. Null when it cannot be made: the JIT then uses its own.
+pcre2_jit_stack* thread_jit_stack(void* /*unused*/) {
+  struct Holder {
+    pcre2_jit_stack* stack = pcre2_jit_stack_create(kJitStackStart, kJitStackMax, nullptr);
+    ~Holder() {
+      if (stack) pcre2_jit_stack_free(stack);
+    }
+  };
+  thread_local Holder holder;
+  return holder.stack;
+}
 
 uint32_t to_pcre2_options(int options) {
   uint32_t result = 0;
@@ -21,13 +43,116 @@ uint32_t to_pcre2_options(int options) {
   if (options & reMatcher::kAnchored) result |= PCRE2_ANCHORED;
   return result;
 }
+
+std::string error_message(int error_code) {
+  PCRE2_UCHAR message[256];
+  pcre2_get_error_message(error_code, message, sizeof message);
+  return std::string(reinterpret_cast<const char*>(message));
+}
+}  // namespace
+
+// One pattern compiled with one set of options, and possibly JIT-compiled. Never changed once it
+// has been handed out, so any number of matchers on any threads match with it at once (PCRE2
+// reads compiled code only; each match writes to the caller's match data alone).
+struct reCompiledPattern {
+  pcre2_code* code = nullptr;
+  bool jit = false;
+  std::string error;  // why compiling or JIT-compiling failed
+  PCRE2_SIZE error_offset = 0;
+  ~reCompiledPattern() {
+    if (code) pcre2_code_free(code);
+  }
+};
+
+namespace {
+// Compiles a pattern; with `jit`, also JIT-compiles it before anyone else can see it.
+std::shared_ptr<const reCompiledPattern> build_pattern(const std::string& pattern, uint32_t options,
+                                                       bool jit) {
+  auto compiled = std::make_shared<reCompiledPattern>();
+  int error_code = 0;
+  // Only a line feed is a newline, whatever default the library was built with: "." then takes
+  // every other byte (a carriage return, a NUL, 0x85) and "$" is the end of the line, so the
+  // value tails of the parsers capture the same text in their plain and their linear forms.
+  pcre2_compile_context* context = pcre2_compile_context_create(nullptr);
+  if (context) pcre2_set_newline(context, PCRE2_NEWLINE_LF);
+  // "." is any byte, a line feed included, and "$" is the end of the subject alone: a host may
+  // build a cursor from lines of its own, and those lines are matched as the file's would be.
+  const uint32_t always = PCRE2_DOTALL | PCRE2_DOLLAR_ENDONLY;
+  compiled->code = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern.data()), pattern.size(),
+                                 options | always, &error_code, &compiled->error_offset, context);
+  if (context) pcre2_compile_context_free(context);
+  if (!compiled->code) {
+    compiled->error = error_message(error_code);
+    return compiled;
+  }
+  if (jit) {
+    const int rc = pcre2_jit_compile(compiled->code, PCRE2_JIT_COMPLETE);
+    // Without the JIT, matching falls back to the interpreter with the same outcomes.
+    compiled->jit = rc == 0;
+    if (rc != 0) compiled->error = error_message(rc);
+  }
+  return compiled;
+}
+
+// A JIT-compiled copy of compiled code: the same pattern without compiling it again.
+std::shared_ptr<const reCompiledPattern> jit_compiled_copy(const reCompiledPattern& plain) {
+  auto compiled = std::make_shared<reCompiledPattern>();
+  compiled->code = pcre2_code_copy(plain.code);
+  if (!compiled->code) return nullptr;
+  const int rc = pcre2_jit_compile(compiled->code, PCRE2_JIT_COMPLETE);
+  compiled->jit = rc == 0;
+  if (rc != 0) compiled->error = error_message(rc);
+  return compiled;
+}
+
+// The process's compiled patterns, keyed by pattern text, options and whether JIT-compiled. A
+// parser is built for every file a host extracts, and compiling its twenty-nine patterns costs
+// several times what reading a small file does; with the cache each is compiled once. The plain
+// and the JIT-compiled code are separate entries, because JIT-compiling code in place would
+// change it under a matcher that is interpreting it on another thread.
+class PatternCache {
+ public:
+  std::shared_ptr<const reCompiledPattern> get(const utString& pattern, uint32_t options,
+                                               bool jit) {
+    std::string text = pattern.valid() ? pattern.str() : std::string();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    auto key = std::make_tuple(std::move(text), options, jit);
+    const auto found = entries_.find(key);
+    if (found != entries_.end()) return found->second;
+    std::shared_ptr<const reCompiledPattern> compiled;
+    if (jit) {
+      // The JIT works on a copy of the plain code, which matchers may be interpreting right now.
+      const auto plain = entries_.find(std::make_tuple(std::get<0>(key), options, false));
+      if (plain != entries_.end()) compiled = jit_compiled_copy(*plain->second);
+    }
+    if (!compiled) compiled = build_pattern(std::get<0>(key), options, jit);
+    // The library's own patterns number a few dozen; a host compiling patterns of its own
+    // without end gets them compiled privately instead of growing the cache.
+    if (compiled->code && entries_.size() < kMaxEntries) entries_.emplace(std::move(key), compiled);
+    return compiled;
+  }
+
+ private:
+  static constexpr std::size_t kMaxEntries = 512;
+  std::mutex mutex_;
+  std::map<std::tuple<std::string, uint32_t, bool>, std::shared_ptr<const reCompiledPattern>>
+      entries_;
+};
+
+PatternCache& pattern_cache() {
+  // Matchers hold their entries through shared pointers, so the code outlives the cache.
+  static PatternCache cache;
+  return cache;
+}
 }  // namespace
 
 struct reMatcher::Impl {
-  pcre2_code* code = nullptr;
+  // The shared compiled code this matcher matches with; null until compile() succeeds.
+  std::shared_ptr<const reCompiledPattern> compiled;
+  pcre2_code* code = nullptr;  // compiled->code, read on every match
+  int options = 0;
   pcre2_match_data* match_data = nullptr;
   pcre2_match_context* match_context = nullptr;
-  pcre2_jit_stack* jit_stack = nullptr;
   // The bytes of the last successful match's subject, the caller's: its groups point into them.
   const char* subject = nullptr;
   // The group offsets of the match data and their number of pairs, taken once when the match
@@ -39,14 +164,13 @@ struct reMatcher::Impl {
 
   ~Impl() { reset(); }
   void reset() {
-    if (jit_stack) pcre2_jit_stack_free(jit_stack);
     if (match_context) pcre2_match_context_free(match_context);
     if (match_data) pcre2_match_data_free(match_data);
-    if (code) pcre2_code_free(code);
-    jit_stack = nullptr;
     match_context = nullptr;
     match_data = nullptr;
     code = nullptr;
+    options = 0;
+    compiled.reset();
     subject = nullptr;
     ovector = nullptr;
     pairs = 0;
@@ -62,28 +186,16 @@ reMatcher::~reMatcher() = default;
 
 int reMatcher::compile(int options, utString& error_text, int& error_offset) {
   impl_->reset();
-  int error_code = 0;
-  PCRE2_SIZE offset = 0;
-  const auto* text = reinterpret_cast<PCRE2_SPTR>(pattern_.valid() ? pattern_.c_str() : "");
-  // Only a line feed is a newline, whatever default the library was built with: "." then takes
-  // every other byte (a carriage return, a NUL, 0x85) and "$" is the end of the line, so the
-  // value tails of the parsers capture the same text in their plain and their linear forms.
-  pcre2_compile_context* context = pcre2_compile_context_create(nullptr);
-  if (context) pcre2_set_newline(context, PCRE2_NEWLINE_LF);
-  // "." is any byte, a line feed included, and "$" is the end of the subject alone: a host may
-  // build a cursor from lines of its own, and those lines are matched as the file's would be.
-  const uint32_t always = PCRE2_DOTALL | PCRE2_DOLLAR_ENDONLY;
-  impl_->code = pcre2_compile(text, pattern_.length(), to_pcre2_options(options) | always,
-                              &error_code, &offset, context);
-  if (context) pcre2_compile_context_free(context);
-  if (!impl_->code) {
-    PCRE2_UCHAR message[256];
-    pcre2_get_error_message(error_code, message, sizeof message);
-    error_text = utString(reinterpret_cast<const char*>(message));
+  const uint32_t pcre2_options = to_pcre2_options(options);
+  std::shared_ptr<const reCompiledPattern> compiled =
+      pattern_cache().get(pattern_, pcre2_options, false);
+  if (!compiled->code) {
+    error_text = utString(compiled->error.c_str());
+    const PCRE2_SIZE offset = compiled->error_offset;
     error_offset = offset > static_cast<PCRE2_SIZE>(INT_MAX) ? INT_MAX : static_cast<int>(offset);
     return 0;
   }
-  impl_->match_data = pcre2_match_data_create_from_pattern(impl_->code, nullptr);
+  impl_->match_data = pcre2_match_data_create_from_pattern(compiled->code, nullptr);
   impl_->match_context = pcre2_match_context_create(nullptr);
   if (!impl_->match_data || !impl_->match_context) {
     impl_->reset();
@@ -91,6 +203,9 @@ int reMatcher::compile(int options, utString& error_text, int& error_offset) {
     error_offset = 0;
     return 0;
   }
+  impl_->code = compiled->code;
+  impl_->compiled = std::move(compiled);
+  impl_->options = static_cast<int>(pcre2_options);
   impl_->ovector = pcre2_get_ovector_pointer(impl_->match_data);
   impl_->pairs = pcre2_get_ovector_count(impl_->match_data);
   error_offset = 0;
@@ -102,20 +217,19 @@ int reMatcher::study(utString& error_text, int /*options*/) {
     error_text = utString("pattern not compiled");
     return 0;
   }
-  const int rc = pcre2_jit_compile(impl_->code, PCRE2_JIT_COMPLETE);
-  if (rc != 0) {
-    PCRE2_UCHAR message[256];
-    pcre2_get_error_message(rc, message, sizeof message);
-    error_text = utString(reinterpret_cast<const char*>(message));
-    return 0;  // matching falls back to the interpreter
+  if (impl_->jit) return 1;
+  // The JIT-compiled code of the same pattern and options: the same groups, so the match data
+  // made for the plain code serves it as it is.
+  std::shared_ptr<const reCompiledPattern> compiled =
+      pattern_cache().get(pattern_, static_cast<uint32_t>(impl_->options), true);
+  if (!compiled->jit) {
+    error_text = utString(compiled->error.c_str());
+    return 0;  // matching goes on with the interpreter
   }
+  pcre2_jit_stack_assign(impl_->match_context, thread_jit_stack, nullptr);
+  impl_->code = compiled->code;
+  impl_->compiled = std::move(compiled);
   impl_->jit = true;
-  if (!impl_->jit_stack) {
-    impl_->jit_stack = pcre2_jit_stack_create(kJitStackStart, kJitStackMax, nullptr);
-    if (impl_->jit_stack) {
-      pcre2_jit_stack_assign(impl_->match_context, nullptr, impl_->jit_stack);
-    }
-  }
   return 1;
 }
 

@@ -14,7 +14,13 @@
 // thread at a time. It does not copy the subject: the group texts (get_substring, group_view) are
 // read from the caller's string, so they are good only while that string lives unchanged; match a
 // named string, not a temporary, and take the groups before the string is changed or released.
-// Matching allocates nothing: the match data and the JIT stack are made once per matcher.
+// Matching allocates nothing: the match data is made once per matcher, the JIT stack once per
+// thread.
+//
+// The compiled code is the process's: every matcher of the same pattern and options shares one
+// compiled and one JIT-compiled copy, made by the first compile() or study() and never changed
+// afterwards, so matchers on separate threads share nothing they write. Building a matcher again
+// costs its match data, not a compilation.
 #pragma once
 
 #include <memory>

@@ -134,3 +134,46 @@ TEST(Matcher, LinearTimePatternFormsAgreeWithThePlainForms) {
     }
   }
 }
+
+// Matchers of one pattern share its compiled code but not their matches: each keeps the groups of
+// its own last match, whatever the others matched since, and a matcher that was never studied
+// matches like one that was.
+TEST(Matcher, MatchersOfOnePatternKeepTheirOwnMatches) {
+  const auto studied = compiled(kToolpath);
+  const auto other = compiled(kToolpath);
+  reMatcher interpreted{utString(kToolpath)};
+  utString error;
+  int offset = 0;
+  ASSERT_NE(interpreted.compile(16, error, offset), 0);
+  const utString first("TOOLPATHID 12.0003");
+  const utString second("TOOLPATHID 7");
+  const utString neither("TOOLPATHID x");
+  ASSERT_EQ(studied->match(first, 0), 2);
+  ASSERT_EQ(other->match(second, 0), 2);
+  EXPECT_EQ(interpreted.match(neither, 0), -1);
+  EXPECT_EQ(studied->group_view(1), "12.0003");
+  EXPECT_EQ(other->group_view(1), "7");
+  EXPECT_EQ(interpreted.match(first, 0), 2);
+  EXPECT_EQ(interpreted.group_view(1), "12.0003");
+  // Other options are other code: unanchored, the same pattern less its "^" finds a later match.
+  reMatcher anchored{utString("b")};
+  reMatcher floating{utString("b")};
+  ASSERT_NE(anchored.compile(16, error, offset), 0);
+  ASSERT_NE(floating.compile(0, error, offset), 0);
+  EXPECT_EQ(anchored.match(utString("ab"), 0), -1);
+  EXPECT_EQ(floating.match(utString("ab"), 0), 1);
+}
+
+// A long line that takes more stack than the JIT's small default still matches (the thread's JIT
+// stack grows for it), and again; one beyond even that stack is no match, never a crash.
+TEST(Matcher, LongLinesBeyondTheSmallStack) {
+  const auto m = compiled(R"(^(?:(a)|b)*c)");
+  std::string line;
+  for (int i = 0; i < 5000; ++i) line += "ab";
+  const utString subject((line + "c").c_str());
+  EXPECT_EQ(m->match(subject, 0), 2);
+  EXPECT_EQ(m->match(subject, 0), 2) << "again, with the stack made the first time";
+  std::string huge;
+  for (int i = 0; i < 200000; ++i) huge += "ab";
+  EXPECT_LT(m->match(utString((huge + "c").c_str()), 0), 0);
+}
