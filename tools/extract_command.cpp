@@ -50,8 +50,8 @@ bool load_settings(const std::string& file, kptInspectionSettings& settings) {
 
 // One file read by an extractor that is used again for the next file. Everything the library
 // reads for a file happens here, so a batch reading of many files can take its place.
-kptResultsExtractionStatus extract_file(kptResultsDataExtractor& extractor,
-                                        const std::string& file, kptUnitsType units) {
+kptResultsExtractionStatus extract_file(kptResultsDataExtractor& extractor, const std::string& file,
+                                        kptUnitsType units) {
   const kptUnits read_in(units);
   return file == kStandardInput ? extractor.extract_data(kptInputFile::read(std::cin), read_in)
                                 : extractor.extract_data(utString(std::string_view(file)), read_in);
@@ -132,7 +132,8 @@ int run_many_files(const ExtractOptions& options, Rendering rendering, Output& o
     Output file_out(text);
     codes[i] = render_file(rendering, files[i], *extractor, status, file_out);
     file_out.flush();
-    if (codes[i] == kExitUnreadable) problems[i] = kpt_input_problem_text(extractor->input_problem());
+    if (codes[i] == kExitUnreadable)
+      problems[i] = kpt_input_problem_text(extractor->input_problem());
   };
   int code = kExitSuccess;
   const TakeItem take = [&](std::size_t i, std::string& text) {

@@ -124,7 +124,8 @@ void JsonWriter::open(char bracket, bool single_line) {
   out_.write(bracket);
   // Inside a single-line container everything stays on that line; a document on one line is one
   // single-line container.
-  const bool inherited = frames_.empty() ? layout_ == JsonLayout::kLine : frames_.back().single_line;
+  const bool inherited =
+      frames_.empty() ? layout_ == JsonLayout::kLine : frames_.back().single_line;
   frames_.push_back(Frame{single_line || inherited, true});
 }
 
