@@ -32,9 +32,9 @@ def single(folder):
     return counts
 
 
-def check(folder, points, checks, summary):
+def check(folder, points, checks, summary, partitions):
     expected = single(folder)
-    assert points.npartitions == checks.npartitions == len(expected)
+    assert points.npartitions == checks.npartitions == summary.npartitions == partitions
     p, c, s = points.compute(), checks.compute(), summary.compute()
     assert p.groupby("file").size().reindex(list(expected), fill_value=0).tolist() == [
         n for n, _ in expected.values()]
@@ -53,7 +53,7 @@ def check(folder, points, checks, summary):
 def test_local_scheduler_by_default(folder):
     pattern = str(folder / "*.res")
     check(folder, cncprobe.dask.read_points(pattern), cncprobe.dask.read_checks(pattern),
-          cncprobe.dask.read_summary(pattern))
+          cncprobe.dask.read_summary(pattern), 1)
 
 
 def test_two_worker_processes_on_the_loopback(folder):
@@ -64,8 +64,9 @@ def test_two_worker_processes_on_the_loopback(folder):
             distributed.Client(cluster) as client:
         assert len(client.scheduler_info()["workers"]) == 2
         files = sorted(str(p) for p in folder.glob("*.res"))  # a list works as a glob does
-        check(folder, cncprobe.dask.read_points(files), cncprobe.dask.read_checks(files),
-              cncprobe.dask.read_summary(files))
+        check(folder, cncprobe.dask.read_points(files, files_per_partition=3),
+              cncprobe.dask.read_checks(files, files_per_partition=3),
+              cncprobe.dask.read_summary(files, files_per_partition=3), 3)
         # The work ran in the workers' processes, not in this one.
         pids = client.run(os.getpid)
         assert len(pids) == 2 and os.getpid() not in pids.values()
