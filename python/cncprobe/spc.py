@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+import os
+
 import numpy as np
 
 #: The columns that name one feature quantity across runs.
@@ -12,8 +14,9 @@ def spc(checks):
     """Per feature quantity across runs: n, mean, std (n - 1), min, max, Cp and Cpk.
 
     ``checks`` is a feature-checks DataFrame of many runs: the second frame of
-    ``Extraction.to_pandas()`` of each run concatenated, or ``cncprobe.dask.read_checks(...)``
-    (a Dask DataFrame is computed first). Rows are grouped by kind, toolpath, instance,
+    ``Extraction.to_pandas()`` of each run concatenated, ``cncprobe.read_frames(runs)[1]``, or
+    ``cncprobe.dask.read_checks(...)`` (a Dask DataFrame is computed first); or the runs' files
+    themselves (a list, or a glob pattern), read together with ``cncprobe.read_frames``. Rows are grouped by kind, toolpath, instance,
     component, feature, name and quantity.
 
     The statistics are of the actual value, or of the deviation for a quantity that has none
@@ -28,6 +31,11 @@ def spc(checks):
     """
     import pandas as pd
 
+    if isinstance(checks, (str, os.PathLike, list, tuple)):  # the runs' files, read together
+        from ._model import read_frames
+        from .dask import expand
+
+        checks = read_frames(expand(checks), labels=False)[1]
     if hasattr(checks, "compute") and not isinstance(checks, pd.DataFrame):
         checks = checks.compute()
     frame = checks.copy()

@@ -62,6 +62,8 @@ def test_runs_of_real_files_group_by_feature(tmp_path):
     table = cncprobe.spc(pd.concat(frames, ignore_index=True))
     assert len(table) == 16 and set(table["n"]) == {3}
     assert set(table["std"]) == {0.0}  # the same run three times: no spread
+    from_files = cncprobe.spc([ROOT / "examples" / "bracket_mm.txt"] * 3)
+    pd.testing.assert_frame_equal(from_files, table)
 
 
 def test_limits_are_the_librarys_verdict_limits():
