@@ -133,7 +133,8 @@ TEST(ExtractMany, UsageErrors) {
   for (const std::vector<std::string>& args :
        {std::vector<std::string>{"extract", example("bracket_mm.txt"), "--threads", "0"},
         std::vector<std::string>{"extract", example("bracket_mm.txt"), "--format", "lines"},
-        std::vector<std::string>{"refs", example("bracket_mm.txt"), "--format", "jsonl"}}) {
+        std::vector<std::string>{"refs", example("bracket_mm.txt"), "--format", "jsonl"},
+        std::vector<std::string>{"extract", "-", example("bracket_mm.txt"), "-"}}) {
     const ToolRun run = run_tool(args);
     EXPECT_EQ(run.exit_code, 2) << args.back();
     EXPECT_EQ(run.out, "");

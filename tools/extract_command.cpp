@@ -150,6 +150,10 @@ int run_many_files(const ExtractOptions& options, Rendering rendering, Output& o
 }
 
 int run_extract(const ExtractOptions& options, Output& out) {
+  if (std::count(options.files.begin(), options.files.end(), kStandardInput) > 1) {
+    error_line("standard input (-) can be named only once");
+    return kExitUsage;
+  }
   kptInspectionSettings settings;
   const bool settings_ok = load_settings(options.settings_file, settings);
   const Rendering rendering{
@@ -166,7 +170,7 @@ int run_extract(const ExtractOptions& options, Output& out) {
 void add_extract_command(CLI::App& app, CommandSet& commands) {
   auto options = std::make_shared<ExtractOptions>();
   CLI::App* extract = app.add_subcommand(
-      "extract", "Print every probe path and feature of a results file, and their verdicts");
+      "extract", "Print every probe path and feature of results files, and their verdicts");
   extract->add_option("FILE", options->files, "The results files, - for standard input")
       ->required();
   add_units_option(*extract, options->units, "The units the file was written in (default mm)");
