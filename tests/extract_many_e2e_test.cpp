@@ -112,7 +112,7 @@ TEST(ExtractMany, ExitCodeIsTheWorstOfTheFiles) {
   } cases[] = {
       {{ok, ok}, 0},
       {{ok, problem, ok}, 1},
-      {{missing, ok}, 3},
+      {{missing, ok, problem}, 3},
       {{problem, missing, problem}, 3},
       {{ok, problem, missing}, 3},
   };
@@ -125,6 +125,14 @@ TEST(ExtractMany, ExitCodeIsTheWorstOfTheFiles) {
       const std::size_t unreadable =
           static_cast<std::size_t>(std::count(c.files.begin(), c.files.end(), missing));
       EXPECT_EQ(lines_of(run.err).size(), unreadable) << run.err;
+      if (std::string(format) == "text") {  // the readable files' texts, a blank line between
+        std::string texts;
+        for (const std::string& file : c.files) {
+          if (file == missing) continue;
+          texts += (texts.empty() ? "" : "\n") + run_tool({"extract", file}).out;
+        }
+        EXPECT_EQ(run.out, texts);
+      }
     }
   }
 }

@@ -1,4 +1,4 @@
-# The threads test: separate readers on separate threads at once. Part of every test build, and
+# The threads test: separate readers on separate threads at once, and the tool's ordered work. Part of every test build, and
 # the only test of the ThreadSanitizer build (preset tsan, CNCPROBE_TSAN=ON), which builds just
 # it and the library objects it links.
 enable_testing()
@@ -10,7 +10,10 @@ foreach(component IN ITEMS platform foundation events macrooutput resultsfile ex
     list(APPEND threads_objects $<TARGET_OBJECTS:cncprobe_${component}>)
   endif()
 endforeach()
-add_executable(threads_test ${PROJECT_SOURCE_DIR}/tests/threads_test.cpp ${threads_objects})
+# The tool's work spread over threads and delivered in order runs here too, under the sanitizer.
+add_executable(threads_test ${PROJECT_SOURCE_DIR}/tests/threads_test.cpp
+  ${PROJECT_SOURCE_DIR}/tools/ordered_work.cpp ${PROJECT_SOURCE_DIR}/tools/ordered_work_test.cpp
+  ${threads_objects})
 target_include_directories(threads_test PRIVATE ${PROJECT_SOURCE_DIR})
 target_compile_definitions(threads_test PRIVATE CNCPROBE_STATIC
   CNCPROBE_TEST_DATA_DIR="${PROJECT_SOURCE_DIR}/tests/data"

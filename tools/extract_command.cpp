@@ -113,38 +113,59 @@ int run_one_file(const ExtractOptions& options, const Rendering& rendering, Outp
   return render_file(rendering, file, extractor, status, out);
 }
 
-// Several files: each made on a worker thread with the worker's own extractor, printed in the
-// order named. A file that cannot be read is reported and the others go on.
+// Several files, printed in the order named. On one thread each file is printed straight to the
+// output as it is read; on several, each worker reads with its own extractor and makes the file's
+// output in memory, which is printed in its turn. A file that cannot be read is reported and the
+// others go on.
 int run_many_files(const ExtractOptions& options, Rendering rendering, Output& out) {
   const std::vector<std::string>& files = options.files;
-  const std::size_t threads = options.threads > 0 ? options.threads : default_thread_count();
-  std::vector<std::unique_ptr<kptResultsDataExtractor>> extractors(std::min(threads, files.size()));
-  // Per file: its exit code, and why it could not be read (empty when it was).
-  std::vector<int> codes(files.size(), kExitSuccess);
-  std::vector<std::string> problems(files.size());
+  const std::size_t threads =
+      std::min(files.size(), options.threads > 0 ? options.threads : default_thread_count());
   if (options.format == Format::kJson) rendering.layout = JsonLayout::kArrayElement;
   if (options.format == Format::kJsonLines) rendering.layout = JsonLayout::kLine;
 
-  const MakeItem make = [&](std::size_t worker, std::size_t i, std::string& text) {
-    std::unique_ptr<kptResultsDataExtractor>& extractor = extractors[worker];
-    if (!extractor) extractor = std::make_unique<kptResultsDataExtractor>();
-    const kptResultsExtractionStatus status = extract_file(*extractor, files[i], options.units);
-    Output file_out(text);
-    codes[i] = render_file(rendering, files[i], *extractor, status, file_out);
-    file_out.flush();
-    if (codes[i] == kExitUnreadable)
-      problems[i] = kpt_input_problem_text(extractor->input_problem());
-  };
   int code = kExitSuccess;
-  const TakeItem take = [&](std::size_t i, std::string& text) {
+  bool printed = false;
+  // What goes before a file's output: the array's separator, or a blank line between texts.
+  const auto separate = [&](std::size_t i, bool has_output) {
     if (options.format == Format::kJson) out.write(i == 0 ? "[\n  " : ",\n  ");
-    // Text: a blank line between files.
-    if (options.format == Format::kText && i > 0 && !text.empty()) out.write('\n');
-    out.write(text);
-    if (!problems[i].empty()) error_line(files[i] + ": " + problems[i]);
-    code = worse(code, codes[i]);
+    if (options.format == Format::kText && has_output && printed) out.write('\n');
+    printed = printed || has_output;
   };
-  run_in_order(files.size(), threads, make, take);
+  // What comes after: the error line of an unreadable file, and the exit code so far.
+  const auto close = [&](std::size_t i, int file_code, kptInputProblem problem) {
+    if (file_code == kExitUnreadable) error_line(files[i] + ": " + kpt_input_problem_text(problem));
+    code = worse(code, file_code);
+  };
+
+  if (threads <= 1) {
+    kptResultsDataExtractor extractor;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+      const kptResultsExtractionStatus status = extract_file(extractor, files[i], options.units);
+      separate(i, options.format != Format::kText || extractor.input_problem() == kptInputReadable);
+      close(i, render_file(rendering, files[i], extractor, status, out), extractor.input_problem());
+    }
+  } else {
+    std::vector<std::unique_ptr<kptResultsDataExtractor>> extractors(threads);
+    // Per file, kept from its worker for its turn: its exit code and its extractor's problem.
+    std::vector<int> codes(files.size(), kExitSuccess);
+    std::vector<kptInputProblem> problems(files.size(), kptInputReadable);
+    const MakeItem make = [&](std::size_t worker, std::size_t i, std::string& text) {
+      std::unique_ptr<kptResultsDataExtractor>& extractor = extractors[worker];
+      if (!extractor) extractor = std::make_unique<kptResultsDataExtractor>();
+      const kptResultsExtractionStatus status = extract_file(*extractor, files[i], options.units);
+      Output file_out(text);
+      codes[i] = render_file(rendering, files[i], *extractor, status, file_out);
+      file_out.flush();
+      problems[i] = extractor->input_problem();
+    };
+    const TakeItem take = [&](std::size_t i, std::string& text) {
+      separate(i, !text.empty());
+      out.write(text);
+      close(i, codes[i], problems[i]);
+    };
+    run_in_order(files.size(), threads, make, take);
+  }
   if (options.format == Format::kJson) out.write("\n]\n");
   return code;
 }
