@@ -167,7 +167,7 @@ def dask_benchmark(folder, repeats):
     walls = {}
     for workers in (1, 2):
         with distributed.LocalCluster(n_workers=workers, threads_per_worker=1, processes=True,
-                                      host="127.0.0.1", dashboard_address=None) as cluster, \
+                                      host="127.0.0.1", dashboard_address=":0") as cluster, \
                 distributed.Client(cluster):
             points()  # the workers import the package once
             walls[workers], cpu = best_of(repeats, points)
