@@ -452,6 +452,14 @@ def _thread_count(threads: Optional[int]) -> int:
     return threads
 
 
+def _names_of_files(paths) -> list:
+    """The name arguments of every file of a list (a single name is refused: its letters would be
+    taken for files)."""
+    if isinstance(paths, (str, bytes, os.PathLike)):
+        raise TypeError("expected a list of files, not one file name (extract reads one file)")
+    return [_name_arguments(p) for p in paths]
+
+
 def _errors_mode(errors: str, allowed: tuple) -> str:
     if errors not in allowed:
         raise ValueError(f"errors must be one of {', '.join(map(repr, allowed))}, not {errors!r}")
@@ -469,7 +477,7 @@ def extract_many(paths, units: str = "mm", threads: Optional[int] = None,
     with ``errors="raise"`` (the default); with ``errors="return"`` the ``OSError`` takes that
     file's place in the list instead.
     """
-    pairs = [_name_arguments(p) for p in paths]
+    pairs = _names_of_files(paths)
     units = _units_name(units)
     errors = _errors_mode(errors, ("raise", "return"))
     cores = _cncprobe.extract_many([name for name, _ in pairs], units, _thread_count(threads))
@@ -513,7 +521,7 @@ def read_frames(paths, units: str = "mm", threads: Optional[int] = None, labels:
     """
     import pandas as pd
 
-    pairs = [_name_arguments(p) for p in paths]
+    pairs = _names_of_files(paths)
     units = _units_name(units)
     errors = _errors_mode(errors, ("raise", "skip"))
     d = _cncprobe.read_frames([name for name, _ in pairs], units, _thread_count(threads), 0,

@@ -70,6 +70,9 @@ def test_unreadable_files_in_a_batch(tmp_path):
     for bad in [dict(errors="ignore"), dict(threads=0), dict(threads=True), dict(units="cm")]:
         with pytest.raises(ValueError):
             cncprobe.read_frames([good], **bad)
+    for read in (cncprobe.extract_many, cncprobe.read_frames):
+        with pytest.raises(TypeError):
+            read(str(good))  # one name, not a list of them
 
 
 def test_no_files():
