@@ -137,6 +137,18 @@ TEST(ExtractMany, ExitCodeIsTheWorstOfTheFiles) {
   }
 }
 
+// Output refused part of the way through (far more than one block): the workers stop, one line.
+TEST(ExtractMany, RefusedOutputEndsTheRunWithExit4) {
+  for (const char* threads : {"1", "2", "7"}) {
+    std::vector<std::string> args = {"extract", "--format", "jsonl", "--threads", threads};
+    args.insert(args.end(), 200, example("bracket_mm.txt"));
+    const ToolRun run = run_tool(args, "/dev/full", 60);
+    EXPECT_FALSE(run.timed_out) << threads;
+    EXPECT_EQ(run.exit_code, 4) << threads;
+    EXPECT_EQ(lines_of(run.err).size(), 1u) << run.err;
+  }
+}
+
 TEST(ExtractMany, UsageErrors) {
   for (const std::vector<std::string>& args :
        {std::vector<std::string>{"extract", example("bracket_mm.txt"), "--threads", "0"},
