@@ -7,8 +7,9 @@
 
 Nothing runs until ``compute()``; then Dask's local scheduler extracts files in threads (the
 extraction releases the GIL), or, when a ``distributed.Client`` is active, the client's cluster
-does. The files are grouped, in the order given, into partitions of about 64 MB of input
-(``partition_bytes``) or of a given number of files (``files_per_partition``); a partition is read
+does. The files are grouped, in the order given, into partitions of about 64 MB of input (less
+for a small input, so that every core has one; ``partition_bytes``) or of a given number of
+files (``files_per_partition``); a partition is read
 with one call of :func:`cncprobe.read_frames`, so thousands of small files make a few frames, not
 thousands. Each frame has a ``file`` column. A file that cannot be read or whose extraction met a
 problem never fails the job: its rows are whatever the library kept (none for an unreadable
@@ -110,21 +111,37 @@ PARTITION_BYTES = 64 * 1024 * 1024
 
 
 def partitions(files: list, files_per_partition: Optional[int] = None,
-               partition_bytes: int = PARTITION_BYTES) -> list:
+               partition_bytes: Optional[int] = None) -> list:
     """The files in groups, in order: ``files_per_partition`` files each when given, otherwise
     consecutive files of at most ``partition_bytes`` together (a larger file alone; a file that
-    cannot be read counts as empty). No group is empty."""
+    cannot be read counts as empty). Without ``partition_bytes``: at most 64 MB, and less when
+    the input is small, so that every core of this machine gets a partition. No group is empty."""
     if files_per_partition is not None:
         if files_per_partition < 1:
             raise ValueError(f"files_per_partition must be positive, not {files_per_partition!r}")
         return [files[i:i + files_per_partition] for i in range(0, len(files), files_per_partition)]
-    groups: list = []
-    size = 0
+    sizes = []
     for file in files:
         try:
-            file_size = os.path.getsize(file)
+            sizes.append(os.path.getsize(file))
         except OSError:
-            file_size = 0
+            sizes.append(0)
+    total = sum(sizes)
+    cores = os.cpu_count() or 1
+    if partition_bytes is None and total < cores * PARTITION_BYTES:
+        # A small input: one group per core, each of about an equal share of the bytes (a file
+        # goes to the share its middle byte falls in).
+        groups = [[] for _ in range(cores)]
+        before = 0
+        for file, file_size in zip(files, sizes):
+            middle = (2 * before + file_size) * cores // max(2 * total, 1)
+            groups[min(cores - 1, middle)].append(file)
+            before += file_size
+        return [group for group in groups if group]
+    partition_bytes = partition_bytes or PARTITION_BYTES
+    groups: list = []
+    size = 0
+    for file, file_size in zip(files, sizes):
         if not groups or size + file_size > partition_bytes:
             groups.append([])
             size = 0
@@ -178,7 +195,7 @@ def _from_files(make, meta: pd.DataFrame, files: list, units: str,
 
 
 def read_points(paths_or_glob: Paths, units: str = "mm", files_per_partition: Optional[int] = None,
-                partition_bytes: int = PARTITION_BYTES):
+                partition_bytes: Optional[int] = None):
     """A Dask DataFrame of every inspection point of the files, one partition per group of files
     (see :func:`partitions`), with a ``file`` column before the columns of
     ``Extraction.points.to_pandas()``."""
@@ -187,7 +204,7 @@ def read_points(paths_or_glob: Paths, units: str = "mm", files_per_partition: Op
 
 
 def read_checks(paths_or_glob: Paths, units: str = "mm", files_per_partition: Optional[int] = None,
-                partition_bytes: int = PARTITION_BYTES):
+                partition_bytes: Optional[int] = None):
     """A Dask DataFrame of every feature check of the files, one partition per group of files
     (see :func:`partitions`), with a ``file`` column before the columns of
     ``Extraction.checks_to_pandas()``."""
@@ -196,7 +213,7 @@ def read_checks(paths_or_glob: Paths, units: str = "mm", files_per_partition: Op
 
 
 def read_summary(paths_or_glob: Paths, units: str = "mm",
-                 files_per_partition: Optional[int] = None, partition_bytes: int = PARTITION_BYTES):
+                 files_per_partition: Optional[int] = None, partition_bytes: Optional[int] = None):
     """A Dask DataFrame of one row per file (partitions as :func:`read_points`): status, status_name
     (``unreadable`` with status -1 when the file could not be read), error, results_file and
     the numbers of probe paths, features, points and measured points. The place to find the

@@ -20,17 +20,18 @@ def summary_frame(file: str, units: str = "mm") -> pd.DataFrame:
     """One row for one file: status, status_name, error, results_file and counts."""
 
 def partitions(files: list[str], files_per_partition: Optional[int] = None,
-               partition_bytes: int = ...) -> list[list[str]]:
-    """The files in groups, in order: so many files each, or about partition_bytes of input."""
+               partition_bytes: Optional[int] = None) -> list[list[str]]:
+    """The files in groups, in order: so many files each, or about partition_bytes of input
+    (default: 64 MB, less when every core would not get one)."""
 
 def read_points(paths_or_glob: Paths, units: str = "mm", files_per_partition: Optional[int] = None,
-                partition_bytes: int = ...) -> Any:
+                partition_bytes: Optional[int] = None) -> Any:
     """A Dask DataFrame of every point of the files, one partition per group of files."""
 
 def read_checks(paths_or_glob: Paths, units: str = "mm", files_per_partition: Optional[int] = None,
-                partition_bytes: int = ...) -> Any:
+                partition_bytes: Optional[int] = None) -> Any:
     """A Dask DataFrame of every feature check of the files, one partition per group of files."""
 
 def read_summary(paths_or_glob: Paths, units: str = "mm",
-                 files_per_partition: Optional[int] = None, partition_bytes: int = ...) -> Any:
+                 files_per_partition: Optional[int] = None, partition_bytes: Optional[int] = None) -> Any:
     """A Dask DataFrame of one row per file: the place to find problem files."""

@@ -53,7 +53,8 @@ def check(folder, points, checks, summary, partitions):
 def test_local_scheduler_by_default(folder):
     pattern = str(folder / "*.res")
     check(folder, cncprobe.dask.read_points(pattern), cncprobe.dask.read_checks(pattern),
-          cncprobe.dask.read_summary(pattern), 1)
+          cncprobe.dask.read_summary(pattern),
+          len(cncprobe.dask.partitions(cncprobe.dask.expand(pattern))))
 
 
 def test_two_worker_processes_on_the_loopback(folder):

@@ -102,6 +102,21 @@ def test_partitions_group_files_in_order(tmp_path, sizes, per_partition, limit, 
     assert groups == [[files[i] for i in group] for group in expected]
 
 
+@pytest.mark.parametrize("sizes, cores, expected", [
+    ([10] * 8, 4, [[0, 1], [2, 3], [4, 5], [6, 7]]),
+    ([1, 1, 1, 30], 2, [[0, 1, 2], [3]]),  # equal shares of the bytes, not of the files
+    ([5, 5], 8, [[0], [1]]),  # no more groups than files
+    ([0, 0, 0], 2, [[0, 1, 2]]),
+])
+def test_a_small_input_gives_every_core_a_partition(tmp_path, monkeypatch, sizes, cores, expected):
+    files = []
+    for i, size in enumerate(sizes):
+        (tmp_path / f"f{i}.res").write_bytes(b"x" * size)
+        files.append(str(tmp_path / f"f{i}.res"))
+    monkeypatch.setattr(os, "cpu_count", lambda: cores)
+    assert cncprobe.dask.partitions(files) == [[files[i] for i in group] for group in expected]
+
+
 def test_dask_frames_are_lazy_with_the_right_metadata(tmp_path):
     for i in range(5):
         (tmp_path / f"run{i}.res").write_bytes(results_file(3 + i, toolpath=i + 1))
@@ -117,4 +132,6 @@ def test_dask_frames_are_lazy_with_the_right_metadata(tmp_path):
     assert os.fspath(files[0]) in points["file"].compute().tolist()
     pd.testing.assert_frame_equal(points.compute().reset_index(drop=True), expected_points)
     pd.testing.assert_frame_equal(checks.compute().reset_index(drop=True), expected_checks)
-    assert cncprobe.dask.read_points(files).npartitions == 1  # far below 64 MB
+    # Far below 64 MB: as many partitions as cores, but no more than files.
+    cores = os.cpu_count() or 1
+    assert cncprobe.dask.read_points(files).npartitions == min(cores, len(files))
