@@ -617,12 +617,12 @@ struct FrameColumns {
     std::int32_t index = 0;
     std::int32_t path_index = 0;
     while (++it) {
-      const std::shared_ptr<mtrToolpathResult> r_ = it();
-      if (!r_) continue;
-      const mtrToolpathResult& res = *r_;
+      const std::shared_ptr<mtrToolpathResult> held = it();
+      if (!held) continue;
+      const mtrToolpathResult& item = *held;
       const std::int32_t inst =
-          res.pattern_instance() ? static_cast<std::int32_t>(*res.pattern_instance()) : -1;
-      if (const auto* p = dynamic_cast<const mtrProbePath*>(&res)) {
+          item.pattern_instance() ? static_cast<std::int32_t>(*item.pattern_instance()) : -1;
+      if (const auto* p = dynamic_cast<const mtrProbePath*>(&item)) {
         itIterator<std::shared_ptr<mtrInspectionPoint>> points = p->inspection_points();
         while (++points) {
           const mtrInspectionPoint& point = *points();
@@ -651,15 +651,15 @@ struct FrameColumns {
           if (labels) label.add(point.label().view());
         }
         ++path_index;
-      } else if (const auto* f = dynamic_cast<const mtrInspectionFeature*>(&res)) {
+      } else if (const auto* f = dynamic_cast<const mtrInspectionFeature*>(&item)) {
         const mtrInspectionPrintData& data = f->print_data();
         const bool numbered = data.form() == mtrInspectionPrintData::kComponentFeature;
         const bool named = data.form() == mtrInspectionPrintData::kFeatureName;
-        for (const kptFeatureCheck& check : kptFeatureChecks::of(res, convention)) {
+        for (const kptFeatureCheck& check : kptFeatureChecks::of(item, convention)) {
           check_file.push_back(file);
           result.push_back(index);
-          kind.push_back(kind_name(res));
-          check_toolpath.push_back(static_cast<std::int32_t>(res.id()));
+          kind.push_back(kind_name(item));
+          check_toolpath.push_back(static_cast<std::int32_t>(item.id()));
           check_instance.push_back(inst);
           component.push_back(numbered ? static_cast<std::int32_t>(data.component_number()) : -1);
           feature.push_back(numbered || named ? static_cast<std::int32_t>(data.feature_number())
