@@ -2,8 +2,9 @@
 """Validates every JSON document the cncprobe tool prints against the schemas in docs/schema.
 
 Runs extract (both units, both true-position conventions, standard input), refs (file and
-standard input) and settings (both units) over every file in tests/data and examples. Exits 77
-(skipped) when python3-jsonschema is not installed.
+standard input) and settings (both units) over every file in tests/data and examples, and
+every results file in one run with --format jsonl. Exits 77 (skipped) when python3-jsonschema
+is not installed.
 """
 import json
 import pathlib
@@ -60,6 +61,21 @@ def main(tool, source):
         for error in errors[:5]:
             print(f"FAIL {where}: {'/'.join(map(str, error.path))}: {error.message[:300]}")
         failures += bool(errors)
+    # Every results file in one run, one document per line, with an unreadable one among them.
+    batch = [str(p) for p in files if p.suffix in (".txt", ".res")] + [str(source / "missing.res")]
+    done = subprocess.run([tool, "extract", *batch, "--format", "jsonl"], capture_output=True,
+                          timeout=120)
+    lines = done.stdout.decode().splitlines()
+    if done.returncode != 3 or len(lines) != len(batch):
+        print(f"FAIL extract FILE... --format jsonl: exit {done.returncode}, {len(lines)} lines")
+        failures += 1
+    for file, line in zip(batch, lines):
+        errors = list(validators["extract"].iter_errors(json.loads(line)))
+        for error in errors[:5]:
+            print(f"FAIL jsonl {file}: {'/'.join(map(str, error.path))}: {error.message[:300]}")
+        failures += bool(errors)
+    runs += batch
+
     print(f"{len(runs)} documents validated, {failures} failed")
     return 1 if failures or not runs else 0
 

@@ -1,5 +1,6 @@
-# The threads test: separate readers on separate threads at once, and batches of files on several
-# threads agreeing with one file at a time (with the bench generator's runs). Part of every test build, and
+# The threads test: separate readers on separate threads at once, batches of files on several
+# threads agreeing with one file at a time (with the bench generator's runs), and the tool's ordered
+# work. Part of every test build, and
 # the only test of the ThreadSanitizer build (preset tsan, CNCPROBE_TSAN=ON), which builds just
 # it and the library objects it links.
 enable_testing()
@@ -14,7 +15,9 @@ endforeach()
 add_executable(threads_test ${PROJECT_SOURCE_DIR}/tests/threads_test.cpp
   ${PROJECT_SOURCE_DIR}/tests/batch_extraction_test.cpp
   ${PROJECT_SOURCE_DIR}/tests/chunked_recognition_test.cpp
-  ${PROJECT_SOURCE_DIR}/bench/results_file_generator.cpp ${threads_objects})
+  ${PROJECT_SOURCE_DIR}/bench/results_file_generator.cpp
+  ${PROJECT_SOURCE_DIR}/tools/ordered_work.cpp ${PROJECT_SOURCE_DIR}/tools/ordered_work_test.cpp
+  ${threads_objects})
 target_include_directories(threads_test PRIVATE ${PROJECT_SOURCE_DIR})
 target_compile_definitions(threads_test PRIVATE CNCPROBE_STATIC
   CNCPROBE_TEST_DATA_DIR="${PROJECT_SOURCE_DIR}/tests/data"

@@ -385,7 +385,7 @@ void write_summary(JsonWriter& json, const ExtractView& view) {
 }
 
 void write_json(const ExtractView& view, Output& out) {
-  JsonWriter json(out);
+  JsonWriter json(out, view.layout);
   json.begin_object();
   json.key("file");
   json.string(view.file);
@@ -398,6 +398,10 @@ void write_json(const ExtractView& view, Output& out) {
   json.key("name");
   json.string(kptStatusText::name(view.status));
   json.end_object();
+  if (view.error != nullptr) {
+    json.key("error");
+    json.string(view.error);
+  }
   json.key("results_file");
   json.string(view.extractor.resultsfile_name().view());
   json.key("results");

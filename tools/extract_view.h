@@ -12,6 +12,7 @@
 #include "cncprobe/platform/model/probe_path.h"
 #include "cncprobe/platform/model/probe_wcs_axis.h"
 #include "cncprobe/platform/model/toolpath_result.h"
+#include "tools/json_writer.h"
 #include "tools/output.h"
 
 namespace tool {
@@ -32,6 +33,10 @@ struct ExtractView {
   kptInspectionSummary summary;
   Precision precision;
   bool points;  // text: list every inspection point, not only a row per probe path
+  // JSON: a document of its own, an element of an array of documents, or one line.
+  JsonLayout layout = JsonLayout::kDocument;
+  // JSON: why the file could not be read (whole), for a document among many; null otherwise.
+  const char* error = nullptr;
 };
 
 void write_extract_json(const ExtractView& view, Output& out);

@@ -90,6 +90,7 @@ std::string json_quoted(std::string_view bytes) {
 }
 
 void JsonWriter::newline_and_indent(std::size_t depth) {
+  if (layout_ == JsonLayout::kArrayElement) ++depth;
   // A line end and two blanks per level, written at once for the usual depths.
   static constexpr std::string_view kIndents =
       "\n                                                                ";
@@ -121,8 +122,10 @@ void JsonWriter::before_item() {
 void JsonWriter::open(char bracket, bool single_line) {
   before_item();
   out_.write(bracket);
-  // Inside a single-line container everything stays on that line.
-  const bool inherited = !frames_.empty() && frames_.back().single_line;
+  // Inside a single-line container everything stays on that line; a document on one line is one
+  // single-line container.
+  const bool inherited =
+      frames_.empty() ? layout_ == JsonLayout::kLine : frames_.back().single_line;
   frames_.push_back(Frame{single_line || inherited, true});
 }
 
@@ -186,6 +189,8 @@ Output& JsonWriter::item() {
   return out_;
 }
 
-void JsonWriter::finish() { out_.write('\n'); }
+void JsonWriter::finish() {
+  if (layout_ != JsonLayout::kArrayElement) out_.write('\n');
+}
 
 }  // namespace tool

@@ -24,9 +24,14 @@
 
 namespace tool {
 
+// How a document is laid out: on its own (indented), as an element of an array of documents
+// (indented one level deeper, no line end after it), or on one line (one document per line).
+enum class JsonLayout { kDocument, kArrayElement, kLine };
+
 class JsonWriter {
  public:
-  explicit JsonWriter(Output& out) : out_(out) {}
+  explicit JsonWriter(Output& out, JsonLayout layout = JsonLayout::kDocument)
+      : out_(out), layout_(layout) {}
 
   void begin_object(bool single_line = false) { open('{', single_line); }
   void end_object() { close('}'); }
@@ -52,7 +57,8 @@ class JsonWriter {
   // below: the way a row repeated a million times is written from its literal pieces.
   Output& item();
 
-  // Ends the document with a line end; call once after the outermost container.
+  // Ends the document with a line end (none for an array element, whose array separates it);
+  // call once after the outermost container.
   void finish();
 
  private:
@@ -67,6 +73,7 @@ class JsonWriter {
   void newline_and_indent(std::size_t depth);
 
   Output& out_;
+  JsonLayout layout_;
   std::vector<Frame> frames_;
   bool after_key_ = false;
 };

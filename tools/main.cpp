@@ -44,7 +44,8 @@ int run(int argc, char** argv) {
   app.footer(
       "\n" + usage +
       "\nExit codes: 0 success, 1 the file was read but reports a problem, 2 usage error,\n"
-      "3 the input cannot be read, 4 the tool itself failed (out of memory, output refused).");
+      "3 the input cannot be read, 4 the tool itself failed (out of memory, output refused);\n"
+      "with several files, the worst of them (3, then 1, then 0).");
   if (argc < 2) {
     error_line("a command is needed: " + commands.names());
     std::fputs(usage.c_str(), stderr);

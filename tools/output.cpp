@@ -20,7 +20,12 @@ Output::Output(std::FILE* stream)
       next_(buffer_.get()),
       end_(buffer_.get() + kBlockSize) {}
 
+Output::Output(std::string& memory) : Output(static_cast<std::FILE*>(nullptr)) {
+  memory_ = &memory;
+}
+
 Output::~Output() {
+  if (memory_ != nullptr) return;
   // main flushes explicitly on the normal path. Left here only when a failure unwinds, whatever
   // is buffered is dropped so that half a document is not followed by more of it.
   if (next_ != buffer_.get() && std::uncaught_exceptions() == 0) {
@@ -32,6 +37,11 @@ Output::~Output() {
 void Output::hand_over() {
   const auto size = static_cast<std::size_t>(next_ - buffer_.get());
   if (size == 0) return;
+  if (memory_ != nullptr) {
+    memory_->append(buffer_.get(), size);
+    next_ = buffer_.get();
+    return;
+  }
   const std::size_t written = std::fwrite(buffer_.get(), 1, size, stream_);
   next_ = buffer_.get();
   if (written != size)
@@ -48,6 +58,8 @@ void Output::write_long(std::string_view text) {
   if (text.size() <= kBlockSize) {
     std::memcpy(next_, text.data(), text.size());
     next_ += text.size();
+  } else if (memory_ != nullptr) {
+    memory_->append(text);
   } else if (std::fwrite(text.data(), 1, text.size(), stream_) != text.size()) {
     throw std::system_error(errno, std::generic_category(), "cannot write the output");
   }
@@ -65,6 +77,7 @@ void Output::write_many_blanks(std::size_t count) {
 
 void Output::flush() {
   hand_over();
+  if (memory_ != nullptr) return;
   if (std::fflush(stream_) != 0) {
     throw std::system_error(errno, std::generic_category(), "cannot write the output");
   }

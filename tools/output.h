@@ -30,6 +30,9 @@ std::filesystem::path utf8_path(const std::string& utf8_name);
 class Output {
  public:
   explicit Output(std::FILE* stream);
+  // Writes into `memory`, appended to as blocks fill and at flush(): how a document is made on
+  // one thread while another writes the documents before it.
+  explicit Output(std::string& memory);
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
   ~Output();
@@ -71,6 +74,7 @@ class Output {
   void hand_over();
 
   std::FILE* stream_;
+  std::string* memory_ = nullptr;
   std::unique_ptr<char[]> buffer_;
   char* next_;
   char* end_;

@@ -5,7 +5,10 @@
     run.status                                    # ExtractionStatus.SUCCESS, or the problem met
     points, checks = run.to_pandas()              # one row per point, one per feature quantity
 
-Many files at once: :mod:`cncprobe.dask` (``read_points``, ``read_checks``, ``read_summary``);
+Many files at once: ``cncprobe.extract_many(files)`` (one Extraction each) and
+``cncprobe.read_frames(files)`` (the points and checks of all of them, two DataFrames with a
+``file`` column); larger than memory or on a cluster: :mod:`cncprobe.dask` (``read_points``,
+``read_checks``, ``read_summary``);
 trends across runs: :func:`cncprobe.spc`. Lengths are millimetres in CAD coordinates, angles
 degrees. Text from a file that is not valid UTF-8 has each bad byte replaced by U+FFFD, as in
 the ``cncprobe`` tool's JSON.
@@ -26,6 +29,8 @@ from ._model import (
     SettingsError,
     Verdict,
     extract,
+    extract_many,
+    read_frames,
     read_settings,
     references,
 )
@@ -46,6 +51,8 @@ __all__ = [
     "SettingsError",
     "Verdict",
     "extract",
+    "extract_many",
+    "read_frames",
     "read_settings",
     "references",
     "spc",

@@ -13,6 +13,8 @@ from ._model import (
     SettingsError as SettingsError,
     Verdict as Verdict,
     extract as extract,
+    extract_many as extract_many,
+    read_frames as read_frames,
     read_settings as read_settings,
     references as references,
 )

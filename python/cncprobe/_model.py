@@ -448,3 +448,108 @@ def read_settings(path: PathArg, units: str = "mm") -> Settings:
     if code not in (SettingsCode.SUCCESS, SettingsCode.NEWER_VERSION):
         raise SettingsError(code, d["message"], shown)
     return Settings(file=shown, code=code, message=d["message"], **d["settings"])
+
+
+# ---------------------------------------------------------------------------------------------
+# Many files per call
+
+
+def _thread_count(threads: Optional[int]) -> int:
+    """0 (the machine's cores) for None; otherwise a positive number of threads."""
+    if threads is None:
+        return 0
+    if isinstance(threads, bool) or not isinstance(threads, int) or threads < 1:
+        raise ValueError(f"threads must be a positive int or None, not {threads!r}")
+    return threads
+
+
+def _names_of_files(paths) -> list:
+    """The name arguments of every file of a list (a single name is refused: its letters would be
+    taken for files)."""
+    if isinstance(paths, (str, bytes, os.PathLike)):
+        raise TypeError("expected a list of files, not one file name (extract reads one file)")
+    return [_name_arguments(p) for p in paths]
+
+
+def _errors_mode(errors: str, allowed: tuple) -> str:
+    if errors not in allowed:
+        raise ValueError(f"errors must be one of {', '.join(map(repr, allowed))}, not {errors!r}")
+    return errors
+
+
+def extract_many(paths, units: str = "mm", threads: Optional[int] = None,
+                 errors: str = "raise") -> list:
+    """Read many results files at once: one :class:`Extraction` per file, in the order given.
+
+    The files are read on ``threads`` threads (default: the machine's cores) with the GIL
+    released; the outcome is the same as :func:`extract` of each file in turn. Every file is read
+    before anything is raised. A file that cannot be read raises its ``OSError``
+    (``FileNotFoundError`` ...) as :func:`extract` does, the first such file in the order given,
+    with ``errors="raise"`` (the default); with ``errors="return"`` the ``OSError`` takes that
+    file's place in the list instead.
+    """
+    pairs = _names_of_files(paths)
+    units = _units_name(units)
+    errors = _errors_mode(errors, ("raise", "return"))
+    cores = _cncprobe.extract_many([name for name, _ in pairs], units, _thread_count(threads))
+    extractions: list = []
+    for core, (_, shown) in zip(cores, pairs):
+        if core.input_errno is not None:
+            error = OSError(core.input_errno, core.input_problem, shown)
+            if errors == "raise":
+                raise error
+            extractions.append(error)
+        else:
+            extractions.append(Extraction(core, shown, units))
+    return extractions
+
+
+class _CheckColumns:
+    """The feature-check columns of many files, made a frame as one extraction's are."""
+
+    def __init__(self, columns: dict) -> None:
+        self._columns = columns
+
+    def _check_columns(self) -> dict:
+        return self._columns
+
+    checks_to_pandas = Extraction.checks_to_pandas
+
+
+def read_frames(paths, units: str = "mm", threads: Optional[int] = None, labels: bool = True,
+                errors: str = "raise"):
+    """The points and feature-checks DataFrames of many results files at once.
+
+    Returns ``(points, checks)``: the frames of :meth:`Extraction.to_pandas` of every file, one
+    after another in the order given, with a ``file`` column first (the name as given); the
+    other columns and their dtypes are those of ``to_pandas``. ``path`` and ``result`` index the
+    probe paths and results of the row's own file. The columns of all files are filled in one
+    pass in the library, on ``threads`` threads (default: the machine's cores) without the GIL,
+    and each frame is made once.
+
+    A file that cannot be read raises its ``OSError`` (the first such file in the order given)
+    with ``errors="raise"`` (the default); with ``errors="skip"`` it adds no rows.
+    """
+    import pandas as pd
+
+    pairs = _names_of_files(paths)
+    units = _units_name(units)
+    errors = _errors_mode(errors, ("raise", "skip"))
+    d = _cncprobe.read_frames([name for name, _ in pairs], units, _thread_count(threads), 0,
+                              labels)
+    if d["unreadable"] and errors == "raise":
+        index, code, words = d["unreadable"][0]
+        raise OSError(code, words, pairs[index][1])
+    names = np.empty(len(pairs), dtype=object)
+    names[:] = [shown for _, shown in pairs]
+
+    p = d["points"]
+    point_files = p.pop("file")
+    points = Points(**p, _labels=d.get("labels")).to_pandas(labels=labels)
+    points.insert(0, "file", pd.Series(names[point_files], dtype=object, index=points.index))
+
+    c = d["checks"]
+    check_files = c.pop("file")
+    checks = _CheckColumns(c).checks_to_pandas()
+    checks.insert(0, "file", pd.Series(names[check_files], dtype=object, index=checks.index))
+    return points, checks

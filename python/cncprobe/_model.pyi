@@ -1,6 +1,6 @@
 import enum
 import os
-from typing import Any, Optional, Union
+from typing import Any, Iterable, Optional, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -214,6 +214,18 @@ class Settings:
     angular_precision: int
     unitless_precision: int
     surface_point_label: str
+
+def extract_many(paths: Iterable[PathArg], units: str = "mm", threads: Optional[int] = None,
+                 errors: str = "raise") -> list[Union[Extraction, OSError]]:
+    """Read many results files on ``threads`` threads (default: the cores): one Extraction per
+    file in order. The first unreadable file's OSError is raised after all were read
+    (``errors="raise"``) or takes its place in the list (``errors="return"``)."""
+
+def read_frames(paths: Iterable[PathArg], units: str = "mm", threads: Optional[int] = None,
+                labels: bool = True, errors: str = "raise") -> tuple[pd.DataFrame, pd.DataFrame]:
+    """The points and checks frames of many files at once: the columns of to_pandas() after a
+    ``file`` column. An unreadable file raises its OSError (``errors="raise"``) or adds no rows
+    (``errors="skip"``)."""
 
 def read_settings(path: PathArg, units: str = "mm") -> Settings:
     """Read an inspection-settings XML file; raises :class:`SettingsError` unless accepted."""

@@ -7,6 +7,8 @@ numbers.
 
 from __future__ import annotations
 
+import os
+
 import numpy as np
 
 from . import _cncprobe
@@ -34,6 +36,11 @@ def _rule_mask(rules):
 def _frame(checks):
     import pandas as pd
 
+    if isinstance(checks, (str, os.PathLike, list, tuple)):  # the runs' files, read together
+        from ._model import read_frames
+        from .dask import expand
+
+        checks = read_frames(expand(checks), labels=False)[1]
     if hasattr(checks, "compute") and not isinstance(checks, pd.DataFrame):
         checks = checks.compute()
     frame = checks.copy()
@@ -75,9 +82,10 @@ def _none_to_nan(value):
 def spc(checks, baseline=None, rules=ALL_RULES):
     """One row per feature quantity across runs: its I-MR chart and capability.
 
-    ``checks`` is a feature-checks DataFrame of many runs: ``cncprobe.dask.read_checks(...)`` (a
-    Dask DataFrame is computed first), or the second frame of ``Extraction.to_pandas()`` of each
-    run concatenated in run order. The run of a row is the order its ``file`` first appears in,
+    ``checks`` is a feature-checks DataFrame of many runs: ``cncprobe.read_frames(runs)[1]``,
+    ``cncprobe.dask.read_checks(...)`` (a Dask DataFrame is computed first), or the second frame
+    of ``Extraction.to_pandas()`` of each run concatenated in run order; or the runs' files
+    themselves (a list, or a glob pattern), read together with ``cncprobe.read_frames``. The run of a row is the order its ``file`` first appears in,
     or the order of each quantity's rows without a ``file`` column.
 
     Values are deviations from nominal (the radial offset of a centre or corner). ``baseline``

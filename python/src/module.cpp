@@ -9,15 +9,18 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdint>
+#include <exception>
 #include <limits>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -236,12 +239,14 @@ class Extraction {
       : extractor_(std::make_unique<kptResultsDataExtractor>()) {
     const utString file = file_name(name);
     const kptUnits read_in = units_of(units);
-    {
-      py::gil_scoped_release unlocked;
-      status_ = extractor_->extract_data(file, read_in);
-      collect();
-    }
-    problem_ = extractor_->input_problem();
+    py::gil_scoped_release unlocked;
+    read(file, read_in);
+  }
+  // Reads the file on the calling thread, touching no Python object (for a thread of a batch,
+  // which runs without the GIL).
+  Extraction(const utString& file, const kptUnits& units)
+      : extractor_(std::make_unique<kptResultsDataExtractor>()) {
+    read(file, units);
   }
 
   int status() const { return status_; }
@@ -440,6 +445,12 @@ class Extraction {
   }
 
  private:
+  void read(const utString& file, const kptUnits& units) {
+    status_ = extractor_->extract_data(file, units);
+    collect();
+    problem_ = extractor_->input_problem();
+  }
+
   // The results and probe paths, held once so that the passes above need no iterator copies.
   void collect() {
     itIterator<std::shared_ptr<mtrToolpathResult>> it = extractor_->results();
@@ -467,6 +478,326 @@ std::unique_ptr<Extraction> extract(const py::bytes& name, const py::object& sho
   auto extraction = std::make_unique<Extraction>(name, units);
   raise_input_problem(extraction->input_problem(), shown_name);
   return extraction;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Many files per call. The files are split into runs of consecutive files, one run per thread,
+// so that putting the runs' outcomes one after another keeps the order of the files.
+
+// The threads a batch runs on: `asked`, or the machine's cores when 0; never more than the files.
+std::size_t thread_count(std::size_t asked, std::size_t files) {
+  const std::size_t threads = asked > 0 ? asked : std::thread::hardware_concurrency();
+  return std::max<std::size_t>(1, std::min(threads, files));
+}
+
+// Runs fn(thread, first, last) on `threads` threads, each over its run [first, last) of
+// [0, count); the first exception a thread met is thrown again here.
+template <class Fn>
+void on_threads(std::size_t count, std::size_t threads, const Fn& fn) {
+  if (threads == 1) {
+    fn(std::size_t{0}, std::size_t{0}, count);
+    return;
+  }
+  std::vector<std::exception_ptr> failures(threads);
+  std::vector<std::thread> pool;
+  pool.reserve(threads);
+  for (std::size_t t = 0; t < threads; ++t) {
+    pool.emplace_back([&, t] {
+      try {
+        fn(t, count * t / threads, count * (t + 1) / threads);
+      } catch (...) {
+        failures[t] = std::current_exception();
+      }
+    });
+  }
+  for (std::thread& thread : pool) thread.join();
+  for (const std::exception_ptr& failure : failures) {
+    if (failure) std::rethrow_exception(failure);
+  }
+}
+
+std::vector<utString> file_names(const std::vector<py::bytes>& names) {
+  std::vector<utString> files;
+  files.reserve(names.size());
+  for (const py::bytes& name : names) files.push_back(file_name(name));
+  return files;
+}
+
+// Every file read on its own extractor, kept alive with its Extraction; the Python side turns an
+// unreadable file (input_errno not None) into its OSError.
+std::vector<std::unique_ptr<Extraction>> extract_many(const std::vector<py::bytes>& names,
+                                                      const std::string& units,
+                                                      std::size_t threads) {
+  const std::vector<utString> files = file_names(names);
+  const kptUnits read_in = units_of(units);
+  std::vector<std::unique_ptr<Extraction>> extractions(files.size());
+  {
+    py::gil_scoped_release unlocked;
+    on_threads(files.size(), thread_count(threads, files.size()),
+               [&](std::size_t, std::size_t first, std::size_t last) {
+                 for (std::size_t i = first; i < last; ++i) {
+                   extractions[i] = std::make_unique<Extraction>(files[i], read_in);
+                 }
+               });
+  }
+  return extractions;
+}
+
+// A numpy array that takes over a vector's memory: the columns gathered without the GIL become
+// arrays without a copy.
+template <class T>
+py::array_t<T> to_numpy(std::vector<T>&& values, std::vector<py::ssize_t> shape = {}) {
+  if (shape.empty()) shape.push_back(static_cast<py::ssize_t>(values.size()));
+  auto* owned = new std::vector<T>(std::move(values));
+  py::capsule owner(owned, [](void* p) { delete static_cast<std::vector<T>*>(p); });
+  return py::array_t<T>(shape, owned->data(), owner);
+}
+
+// Texts gathered as bytes without the GIL, made str objects (or None) at the end.
+struct TextColumn {
+  std::string bytes;
+  std::vector<std::size_t> ends;
+  std::vector<bool> missing;
+
+  void add(std::string_view text) {
+    bytes.append(text);
+    ends.push_back(bytes.size());
+    missing.push_back(false);
+  }
+  void add_none() {
+    ends.push_back(bytes.size());
+    missing.push_back(true);
+  }
+  void append(const TextColumn& other) {
+    const std::size_t base = bytes.size();
+    bytes.append(other.bytes);
+    for (const std::size_t end : other.ends) ends.push_back(base + end);
+    missing.insert(missing.end(), other.missing.begin(), other.missing.end());
+  }
+  // An object array of str (None where missing); equal texts in a row share one str.
+  py::array to_numpy() const {
+    py::array out(py::dtype("O"), std::vector<py::ssize_t>{static_cast<py::ssize_t>(ends.size())});
+    auto** slots = static_cast<PyObject**>(out.mutable_data());
+    std::size_t start = 0;
+    std::string_view previous;
+    py::object previous_text;
+    for (std::size_t i = 0; i < ends.size(); ++i) {
+      const std::string_view bytes_i(bytes.data() + start, ends[i] - start);
+      start = ends[i];
+      py::object value = py::none();
+      if (!missing[i]) {
+        if (!previous_text || bytes_i != previous) {
+          previous_text = text(bytes_i);
+          previous = bytes_i;
+        }
+        value = previous_text;
+      }
+      Py_XDECREF(slots[i]);  // numpy fills a new object array with None
+      slots[i] = value.release().ptr();
+    }
+    return out;
+  }
+};
+
+// The points and feature checks of many files, one row each, with the index of its file: the
+// columns of Extraction.points(), labels() and feature_checks(), gathered without the GIL.
+struct FrameColumns {
+  // Points.
+  std::vector<std::int32_t> point_file, path, toolpath, instance;
+  std::vector<double> nominal, direction, o, u, l, measured, r, deviation;
+  std::vector<std::int8_t> verdict;
+  TextColumn label;
+  // Feature checks.
+  std::vector<std::int32_t> check_file, result, check_toolpath, check_instance, component, feature;
+  std::vector<const char*> kind;
+  TextColumn name;
+  std::vector<std::int8_t> quantity, check_verdict;
+  std::vector<double> check_nominal, actual, check_deviation, tolerance, tolerance_used,
+      lower_limit, upper_limit, compared, compared_limit;
+  std::vector<bool> true_position;
+
+  void add_file(std::int32_t file, const kptResultsDataExtractor& extractor,
+                kptZoneConvention convention, bool labels) {
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    const auto or_nan = [](const std::optional<double>& v) { return v ? *v : nan; };
+    itIterator<std::shared_ptr<mtrToolpathResult>> it = extractor.results();
+    std::int32_t index = 0;
+    std::int32_t path_index = 0;
+    while (++it) {
+      const std::shared_ptr<mtrToolpathResult> held = it();
+      if (!held) continue;
+      const mtrToolpathResult& item = *held;
+      const std::int32_t inst =
+          item.pattern_instance() ? static_cast<std::int32_t>(*item.pattern_instance()) : -1;
+      if (const auto* p = dynamic_cast<const mtrProbePath*>(&item)) {
+        itIterator<std::shared_ptr<mtrInspectionPoint>> points = p->inspection_points();
+        while (++points) {
+          const mtrInspectionPoint& point = *points();
+          point_file.push_back(file);
+          path.push_back(path_index);
+          toolpath.push_back(static_cast<std::int32_t>(p->id()));
+          instance.push_back(inst);
+          const giPoint3& nom = point.nominal_point();
+          const giUnitVec3& dir = point.direction();
+          nominal.insert(nominal.end(), {nom.x(), nom.y(), nom.z()});
+          direction.insert(direction.end(), {dir.x(), dir.y(), dir.z()});
+          o.push_back(point.o_value());
+          u.push_back(point.u_value());
+          l.push_back(point.l_value());
+          if (point.has_measure()) {
+            const giPoint3& m = point.measured_point();
+            measured.insert(measured.end(), {m.x(), m.y(), m.z()});
+            r.push_back(point.r_value());
+          } else {
+            measured.insert(measured.end(), {nan, nan, nan});
+            r.push_back(nan);
+          }
+          const kptPointCheck check = kptPointChecks::of(point);
+          deviation.push_back(or_nan(check.deviation));
+          verdict.push_back(static_cast<std::int8_t>(check.verdict));
+          if (labels) label.add(point.label().view());
+        }
+        ++path_index;
+      } else if (const auto* f = dynamic_cast<const mtrInspectionFeature*>(&item)) {
+        const mtrInspectionPrintData& data = f->print_data();
+        const bool numbered = data.form() == mtrInspectionPrintData::kComponentFeature;
+        const bool named = data.form() == mtrInspectionPrintData::kFeatureName;
+        for (const kptFeatureCheck& check : kptFeatureChecks::of(item, convention)) {
+          check_file.push_back(file);
+          result.push_back(index);
+          kind.push_back(kind_name(item));
+          check_toolpath.push_back(static_cast<std::int32_t>(item.id()));
+          check_instance.push_back(inst);
+          component.push_back(numbered ? static_cast<std::int32_t>(data.component_number()) : -1);
+          feature.push_back(numbered || named ? static_cast<std::int32_t>(data.feature_number())
+                                              : -1);
+          if (named) {
+            name.add(data.feature_name().view());
+          } else {
+            name.add_none();
+          }
+          quantity.push_back(static_cast<std::int8_t>(check.quantity));
+          check_nominal.push_back(or_nan(check.nominal));
+          actual.push_back(or_nan(check.actual));
+          check_deviation.push_back(check.deviation);
+          tolerance.push_back(or_nan(check.tolerance));
+          true_position.push_back(check.true_position);
+          check_verdict.push_back(static_cast<std::int8_t>(check.verdict));
+          tolerance_used.push_back(or_nan(check.tolerance_used));
+          const kptCheckLimits limits = kptFeatureChecks::limits(check, convention);
+          lower_limit.push_back(or_nan(limits.lower));
+          upper_limit.push_back(or_nan(limits.upper));
+          compared.push_back(or_nan(check.compared));
+          compared_limit.push_back(or_nan(check.compared_limit));
+        }
+      }
+      ++index;
+    }
+  }
+
+  void append(FrameColumns&& other) {
+    const auto join = [](auto& to, auto& from) { to.insert(to.end(), from.begin(), from.end()); };
+    join(point_file, other.point_file), join(path, other.path), join(toolpath, other.toolpath);
+    join(instance, other.instance), join(nominal, other.nominal);
+    join(direction, other.direction), join(o, other.o), join(u, other.u), join(l, other.l);
+    join(measured, other.measured), join(r, other.r), join(deviation, other.deviation);
+    join(verdict, other.verdict);
+    label.append(other.label);
+    join(check_file, other.check_file), join(result, other.result);
+    join(check_toolpath, other.check_toolpath), join(check_instance, other.check_instance);
+    join(component, other.component), join(feature, other.feature), join(kind, other.kind);
+    name.append(other.name);
+    join(quantity, other.quantity), join(check_verdict, other.check_verdict);
+    join(check_nominal, other.check_nominal), join(actual, other.actual);
+    join(check_deviation, other.check_deviation), join(tolerance, other.tolerance);
+    join(tolerance_used, other.tolerance_used), join(lower_limit, other.lower_limit);
+    join(upper_limit, other.upper_limit), join(true_position, other.true_position);
+    join(compared, other.compared), join(compared_limit, other.compared_limit);
+    other = FrameColumns();
+  }
+};
+
+// The points and checks of many files in one set of columns, the status of every file, and
+// (index, errno, words) of every file that could not be read, which adds no rows.
+py::dict read_frames(const std::vector<py::bytes>& names, const std::string& units,
+                     std::size_t threads, int convention, bool labels) {
+  const std::vector<utString> files = file_names(names);
+  const kptUnits read_in = units_of(units);
+  const auto zone = static_cast<kptZoneConvention>(convention);
+  std::vector<std::int32_t> statuses(files.size());
+  std::vector<kptInputProblem> problems(files.size(), kptInputReadable);
+  std::vector<FrameColumns> parts;
+  {
+    py::gil_scoped_release unlocked;
+    parts.resize(thread_count(threads, files.size()));  // one per thread
+    on_threads(files.size(), parts.size(),
+               [&](std::size_t part, std::size_t first, std::size_t last) {
+                 kptResultsDataExtractor extractor;  // used again for every file of the run
+                 for (std::size_t i = first; i < last; ++i) {
+                   statuses[i] = extractor.extract_data(files[i], read_in);
+                   problems[i] = extractor.input_problem();
+                   if (problems[i] != kptInputReadable) continue;
+                   parts[part].add_file(static_cast<std::int32_t>(i), extractor, zone, labels);
+                 }
+               });
+    for (std::size_t p = 1; p < parts.size(); ++p) parts.front().append(std::move(parts[p]));
+  }
+  FrameColumns& c = parts.front();
+  const auto n3 = [](const std::vector<double>& v) {
+    return std::vector<py::ssize_t>{static_cast<py::ssize_t>(v.size() / 3), 3};
+  };
+  py::dict points;
+  points["file"] = to_numpy(std::move(c.point_file));
+  points["path"] = to_numpy(std::move(c.path));
+  points["toolpath"] = to_numpy(std::move(c.toolpath));
+  points["instance"] = to_numpy(std::move(c.instance));
+  points["nominal"] = to_numpy(std::move(c.nominal), n3(c.nominal));
+  points["direction"] = to_numpy(std::move(c.direction), n3(c.direction));
+  points["o"] = to_numpy(std::move(c.o));
+  points["u"] = to_numpy(std::move(c.u));
+  points["l"] = to_numpy(std::move(c.l));
+  points["measured"] = to_numpy(std::move(c.measured), n3(c.measured));
+  points["r"] = to_numpy(std::move(c.r));
+  points["deviation"] = to_numpy(std::move(c.deviation));
+  points["verdict"] = to_numpy(std::move(c.verdict));
+  py::dict checks;
+  checks["file"] = to_numpy(std::move(c.check_file));
+  checks["result"] = to_numpy(std::move(c.result));
+  py::list kinds;
+  for (const char* kind : c.kind) kinds.append(kind);
+  checks["kind"] = kinds;
+  checks["toolpath"] = to_numpy(std::move(c.check_toolpath));
+  checks["instance"] = to_numpy(std::move(c.check_instance));
+  checks["component"] = to_numpy(std::move(c.component));
+  checks["feature"] = to_numpy(std::move(c.feature));
+  checks["name"] = c.name.to_numpy();
+  checks["quantity"] = to_numpy(std::move(c.quantity));
+  checks["nominal"] = to_numpy(std::move(c.check_nominal));
+  checks["actual"] = to_numpy(std::move(c.actual));
+  checks["deviation"] = to_numpy(std::move(c.check_deviation));
+  checks["tolerance"] = to_numpy(std::move(c.tolerance));
+  py::array_t<bool> true_position(static_cast<py::ssize_t>(c.true_position.size()));
+  std::copy(c.true_position.begin(), c.true_position.end(), true_position.mutable_data());
+  checks["true_position"] = true_position;
+  checks["verdict"] = to_numpy(std::move(c.check_verdict));
+  checks["tolerance_used"] = to_numpy(std::move(c.tolerance_used));
+  checks["lower_limit"] = to_numpy(std::move(c.lower_limit));
+  checks["upper_limit"] = to_numpy(std::move(c.upper_limit));
+  checks["compared"] = to_numpy(std::move(c.compared));
+  checks["compared_limit"] = to_numpy(std::move(c.compared_limit));
+  py::dict d;
+  d["points"] = points;
+  if (labels) d["labels"] = c.label.to_numpy();
+  d["checks"] = checks;
+  d["status"] = to_numpy(std::move(statuses));
+  py::list unreadable;
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    if (const std::optional<int> code = errno_of(problems[i])) {
+      unreadable.append(py::make_tuple(i, *code, kpt_input_problem_text(problems[i])));
+    }
+  }
+  d["unreadable"] = unreadable;
+  return d;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -605,11 +936,20 @@ PYBIND11_MODULE(_cncprobe, m) {
       .def_property_readonly("status", &Extraction::status)
       .def_property_readonly("results_file", &Extraction::results_file)
       .def_property_readonly("point_count", &Extraction::point_count)
+      .def_property_readonly("input_errno",
+                             [](const Extraction& e) { return errno_of(e.input_problem()); })
+      .def_property_readonly(
+          "input_problem",
+          [](const Extraction& e) { return kpt_input_problem_text(e.input_problem()); })
       .def("results", &Extraction::results)
       .def("points", &Extraction::points)
       .def("labels", &Extraction::labels)
       .def("feature_checks", &Extraction::feature_checks, py::arg("convention") = 0);
   m.def("extract", &extract, py::arg("name"), py::arg("shown_name"), py::arg("units") = "mm");
+  m.def("extract_many", &extract_many, py::arg("names"), py::arg("units") = "mm",
+        py::arg("threads") = 0);
+  m.def("read_frames", &read_frames, py::arg("names"), py::arg("units") = "mm",
+        py::arg("threads") = 0, py::arg("convention") = 0, py::arg("labels") = true);
   m.def("references", &references, py::arg("name"), py::arg("shown_name"));
   m.def("read_settings", &read_settings, py::arg("name"), py::arg("units") = "mm");
   m.def("control_chart", &control_chart, py::arg("values"), py::arg("lower"), py::arg("upper"),

@@ -36,9 +36,9 @@ def single(folder):
     return counts
 
 
-def check(folder, points, checks, summary):
+def check(folder, points, checks, summary, partitions):
     expected = single(folder)
-    assert points.npartitions == checks.npartitions == len(expected)
+    assert points.npartitions == checks.npartitions == summary.npartitions == partitions
     # Used lazily, as a script does before it computes: the frames' metadata is what every
     # partition holds, column for column and dtype for dtype.
     lazy_sizes = points.groupby("file").size().compute()
@@ -72,7 +72,8 @@ def check(folder, points, checks, summary):
 def test_local_scheduler_by_default(folder):
     pattern = str(folder / "*.res")
     check(folder, cncprobe.dask.read_points(pattern), cncprobe.dask.read_checks(pattern),
-          cncprobe.dask.read_summary(pattern))
+          cncprobe.dask.read_summary(pattern),
+          len(cncprobe.dask.partitions(cncprobe.dask.expand(pattern))))
 
 
 def test_two_worker_processes_on_the_loopback(folder):
@@ -83,8 +84,9 @@ def test_two_worker_processes_on_the_loopback(folder):
             distributed.Client(cluster) as client:
         assert len(client.scheduler_info()["workers"]) == 2
         files = sorted(str(p) for p in folder.glob("*.res"))  # a list works as a glob does
-        check(folder, cncprobe.dask.read_points(files), cncprobe.dask.read_checks(files),
-              cncprobe.dask.read_summary(files))
+        check(folder, cncprobe.dask.read_points(files, files_per_partition=3),
+              cncprobe.dask.read_checks(files, files_per_partition=3),
+              cncprobe.dask.read_summary(files, files_per_partition=3), (len(files) + 2) // 3)
         # The work ran in the workers' processes, not in this one.
         pids = client.run(os.getpid)
         assert len(pids) == 2 and os.getpid() not in pids.values()

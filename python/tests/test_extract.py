@@ -304,5 +304,5 @@ def test_the_type_stubs_name_what_the_package_has():
                    if isinstance(t, ast.Assign)]
         assert members == [m.name for m in enum_class], enum_class
     for name in cncprobe.__all__:
-        assert name in stubbed or name in {"extract", "references", "read_settings", "spc",
-                                               "violations"}
+        assert name in stubbed or name in {"extract", "extract_many", "read_frames", "references",
+                                           "read_settings", "spc", "violations"}

@@ -118,6 +118,19 @@ def test_numbers_equal_the_tools_on_the_same_runs(tmp_path, tool):
     assert set(fired["file"]) <= {str(p) for p in paths[10:]}
 
 
+def test_runs_read_from_their_files(tmp_path):
+    # The runs' files read together give the numbers of their frames concatenated in run order.
+    paths = drift_runs.write_runs(tmp_path, 12)
+    frames = []
+    for path in paths:
+        checks = cncprobe.extract(path).to_pandas()[1]
+        checks.insert(0, "file", str(path))
+        frames.append(checks)
+    from_frames = cncprobe.spc(pd.concat(frames, ignore_index=True), baseline=6)
+    from_files = cncprobe.spc([str(p) for p in paths], baseline=6)
+    pd.testing.assert_frame_equal(from_files, from_frames)
+
+
 def test_limits_are_the_librarys_verdict_limits():
     checks = cncprobe.extract(ROOT / "examples" / "bracket_mm.txt").to_pandas()[1]
     dowel = checks[(checks["feature"] == 2)].set_index("quantity")

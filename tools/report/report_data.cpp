@@ -535,9 +535,9 @@ ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome
   write_settings(json, options, settings);
   json.key("runs").begin_array();
   bool all_succeeded = true;
+  kptResultsDataExtractor extractor;  // one for every run: what does not depend on a file is kept
   for (std::size_t run = 0; run < runs; ++run) {
     const std::string& file = options.files[run];
-    kptResultsDataExtractor extractor;
     const kptResultsExtractionStatus status =
         extractor.extract_data(inputs[run], kptUnits(options.units));
     all_succeeded = all_succeeded && status == kptExtractionSuccess;
