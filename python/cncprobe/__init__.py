@@ -6,7 +6,8 @@
     points, checks = run.to_pandas()              # one row per point, one per feature quantity
 
 Many files at once: :mod:`cncprobe.dask` (``read_points``, ``read_checks``, ``read_summary``);
-trends across runs: :func:`cncprobe.spc`. Lengths are millimetres in CAD coordinates, angles
+trends across runs: :func:`cncprobe.spc`; the runs kept by ``cncprobe ingest``:
+:mod:`cncprobe.store`. Lengths are millimetres in CAD coordinates, angles
 degrees. Text from a file that is not valid UTF-8 has each bad byte replaced by U+FFFD, as in
 the ``cncprobe`` tool's JSON.
 """
@@ -30,6 +31,7 @@ from ._model import (
     references,
 )
 from .spc import spc
+from . import store
 
 __all__ = [
     "Extraction",
