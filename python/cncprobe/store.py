@@ -18,6 +18,7 @@ the bytes).
 from __future__ import annotations
 
 import os
+import warnings
 from typing import Any, Optional
 
 import numpy as np
@@ -75,7 +76,10 @@ def _read(url: Any, sql: str, params: list):
         sql = sql.replace("?", "%s")
     connection = _connect(url)
     try:
-        frame = pd.read_sql(sql, connection, params=params)
+        with warnings.catch_warnings():
+            # pandas asks for SQLAlchemy for any driver but sqlite3; psycopg2's cursor serves.
+            warnings.filterwarnings("ignore", message=".*SQLAlchemy.*", category=UserWarning)
+            frame = pd.read_sql(sql, connection, params=params)
     finally:
         connection.close()
     for column in frame.columns:

@@ -337,7 +337,11 @@ bool PostgresStore::prepare(bool for_writing, StoreStatus& status) {
       rollback();
       return false;
     }
-    Result again = exec("SELECT to_regclass('schema_version') IS NOT NULL");
+    // Read the catalog as a table, with this statement's snapshot: a name lookup may still
+    // remember that the tables were missing before the lock was granted.
+    Result again = exec(
+        "SELECT EXISTS (SELECT 1 FROM pg_catalog.pg_tables WHERE schemaname = current_schema() "
+        "AND tablename = 'schema_version')");
     if (again.ok() && again.text(0, 0) != "t") {
       Result made = exec(kSchema);
       if (!made.ok()) {
