@@ -35,18 +35,23 @@ std::optional<std::string> reference(const utString& text) {
   return std::string(text.view());
 }
 
-// "surface X", "perpendicular_distance Y": the kind with the axis a surface or a wall/channel is
-// probed along, so two surfaces of one tool path on different axes stay apart.
+// "surface X", "wall/channel Y": the kind with the axis a surface or a wall/channel is probed
+// along, as the trend report names its features, so two surfaces of one tool path on different
+// axes stay apart.
 std::string kind_with_axis(const mtrToolpathResult& result) {
-  std::string kind = kptResultNames::kind(result.kind());
   const char* axis = nullptr;
+  std::string kind = kptResultNames::kind(result.kind());
   if (result.kind() == mtrResultSurface) {
     axis = kptResultNames::axis(static_cast<const mtrSurfaceFeature&>(result).axis());
   } else if (result.kind() == mtrResultPerpendicularDistance) {
+    kind = "wall/channel";
     axis = kptResultNames::axis(
         static_cast<const mtrPerpendicularDistanceFeature&>(result).axis());
   }
-  if (axis != nullptr) (kind += ' ') += axis;
+  if (axis != nullptr) {
+    kind += ' ';
+    kind += static_cast<char>(axis[0] - 'a' + 'A');
+  }
   return kind;
 }
 
@@ -237,6 +242,9 @@ void RunRecord::for_each_point(const std::function<void(const PointRow&)>& fn) c
       }
       const kptPointCheck check = kptPointChecks::of(*point);
       row.deviation = check.deviation;
+      const kptCheckLimits limits = kptPointChecks::limits(*point);
+      row.lower_limit = limits.lower;
+      row.upper_limit = limits.upper;
       row.verdict = kpt_verdict_name(check.verdict);
       fn(row);
       ++row.index;

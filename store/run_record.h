@@ -68,6 +68,8 @@ struct PointRow {
   double measured[3] = {0, 0, 0};
   double r = 0;
   std::optional<double> deviation;
+  // The deviations at which the verdict turns (O + L and O + U).
+  std::optional<double> lower_limit, upper_limit;
   const char* verdict = "";  // "in", "out", "not_toleranced", "unmeasured"
 };
 
@@ -125,7 +127,7 @@ std::string program_of(const std::string& path, const RunReferences& references)
 
 // The key that joins the same quantity of the same feature across runs of a program: the kind
 // (with its axis), tool path, pattern instance, identity and quantity, as the trend report joins
-// them.
+// them: "surface Z 7 (2) component 1 feature 4 position".
 std::string series_key(const CheckRow& check, std::string_view kind_with_axis);
 
 // A time as ISO 8601 UTC ("2026-11-23T13:25:00Z"), from seconds since 1970.

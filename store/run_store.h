@@ -55,6 +55,7 @@ struct StoredRun {
   std::string status_name;
   std::optional<std::string> verdict;
   std::int64_t features = 0, points = 0, checks_out = 0, points_outside = 0;
+  std::optional<std::string> results_file;  // the last RESULTSFILE record
 };
 
 // Which runs runs() lists, oldest first.
@@ -70,6 +71,13 @@ struct RunFilter {
 struct StoredCheck {
   std::int64_t run = 0;
   CheckRow check;
+};
+
+// A stored inspection point's label and deviation with the run it belongs to, for trends.
+struct StoredPoint {
+  std::int64_t run = 0;
+  std::string label;
+  std::optional<double> deviation, lower_limit, upper_limit;
 };
 
 class RunStore {
@@ -96,6 +104,9 @@ class RunStore {
   virtual std::vector<StoredRun> runs(const RunFilter& filter, StoreStatus& status) = 0;
   // The feature checks of the given runs, in run order and then as stored.
   virtual std::vector<StoredCheck> checks(const std::vector<std::int64_t>& run_ids,
+                                          StoreStatus& status) = 0;
+  // The inspection points of the given runs (label, deviation, limits), in run order.
+  virtual std::vector<StoredPoint> points(const std::vector<std::int64_t>& run_ids,
                                           StoreStatus& status) = 0;
   // Saves a program's control limits (a document the drift rules read) with the time saved.
   virtual bool save_limits(const std::string& program, const std::string& document,

@@ -55,7 +55,8 @@ CREATE TABLE points (
   direction_x DOUBLE PRECISION, direction_y DOUBLE PRECISION, direction_z DOUBLE PRECISION,
   o DOUBLE PRECISION, u DOUBLE PRECISION, l DOUBLE PRECISION,
   measured_x DOUBLE PRECISION, measured_y DOUBLE PRECISION, measured_z DOUBLE PRECISION,
-  r DOUBLE PRECISION, deviation DOUBLE PRECISION, verdict TEXT NOT NULL,
+  r DOUBLE PRECISION, deviation DOUBLE PRECISION, lower_limit DOUBLE PRECISION,
+  upper_limit DOUBLE PRECISION, verdict TEXT NOT NULL,
   PRIMARY KEY (run_id, idx));
 CREATE TABLE control_limits (
   id BIGSERIAL PRIMARY KEY, program_id BIGINT NOT NULL REFERENCES programs(id),
@@ -268,6 +269,8 @@ class PostgresStore final : public RunStore {
   AddOutcome add_run(const RunRecord& record, StoreStatus& status) override;
   std::vector<StoredRun> runs(const RunFilter& filter, StoreStatus& status) override;
   std::vector<StoredCheck> checks(const std::vector<std::int64_t>& run_ids,
+                                  StoreStatus& status) override;
+  std::vector<StoredPoint> points(const std::vector<std::int64_t>& run_ids,
                                   StoreStatus& status) override;
   bool save_limits(const std::string& program, const std::string& document,
                    StoreStatus& status) override;
@@ -508,7 +511,7 @@ ON CONFLICT (path, sha256) DO NOTHING RETURNING id)sql",
     Result copy = exec(
         "COPY points (run_id, idx, path, toolpath, instance, label, nominal_x, nominal_y, "
         "nominal_z, direction_x, direction_y, direction_z, o, u, l, measured_x, measured_y, "
-        "measured_z, r, deviation, verdict) FROM STDIN");
+        "measured_z, r, deviation, lower_limit, upper_limit, verdict) FROM STDIN");
     if (!copy.ok()) {
       fail(copy, status);
       return failed();
@@ -531,6 +534,8 @@ ON CONFLICT (path, sha256) DO NOTHING RETURNING id)sql",
       for (const double v : pt.measured) rows.real(v);
       rows.real(pt.r);
       rows.real(pt.deviation);
+      rows.real(pt.lower_limit);
+      rows.real(pt.upper_limit);
       rows.name(pt.verdict);
       sent = rows.end_row();
     });
@@ -559,7 +564,8 @@ std::vector<StoredRun> PostgresStore::runs(const RunFilter& filter, StoreStatus&
   Result r = run(R"sql(
 SELECT * FROM (
   SELECT r.id, p.name, r.path, r.sha256, r.file_time, r.ingest_time, r.units, r.status_code,
-         r.status_name, r.verdict, r.features, r.points, r.checks_out, r.points_outside
+         r.status_name, r.verdict, r.features, r.points, r.checks_out, r.points_outside,
+         r.results_file
   FROM runs r JOIN programs p ON p.id = r.program_id
   WHERE ($1::bytea IS NULL OR p.name = $1::bytea)
     AND ($2::text IS NULL OR coalesce(r.file_time, r.ingest_time) >= $2::text)
@@ -588,6 +594,7 @@ ORDER BY coalesce(file_time, ingest_time), id)sql",
     run.points = r.integer(i, 11);
     run.checks_out = r.integer(i, 12);
     run.points_outside = r.integer(i, 13);
+    run.results_file = r.optional_bytes(i, 14);
     out.push_back(std::move(run));
   }
   return out;
@@ -639,6 +646,33 @@ ORDER BY wanted.n, c.seq)sql",
     c.upper_limit = r.real(i, 17);
     c.verdict = r.text(i, 18);
     out.push_back(std::move(row));
+  }
+  return out;
+}
+
+std::vector<StoredPoint> PostgresStore::points(const std::vector<std::int64_t>& run_ids,
+                                               StoreStatus& status) {
+  status = {};
+  std::vector<StoredPoint> out;
+  std::string ids = "{";
+  for (const std::int64_t id : run_ids) {
+    if (ids.size() > 1) ids += ',';
+    ids += std::to_string(id);
+  }
+  ids += '}';
+  Params p;
+  p.text(ids);
+  Result r = run(R"sql(
+SELECT t.run_id, t.label, t.deviation, t.lower_limit, t.upper_limit
+FROM points t JOIN unnest($1::bigint[]) WITH ORDINALITY AS wanted (id, n) ON wanted.id = t.run_id
+ORDER BY wanted.n, t.idx)sql",
+                 p);
+  if (!r.ok()) {
+    fail(r, status);
+    return out;
+  }
+  for (int i = 0; i < r.rows(); ++i) {
+    out.push_back({r.integer(i, 0), r.bytes(i, 1), r.real(i, 2), r.real(i, 3), r.real(i, 4)});
   }
   return out;
 }

@@ -48,7 +48,7 @@ CREATE TABLE points (
   direction_x REAL, direction_y REAL, direction_z REAL,
   o REAL, u REAL, l REAL,
   measured_x REAL, measured_y REAL, measured_z REAL, r REAL,
-  deviation REAL, verdict TEXT NOT NULL,
+  deviation REAL, lower_limit REAL, upper_limit REAL, verdict TEXT NOT NULL,
   PRIMARY KEY (run_id, idx)) WITHOUT ROWID;
 CREATE TABLE control_limits (
   id INTEGER PRIMARY KEY, program_id INTEGER NOT NULL REFERENCES programs(id),
@@ -165,6 +165,8 @@ class SqliteStore final : public RunStore {
   AddOutcome add_run(const RunRecord& record, StoreStatus& status) override;
   std::vector<StoredRun> runs(const RunFilter& filter, StoreStatus& status) override;
   std::vector<StoredCheck> checks(const std::vector<std::int64_t>& run_ids,
+                                  StoreStatus& status) override;
+  std::vector<StoredPoint> points(const std::vector<std::int64_t>& run_ids,
                                   StoreStatus& status) override;
   bool save_limits(const std::string& program, const std::string& document,
                    StoreStatus& status) override;
@@ -389,8 +391,8 @@ VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))sql");
   Statement& point = statement(add_point_, R"sql(
 INSERT INTO points (run_id, idx, path, toolpath, instance, label, nominal_x, nominal_y,
   nominal_z, direction_x, direction_y, direction_z, o, u, l, measured_x, measured_y, measured_z,
-  r, deviation, verdict)
-VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))sql");
+  r, deviation, lower_limit, upper_limit, verdict)
+VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))sql");
   code = SQLITE_DONE;
   r.for_each_point([&](const PointRow& p) {
     if (code != SQLITE_DONE) return;
@@ -415,6 +417,8 @@ VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))sql");
         .real(p.measured[2])
         .real(p.r)
         .real(p.deviation)
+        .real(p.lower_limit)
+        .real(p.upper_limit)
         .text(std::string_view(p.verdict));
     code = point.step();
   });
@@ -430,7 +434,8 @@ std::vector<StoredRun> SqliteStore::runs(const RunFilter& filter, StoreStatus& s
   Statement s(db_, R"sql(
 SELECT * FROM (
   SELECT r.id, p.name, r.path, r.sha256, r.file_time, r.ingest_time, r.units, r.status_code,
-         r.status_name, r.verdict, r.features, r.points, r.checks_out, r.points_outside
+         r.status_name, r.verdict, r.features, r.points, r.checks_out, r.points_outside,
+         r.results_file
   FROM runs r JOIN programs p ON p.id = r.program_id
   WHERE (?1 IS NULL OR p.name = ?1) AND (?2 IS NULL OR coalesce(r.file_time, r.ingest_time) >= ?2)
   ORDER BY coalesce(r.file_time, r.ingest_time) DESC, r.id DESC
@@ -464,6 +469,7 @@ ORDER BY coalesce(file_time, ingest_time), id)sql");
     run.points = s.column_integer(11);
     run.checks_out = s.column_integer(12);
     run.points_outside = s.column_integer(13);
+    run.results_file = s.column_optional_text(14);
     out.push_back(std::move(run));
   }
   if (code != SQLITE_DONE) fail(code, status);
@@ -509,6 +515,32 @@ FROM checks WHERE run_id = ? ORDER BY seq)sql");
       c.upper_limit = s.column_real(17);
       c.verdict = s.column_text(18);
       out.push_back(std::move(row));
+    }
+    if (code != SQLITE_DONE) {
+      fail(code, status);
+      break;
+    }
+  }
+  return out;
+}
+
+std::vector<StoredPoint> SqliteStore::points(const std::vector<std::int64_t>& run_ids,
+                                             StoreStatus& status) {
+  status = {};
+  std::vector<StoredPoint> out;
+  Statement s(db_, R"sql(
+SELECT run_id, label, deviation, lower_limit, upper_limit FROM points WHERE run_id = ?
+ORDER BY idx)sql");
+  if (!s) {
+    fail(sqlite3_errcode(db_), status);
+    return out;
+  }
+  for (const std::int64_t id : run_ids) {
+    s.reset().integer(id);
+    int code;
+    while ((code = s.step()) == SQLITE_ROW) {
+      out.push_back({s.column_integer(0), s.column_text(1), s.column_real(2), s.column_real(3),
+                     s.column_real(4)});
     }
     if (code != SQLITE_DONE) {
       fail(code, status);

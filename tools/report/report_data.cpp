@@ -444,19 +444,7 @@ SingleReportOutcome write_single_report_data(const ReportOptions& options,
 
 namespace {
 
-// One series: a quantity of a matched feature, or a matched point, with a value per run.
-struct Series {
-  std::string item;
-  std::string quantity;  // quantity name; "deviation" for points
-  std::string label;
-  std::optional<double> nominal;
-  kptTrendLimits limits;
-  std::vector<double> values;  // per run; NaN where the run had none
-};
-
-constexpr std::size_t kMaxTrendPoints = 5000;
-
-void write_series(JsonText& json, const Series& s) {
+void write_series(JsonText& json, const TrendSeries& s) {
   json.begin_object();
   json.key("item").string(s.item);
   json.key("quantity").string(s.quantity);
@@ -496,58 +484,36 @@ ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome
   std::map<std::tuple<std::string, unsigned, long long, std::string, std::string>, std::size_t>
       feature_index;
   std::map<std::string, std::size_t> point_index;
-  std::vector<Series> features;
-  std::vector<Series> points;
+  TrendData trend;
   std::set<std::string> omitted;  // labels beyond kMaxTrendPoints
 
-  JsonText json;
-  json.begin_object();
-  json.key("kind").string("trend");
-  json.key("generator").string(options.generator);
-  json.key("report_date").string(now_utc());
-  json.key("units").string(units_name(options.units));
-  json.key("convention").string(kpt_zone_convention_name(options.convention));
-  write_settings(json, options, settings);
-  json.key("runs").begin_array();
-  bool all_succeeded = true;
   for (std::size_t run = 0; run < runs; ++run) {
     const std::string& file = options.files[run];
     kptResultsDataExtractor extractor;
     const kptResultsExtractionStatus status =
         extractor.extract_data(inputs[run], kptUnits(options.units));
-    all_succeeded = all_succeeded && status == kptExtractionSuccess;
+    trend.all_succeeded = trend.all_succeeded && status == kptExtractionSuccess;
     const kptInspectionSummary summary = kptInspection::summarize(extractor, options.convention);
-    json.begin_object();
-    json.key("file").string(file);
-    json.key("results_file").string(extractor.resultsfile_name().view());
-    const std::string date = file_date(file);
-    json.key("file_date");
-    if (date.empty()) {
-      json.null();
-    } else {
-      json.string(date);
-    }
-    json.key("status").string(kptStatusText::name(status));
-    json.key("passed").boolean(summary.passed());
-    json.end_object();
+    trend.runs.push_back({file, std::string(extractor.resultsfile_name().view()), file_date(file),
+                          kptStatusText::name(status), summary.passed()});
 
     for_each_result(extractor, [&](std::size_t, const mtrToolpathResult& result) {
       if (const auto* path = dynamic_cast<const mtrProbePath*>(&result)) {
         for_each_point(*path, [&](const mtrInspectionPoint& point) {
           const std::string label(point.label().view());
-          auto [it, added] = point_index.try_emplace(label, points.size());
+          auto [it, added] = point_index.try_emplace(label, trend.points.size());
           if (added) {
-            if (points.size() >= kMaxTrendPoints) {
+            if (trend.points.size() >= kMaxTrendPoints) {
               point_index.erase(it);
               omitted.insert(label);
               return;
             }
-            points.push_back({label, "deviation", "deviation", std::nullopt,
-                              kptTrendStatistics::limits_of(point),
-                              std::vector<double>(runs, std::nan(""))});
+            trend.points.push_back({label, "deviation", "deviation",
+                                    kptTrendStatistics::limits_of(point),
+                                    std::vector<double>(runs, std::nan(""))});
           }
           const kptPointCheck check = kptPointChecks::of(point);
-          if (check.deviation) points[it->second].values[run] = *check.deviation;
+          if (check.deviation) trend.points[it->second].values[run] = *check.deviation;
         });
         return;
       }
@@ -560,32 +526,63 @@ ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome
       for (const kptFeatureCheck& check : kptFeatureChecks::of(result, options.convention)) {
         const auto key = std::make_tuple(kind, result.id(), instance, identity,
                                          std::string(kpt_quantity_name(check.quantity)));
-        auto [it, added] = feature_index.try_emplace(key, features.size());
+        auto [it, added] = feature_index.try_emplace(key, trend.features.size());
         if (added) {
-          features.push_back({kind + " " + toolpath_text(result) + " " + identity,
-                              kpt_quantity_name(check.quantity), kpt_quantity_label(check.quantity),
-                              check.nominal,
-                              kptTrendStatistics::limits_of(check, options.convention),
-                              std::vector<double>(runs, std::nan(""))});
+          trend.features.push_back({kind + " " + toolpath_text(result) + " " + identity,
+                                    kpt_quantity_name(check.quantity),
+                                    kpt_quantity_label(check.quantity),
+                                    kptTrendStatistics::limits_of(check, options.convention),
+                                    std::vector<double>(runs, std::nan(""))});
         }
-        if (std::isfinite(check.deviation)) features[it->second].values[run] = check.deviation;
+        if (std::isfinite(check.deviation)) {
+          trend.features[it->second].values[run] = check.deviation;
+        }
       }
     });
   }
+  trend.points_omitted = omitted.size();
+  return trend_report_data(options, settings, trend);
+}
+
+ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome& settings,
+                             const TrendData& trend) {
+  JsonText json;
+  json.begin_object();
+  json.key("kind").string("trend");
+  json.key("generator").string(options.generator);
+  json.key("report_date").string(now_utc());
+  json.key("units").string(units_name(options.units));
+  json.key("convention").string(kpt_zone_convention_name(options.convention));
+  write_settings(json, options, settings);
+  json.key("runs").begin_array();
+  for (const TrendRun& run : trend.runs) {
+    json.begin_object();
+    json.key("file").string(run.file);
+    json.key("results_file").string(run.results_file);
+    json.key("file_date");
+    if (run.file_date.empty()) {
+      json.null();
+    } else {
+      json.string(run.file_date);
+    }
+    json.key("status").string(run.status);
+    json.key("passed").boolean(run.passed);
+    json.end_object();
+  }
   json.end_array();
   json.key("features").begin_array();
-  for (const Series& s : features) write_series(json, s);
+  for (const TrendSeries& s : trend.features) write_series(json, s);
   json.end_array();
   json.key("points").begin_array();
-  for (const Series& s : points) write_series(json, s);
+  for (const TrendSeries& s : trend.points) write_series(json, s);
   json.end_array();
-  json.key("points_omitted").integer(static_cast<std::int64_t>(omitted.size()));
+  json.key("points_omitted").integer(static_cast<std::int64_t>(trend.points_omitted));
   json.end_object();
 
   ReportData out;
   out.json = json.take();
-  out.title = "Trend report: " + std::to_string(runs) + " runs";
-  out.extraction_succeeded = all_succeeded;
+  out.title = "Trend report: " + std::to_string(trend.runs.size()) + " runs";
+  out.extraction_succeeded = trend.all_succeeded;
   return out;
 }
 

@@ -3,12 +3,14 @@
 // in as base64 typed arrays (a million points stay a few tens of megabytes and decode at once).
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "cncprobe/foundation/input_file.h"
 #include "cncprobe/foundation/units.h"
+#include "cncprobe/inspection/trend_statistics.h"
 #include "cncprobe/inspection/verdict.h"
 #include "tools/output.h"
 
@@ -21,6 +23,11 @@ struct ReportOptions {
   std::string output;         // empty: the input's base name with .html, in the current directory
   kptZoneConvention convention = kptZoneDiametral;
   std::string generator;  // "cncprobe 0.2.0"
+  // A trend of stored runs instead of files: the run store, the program and how many of its
+  // newest runs (0: all).
+  std::string db;
+  std::string program;
+  std::int64_t last = 0;
 };
 
 // What reading the settings file came to; the page and the tool both say it.
@@ -61,6 +68,41 @@ struct ReportData {
 // The data of a trend report over options.files (read as `inputs`), in the given order.
 ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome& settings,
                              const std::vector<kptInputFile>& inputs);
+
+// One series of a trend: a quantity of a matched feature, or a matched point, with a value per
+// run (its deviation; NaN where the run had none).
+struct TrendSeries {
+  std::string item;
+  std::string quantity;  // quantity name; "deviation" for points
+  std::string label;
+  kptTrendLimits limits;
+  std::vector<double> values;
+};
+
+// One run of a trend, as its row in the page.
+struct TrendRun {
+  std::string file;
+  std::string results_file;
+  std::string file_date;  // ISO 8601 UTC, or empty
+  std::string status;     // the extraction status name
+  bool passed = false;
+};
+
+// A trend gathered from files or from the run store.
+struct TrendData {
+  std::vector<TrendRun> runs;
+  std::vector<TrendSeries> features;
+  std::vector<TrendSeries> points;  // at most kMaxTrendPoints; the rest counted in points_omitted
+  std::size_t points_omitted = 0;
+  bool all_succeeded = true;
+};
+
+// The most point series a trend page shows.
+inline constexpr std::size_t kMaxTrendPoints = 5000;
+
+// The data of a trend report over runs already gathered.
+ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome& settings,
+                             const TrendData& trend);
 
 // A time as ISO 8601 UTC ("2026-11-23T13:25:00Z"), from seconds since 1970.
 std::string iso_utc(long long seconds_since_epoch);
