@@ -48,8 +48,10 @@ CREATE TABLE points (
   direction_x REAL, direction_y REAL, direction_z REAL,
   o REAL, u REAL, l REAL,
   measured_x REAL, measured_y REAL, measured_z REAL, r REAL,
-  deviation REAL, lower_limit REAL, upper_limit REAL, verdict TEXT NOT NULL,
-  PRIMARY KEY (run_id, idx)) WITHOUT ROWID;
+  deviation REAL, lower_limit REAL, upper_limit REAL, verdict TEXT NOT NULL);
+-- A run's points are appended in order, so the table's own row order is theirs; the index finds
+-- a run's first row.
+CREATE INDEX points_by_run ON points (run_id, idx);
 CREATE TABLE control_limits (
   id INTEGER PRIMARY KEY, program_id INTEGER NOT NULL REFERENCES programs(id),
   saved_time TEXT NOT NULL, document TEXT NOT NULL);
