@@ -20,8 +20,8 @@ std::vector<std::string> FolderWatch::poll(std::chrono::steady_clock::time_point
   std::vector<std::string> ready;
   for (const std::string& folder : folders_) {
     std::error_code error;
-    for (fs::recursive_directory_iterator it(folder, fs::directory_options::skip_permission_denied,
-                                             error),
+    for (fs::recursive_directory_iterator
+             it(folder, fs::directory_options::skip_permission_denied, error),
          end;
          !error && it != end; it.increment(error)) {
       std::error_code file_error;

@@ -28,7 +28,7 @@ IngestResult ingest_file(RunStore& runs, const std::string& path, const RecordOp
   switch (runs.add_run(record, result.status)) {
     case AddOutcome::kStored:
       result.outcome = record.readable() && record.status_code == 0 ? IngestOutcome::kStored
-                                                                     : IngestOutcome::kStoredFailed;
+                                                                    : IngestOutcome::kStoredFailed;
       break;
     case AddOutcome::kAlreadyStored:  // another process stored it in the meantime
       result.outcome = IngestOutcome::kSkipped;
@@ -53,8 +53,8 @@ std::vector<std::string> files_to_ingest(const std::vector<std::string>& names,
     std::error_code error;
     if (name != "-" && fs::is_directory(name, error)) {
       std::vector<std::string> found;
-      for (fs::recursive_directory_iterator it(name, fs::directory_options::skip_permission_denied,
-                                               error),
+      for (fs::recursive_directory_iterator
+               it(name, fs::directory_options::skip_permission_denied, error),
            end;
            !error && it != end; it.increment(error)) {
         std::error_code type_error;

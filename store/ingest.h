@@ -13,17 +13,17 @@
 namespace store {
 
 enum class IngestOutcome {
-  kStored,       // a new run, read and extracted with success
-  kStoredFailed, // a new run stored with its problem: unreadable, or an extraction status
-  kSkipped,      // this path with this content is already stored
-  kStoreFailed,  // the store refused the run: nothing of it is stored (status says why)
+  kStored,        // a new run, read and extracted with success
+  kStoredFailed,  // a new run stored with its problem: unreadable, or an extraction status
+  kSkipped,       // this path with this content is already stored
+  kStoreFailed,   // the store refused the run: nothing of it is stored (status says why)
 };
 
 struct IngestResult {
   IngestOutcome outcome = IngestOutcome::kStored;
   StoreStatus status;
-  std::string path;     // as stored
-  std::string program;  // empty when skipped before it was extracted
+  std::string path;                    // as stored
+  std::string program;                 // empty when skipped before it was extracted
   std::optional<std::string> verdict;  // "pass", "fail"; absent when skipped or unreadable
   std::string status_name;             // the extraction status, or "unreadable"
 };

@@ -45,8 +45,7 @@ std::string kind_with_axis(const mtrToolpathResult& result) {
     axis = kptResultNames::axis(static_cast<const mtrSurfaceFeature&>(result).axis());
   } else if (result.kind() == mtrResultPerpendicularDistance) {
     kind = "wall/channel";
-    axis = kptResultNames::axis(
-        static_cast<const mtrPerpendicularDistanceFeature&>(result).axis());
+    axis = kptResultNames::axis(static_cast<const mtrPerpendicularDistanceFeature&>(result).axis());
   }
   if (axis != nullptr) {
     kind += ' ';
@@ -125,8 +124,8 @@ RunRecord RunRecord::from_input(const std::string& path, const kptInputFile& inp
   if (!input.ok()) {
     record.status_name = "unreadable";
     record.status_code = -1;
-    record.program = options.program.empty() ? program_of(path, record.references)
-                                             : options.program;
+    record.program =
+        options.program.empty() ? program_of(path, record.references) : options.program;
     return record;
   }
 
@@ -176,8 +175,8 @@ RunRecord RunRecord::from_input(const std::string& path, const kptInputFile& inp
       row.result = index;
       row.kind = kptResultNames::kind(result.kind());
       row.toolpath = static_cast<std::int32_t>(result.id());
-      row.instance = result.pattern_instance() ? static_cast<std::int32_t>(*result.pattern_instance())
-                                               : -1;
+      row.instance =
+          result.pattern_instance() ? static_cast<std::int32_t>(*result.pattern_instance()) : -1;
       if (print.form() == mtrInspectionPrintData::kComponentFeature) {
         row.component = static_cast<std::int32_t>(print.component_number());
         row.feature = static_cast<std::int32_t>(print.feature_number());

@@ -1,6 +1,7 @@
 // RunRecord: one results file as the run store keeps it: where it came from, its content hash, the
 // program it belongs to, the extraction's outcome and verdict, and its feature checks and points
-// as rows. Built once from the reader and the inspection rules; every back end writes the same rows.
+// as rows. Built once from the reader and the inspection rules; every back end writes the same
+// rows.
 //
 //   const RunRecord record = RunRecord::from_file("/share/m1/part 17.txt", {});
 //   store->add_run(record);
@@ -33,14 +34,14 @@ struct RecordOptions {
 
 // The header references of a run; absent when the file had no such line.
 struct RunReferences {
-  std::optional<std::string> results_file_version, settings_filename, cad_filename,
-      cldata_filename, document_id, document_version, model_version;
+  std::optional<std::string> results_file_version, settings_filename, cad_filename, cldata_filename,
+      document_id, document_version, model_version;
 };
 
 // One feature quantity of one run, as the inspection rules judged it.
 struct CheckRow {
-  std::int32_t result = 0;     // 0-based index of the feature in the run's results
-  std::string kind;            // "circle", "surface", ...
+  std::int32_t result = 0;  // 0-based index of the feature in the run's results
+  std::string kind;         // "circle", "surface", ...
   std::int32_t toolpath = 0;
   std::int32_t instance = -1;  // -1 when the feature has no pattern instance
   std::int32_t component = -1, feature = -1;
@@ -88,18 +89,18 @@ class RunRecord {
   static RunRecord from_input(const std::string& path, const kptInputFile& input,
                               const RecordOptions& options);
 
-  std::string path;         // absolute and normal where the file system allows; "-" for stdin
-  std::string sha256;       // 64 lower-case hex digits of the content
+  std::string path;    // absolute and normal where the file system allows; "-" for stdin
+  std::string sha256;  // 64 lower-case hex digits of the content
   std::optional<std::string> file_time;  // the file's modification time, ISO 8601 UTC
   std::string ingest_time;               // when the record was made, ISO 8601 UTC
   std::string program;
-  std::string units;                         // "mm" or "in"
+  std::string units;  // "mm" or "in"
   kptInputProblem input_problem = kptInputReadable;
-  std::int32_t status_code = 0;              // the extraction status
-  std::string status_name;                   // "success", "missing_end", ...; "unreadable"
+  std::int32_t status_code = 0;  // the extraction status
+  std::string status_name;       // "success", "missing_end", ...; "unreadable"
   // "pass" (nothing out of tolerance) or "fail"; absent for an unreadable file or no results.
   std::optional<std::string> verdict;
-  std::optional<std::string> results_file;   // the last RESULTSFILE record
+  std::optional<std::string> results_file;  // the last RESULTSFILE record
   std::int64_t results = 0, probe_paths = 0, features = 0, points = 0;
   std::int64_t checks_in = 0, checks_out = 0, checks_not_toleranced = 0;
   std::int64_t points_within = 0, points_outside = 0, points_unmeasured = 0;

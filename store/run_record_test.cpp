@@ -63,8 +63,7 @@ TEST(RunRecord, ProgramFromClDataThenCadThenFolder) {
 }
 
 TEST(RunRecord, HashIsTheContentsSha256) {
-  EXPECT_EQ(content_sha256(""),
-            "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+  EXPECT_EQ(content_sha256(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
   EXPECT_EQ(content_sha256("abc"),
             "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
 }

@@ -26,15 +26,15 @@ inline constexpr int kSchemaVersion = 1;
 
 enum class StoreProblem {
   kNone = 0,
-  kBadUrl,          // the URL names no back end this build has
-  kCannotOpen,      // the file cannot be opened or made (missing folder, no permission)
-  kNotAStore,       // a file or database that holds something else
-  kNewerSchema,     // written by a newer cncprobe
-  kReadOnly,        // opened, but may not be written
-  kFull,            // the disk or the database is full
-  kUnreachable,     // the server does not answer
-  kRefused,         // the server refused the connection (password, role, database)
-  kFailed,          // any other database error
+  kBadUrl,       // the URL names no back end this build has
+  kCannotOpen,   // the file cannot be opened or made (missing folder, no permission)
+  kNotAStore,    // a file or database that holds something else
+  kNewerSchema,  // written by a newer cncprobe
+  kReadOnly,     // opened, but may not be written
+  kFull,         // the disk or the database is full
+  kUnreachable,  // the server does not answer
+  kRefused,      // the server refused the connection (password, role, database)
+  kFailed,       // any other database error
 };
 
 struct StoreStatus {

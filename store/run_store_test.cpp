@@ -190,8 +190,7 @@ TEST(SqliteStore, RefusesWhatIsNoStore) {
     EXPECT_EQ(status.message.find('\n'), std::string::npos);
   }
   std::ifstream notes(base + "/notes.txt");
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(notes), {}).substr(0, 14),
-            "not a database");
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(notes), {}).substr(0, 14), "not a database");
 }
 
 }  // namespace

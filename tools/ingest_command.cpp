@@ -93,9 +93,9 @@ int run_ingest(const IngestOptions& options, Output& out) {
     if (terminal) draw_progress(counts);
   }
   if (terminal) std::fputc('\n', stderr);
-  out.write("ingest: " + std::to_string(counts.files) + " files, " +
-            std::to_string(counts.stored) + " stored, " + std::to_string(counts.skipped) +
-            " skipped, " + std::to_string(counts.failed) + " failed\n");
+  out.write("ingest: " + std::to_string(counts.files) + " files, " + std::to_string(counts.stored) +
+            " stored, " + std::to_string(counts.skipped) + " skipped, " +
+            std::to_string(counts.failed) + " failed\n");
   return counts.failed == 0 ? kExitSuccess : kExitProblem;
 }
 

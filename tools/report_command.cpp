@@ -9,9 +9,11 @@
 #include <vector>
 
 #include "cncprobe/foundation/input_file.h"
-#include "store/run_store.h"
 #include "tools/commands.h"
+#if defined(CNCPROBE_HAVE_STORE)
+#include "store/run_store.h"
 #include "tools/stored_trend.h"
+#endif
 #include "tools/report/report_data.h"
 #include "tools/report/report_page.h"
 
@@ -34,7 +36,7 @@ kptInputFile read_input(const std::string& file) {
 }
 
 // Writes the page to options.output; false (after one error line) when it cannot be written.
-bool write_page(const ReportPage& page, const std::string& output) {
+[[maybe_unused]] bool write_page(const ReportPage& page, const std::string& output) {
   std::FILE* stream = open_for_writing(output);
   if (!stream) {
     error_line(output + ": cannot be written");
@@ -58,6 +60,11 @@ int run_stored_trend(ReportOptions& options, Output& out) {
     error_line("report: a trend of stored runs takes --db URL and --program NAME, and no files");
     return kExitUsage;
   }
+#if !defined(CNCPROBE_HAVE_STORE)
+  (void)out;
+  error_line("report: this build of cncprobe has no run store");
+  return kExitUsage;
+#else
   if (options.output.empty()) options.output = "trend.html";
   const SettingsOutcome settings = read_settings(options);
   store::StoreStatus status;
@@ -83,6 +90,7 @@ int run_stored_trend(ReportOptions& options, Output& out) {
     return kExitProblem;
   }
   return data.extraction_succeeded ? kExitSuccess : kExitProblem;
+#endif
 }
 
 }  // namespace

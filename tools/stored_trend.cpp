@@ -36,8 +36,9 @@ bool stored_trend(store::RunStore& runs, const std::string& program, std::int64_
   for (const store::StoredRun& run : found) {
     column.emplace(run.id, ids.size());
     ids.push_back(run.id);
-    trend.runs.push_back({run.path, run.results_file.value_or(std::string()), run.file_time.value_or(std::string()),
-                          run.status_name, run.verdict && *run.verdict == "pass"});
+    trend.runs.push_back({run.path, run.results_file.value_or(std::string()),
+                          run.file_time.value_or(std::string()), run.status_name,
+                          run.verdict && *run.verdict == "pass"});
     trend.all_succeeded = trend.all_succeeded && run.status_code == 0;
   }
   const std::size_t n = ids.size();
@@ -50,7 +51,9 @@ bool stored_trend(store::RunStore& runs, const std::string& program, std::int64_
       // The series key ends with the quantity's name; the page names the feature before it.
       std::string item = c.series;
       if (item.size() > c.quantity.size() + 1) item.resize(item.size() - c.quantity.size() - 1);
-      trend.features.push_back({item, c.quantity, quantity_label(c.quantity),
+      trend.features.push_back({item,
+                                c.quantity,
+                                quantity_label(c.quantity),
                                 {c.lower_limit, c.upper_limit},
                                 std::vector<double>(n, std::nan(""))});
     }
@@ -70,7 +73,10 @@ bool stored_trend(store::RunStore& runs, const std::string& program, std::int64_
         omitted[p.label] = true;
         continue;
       }
-      trend.points.push_back({p.label, "deviation", "deviation", {p.lower_limit, p.upper_limit},
+      trend.points.push_back({p.label,
+                              "deviation",
+                              "deviation",
+                              {p.lower_limit, p.upper_limit},
                               std::vector<double>(n, std::nan(""))});
     }
     if (p.deviation) trend.points[it->second].values[column[p.run]] = *p.deviation;

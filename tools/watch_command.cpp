@@ -132,9 +132,10 @@ int run_watch(const WatchOptions& options, Output& out) {
         return kExitStore;
       }
       if (result.outcome == store::IngestOutcome::kSkipped) continue;
-      std::string verdict = result.verdict ? (*result.verdict == "pass" ? "PASS" : "FAIL")
-                                           : "UNREADABLE";
-      if (result.status_name != "success" && result.verdict) verdict += " (" + result.status_name + ")";
+      std::string verdict =
+          result.verdict ? (*result.verdict == "pass" ? "PASS" : "FAIL") : "UNREADABLE";
+      if (result.status_name != "success" && result.verdict)
+        verdict += " (" + result.status_name + ")";
       const std::vector<std::string> fired = drift_rules_fired(*runs, result.program);
       std::string line = store::now_utc() + "  " + printable_text(file) + "  " +
                          printable_text(result.program) + "  " + verdict;
@@ -182,8 +183,7 @@ void add_watch_command(CLI::App& app, CommandSet& commands) {
   add_units_option(*watch, options->units, "The units the files are written in (default mm)");
   watch->add_option("--program", options->program,
                     "The program the runs belong to (default: from each file)");
-  commands.add(watch,
-               "watch    DIR...   --db URL [--interval 2s] [--settle 5s] [--on-alarm CMD]",
+  commands.add(watch, "watch    DIR...   --db URL [--interval 2s] [--settle 5s] [--on-alarm CMD]",
                [options](Output& out) { return run_watch(*options, out); });
 }
 

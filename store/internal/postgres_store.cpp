@@ -319,8 +319,9 @@ class PostgresStore final : public RunStore {
 
 bool PostgresStore::prepare(bool for_writing, StoreStatus& status) {
   PQclear(PQexec(connection_, "SET client_min_messages = warning"));
-  Result version = exec("SELECT to_regclass('schema_version') IS NOT NULL, "
-                        "to_regclass('runs') IS NOT NULL");
+  Result version = exec(
+      "SELECT to_regclass('schema_version') IS NOT NULL, "
+      "to_regclass('runs') IS NOT NULL");
   if (!version.ok()) return fail(version, status);
   bool has_version = version.text(0, 0) == "t";
   if (!has_version) {
@@ -360,9 +361,9 @@ bool PostgresStore::prepare(bool for_writing, StoreStatus& status) {
   if (!found.ok()) return fail(found, status);
   const std::int64_t schema = found.null(0, 0) ? 0 : found.integer(0, 0);
   if (schema > kSchemaVersion) {
-    status = {StoreProblem::kNewerSchema,
-              "the store was written by a newer cncprobe (schema " + std::to_string(schema) +
-                  ", this one knows " + std::to_string(kSchemaVersion) + ")"};
+    status = {StoreProblem::kNewerSchema, "the store was written by a newer cncprobe (schema " +
+                                              std::to_string(schema) + ", this one knows " +
+                                              std::to_string(kSchemaVersion) + ")"};
     return false;
   }
   if (schema < 1) {
@@ -393,8 +394,7 @@ std::optional<std::int64_t> PostgresStore::program_id(const std::string& name,
 bool PostgresStore::end_copy(CopyRows& rows, StoreStatus& status) {
   const bool sent = rows.flush();
   if (PQputCopyEnd(connection_, sent ? nullptr : "the rows could not be sent") != 1) {
-    status = {StoreProblem::kUnreachable,
-              "the store: " + first_line(PQerrorMessage(connection_))};
+    status = {StoreProblem::kUnreachable, "the store: " + first_line(PQerrorMessage(connection_))};
     return false;
   }
   bool ok = true;
@@ -688,8 +688,8 @@ bool PostgresStore::save_limits(const std::string& program, const std::string& d
   }
   Params p;
   p.integer(*id).text(now_utc()).text(document);
-  Result added = run(
-      "INSERT INTO control_limits (program_id, saved_time, document) VALUES ($1, $2, $3)", p);
+  Result added =
+      run("INSERT INTO control_limits (program_id, saved_time, document) VALUES ($1, $2, $3)", p);
   if (!added.ok()) {
     fail(added, status);
     rollback();
@@ -735,8 +735,7 @@ std::unique_ptr<RunStore> open_postgres_store(const std::string& conninfo, bool 
                          reason.find("no pg_hba.conf entry") != std::string::npos;
     status = {refused ? StoreProblem::kRefused : StoreProblem::kUnreachable,
               std::string("the store: ") +
-                  (refused ? "the server refused the connection: "
-                           : "cannot reach the server: ") +
+                  (refused ? "the server refused the connection: " : "cannot reach the server: ") +
                   reason};
     PQfinish(connection);
     return nullptr;

@@ -252,9 +252,9 @@ bool SqliteStore::prepare(bool for_writing, StoreStatus& status) {
     return false;
   }
   if (found > kSchemaVersion) {
-    status = {StoreProblem::kNewerSchema,
-              "the store was written by a newer cncprobe (schema " + std::to_string(found) +
-                  ", this one knows " + std::to_string(kSchemaVersion) + ")"};
+    status = {StoreProblem::kNewerSchema, "the store was written by a newer cncprobe (schema " +
+                                              std::to_string(found) + ", this one knows " +
+                                              std::to_string(kSchemaVersion) + ")"};
     return false;
   }
   if (found < 1) {
@@ -561,9 +561,9 @@ bool SqliteStore::save_limits(const std::string& program, const std::string& doc
     rollback();
     return false;
   }
-  Statement& s = statement(
-      add_limits_,
-      "INSERT INTO control_limits (program_id, saved_time, document) VALUES (?, ?, ?)");
+  Statement& s =
+      statement(add_limits_,
+                "INSERT INTO control_limits (program_id, saved_time, document) VALUES (?, ?, ?)");
   const std::string saved = now_utc();
   const int code = s.reset().integer(*id).text(saved).text(document).step();
   s.reset();
@@ -598,8 +598,8 @@ WHERE p.name = ? ORDER BY l.saved_time DESC, l.id DESC LIMIT 1)sql");
 std::unique_ptr<RunStore> open_sqlite_store(const std::string& path, bool for_writing,
                                             StoreStatus& status) {
   sqlite3* db = nullptr;
-  const int flags = SQLITE_OPEN_READWRITE | (for_writing ? SQLITE_OPEN_CREATE : 0) |
-                    SQLITE_OPEN_NOMUTEX;
+  const int flags =
+      SQLITE_OPEN_READWRITE | (for_writing ? SQLITE_OPEN_CREATE : 0) | SQLITE_OPEN_NOMUTEX;
   const int code = sqlite3_open_v2(path.c_str(), &db, flags, nullptr);
   if (code != SQLITE_OK) {
     status = {problem_of(code), path + ": " + (db ? sqlite3_errmsg(db) : "cannot be opened")};

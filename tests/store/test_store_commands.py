@@ -59,3 +59,22 @@ def test_runs_lists_and_filters(tool, store_url, tmp_path):
         assert len(json.loads(done.stdout)["runs"]) == expected, args
     bad = run_tool(tool, "runs", "--db", store_url, "--since", "last monday")
     assert bad.returncode == 2 and bad.stderr.startswith(b"cncprobe: ")
+
+
+def test_frames_equal_the_extraction_and_dask_reads_postgresql(tool, store_url):
+    import cncprobe
+    import pandas as pd
+
+    import cncprobe.store
+
+    assert run_tool(tool, "ingest", BRACKET, "--db", store_url).returncode == 0
+    points, checks = cncprobe.extract(BRACKET).to_pandas()
+    stored_points = cncprobe.store.points(store_url, program="bracket_op20_probe")
+    stored_checks = cncprobe.store.checks(store_url, program="bracket_op20_probe")
+    pd.testing.assert_frame_equal(stored_points.drop(columns="run"), points)
+    pd.testing.assert_frame_equal(stored_checks.drop(columns=["run", "program", "series"]), checks)
+    if store_url.startswith("postgresql"):
+        import cncprobe.dask
+
+        frame = cncprobe.dask.read_store(store_url, "points", npartitions=2).compute()
+        assert sorted(frame["label"]) == sorted(points["label"])
