@@ -132,10 +132,9 @@ int run_watch(const WatchOptions& options, Output& out) {
         return kExitStore;
       }
       if (result.outcome == store::IngestOutcome::kSkipped) continue;
-      std::string verdict =
-          result.verdict ? (*result.verdict == "pass" ? "PASS" : "FAIL") : "UNREADABLE";
-      if (result.status_name != "success" && result.verdict)
-        verdict += " (" + result.status_name + ")";
+      // PASS or FAIL; a file without a verdict says why (unreadable, no results).
+      std::string verdict = !result.verdict ? "-" : *result.verdict == "pass" ? "PASS" : "FAIL";
+      if (result.status_name != "success") verdict += " (" + result.status_name + ")";
       const std::vector<std::string> fired = drift_rules_fired(*runs, result.program);
       std::string line = store::now_utc() + "  " + printable_text(file) + "  " +
                          printable_text(result.program) + "  " + verdict;

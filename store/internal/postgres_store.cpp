@@ -8,6 +8,7 @@
 
 #include <libpq-fe.h>
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -146,7 +147,9 @@ class CopyRows {
   explicit CopyRows(PGconn* connection) : connection_(connection) {}
   void integer(std::int64_t value) {
     separate();
-    buffer_ += std::to_string(value);
+    char text[24];
+    const std::to_chars_result end = std::to_chars(text, text + sizeof text, value);
+    buffer_.append(text, end.ptr);
   }
   void real(double value) {
     separate();
@@ -155,9 +158,10 @@ class CopyRows {
     } else if (std::isinf(value)) {
       buffer_ += value > 0 ? "Infinity" : "-Infinity";
     } else {
+      // The shortest text that reads back to the same double.
       char text[32];
-      std::snprintf(text, sizeof text, "%.17g", value);
-      buffer_ += text;
+      const std::to_chars_result end = std::to_chars(text, text + sizeof text, value);
+      buffer_.append(text, end.ptr);
     }
   }
   void real(const std::optional<double>& value) { real(value ? *value : std::nan("")); }
