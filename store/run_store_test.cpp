@@ -123,8 +123,8 @@ TEST_P(RunStoreTest, HostileTextReadsBackExactly) {
   RecordOptions options;
   RunRecord record = RunRecord::from_file(file, options);
   // A program named with NULs and bytes that are not UTF-8 (as --program or a reference could).
-  record.program = unique_name(std::string("NUL\0'\"; DROP TABLE runs; --\xC3\x28", 31).c_str());
-  record.program.push_back('\0');
+  static constexpr char kProgram[] = "NUL\0'\"; DROP TABLE runs; --\xC3\x28";
+  record.program = std::string(kProgram, sizeof kProgram - 1) + unique_name("") + '\0';
   ASSERT_EQ(runs_->add_run(record, status_), AddOutcome::kStored) << status_.message;
 
   RunFilter filter;

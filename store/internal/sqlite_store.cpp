@@ -2,7 +2,12 @@
 // ingests take turns (the busy timeout) instead of failing.
 #include <sqlite3.h>
 
+#if !defined(_WIN32)
+#include <unistd.h>
+#endif
+
 #include <cmath>
+#include <filesystem>
 #include <string>
 #include <utility>
 
@@ -156,6 +161,7 @@ class SqliteStore final : public RunStore {
   bool prepare(bool for_writing, StoreStatus& status);
 
   bool has_run(const std::string& path, const std::string& sha256, StoreStatus& status) override {
+    status = {};
     Statement& s = statement(has_run_, "SELECT 1 FROM runs WHERE path = ? AND sha256 = ?");
     s.reset().text(path).text(sha256);
     const int code = s.step();
@@ -597,12 +603,13 @@ WHERE p.name = ? ORDER BY l.saved_time DESC, l.id DESC LIMIT 1)sql");
 
 }  // namespace
 
-std::unique_ptr<RunStore> open_sqlite_store(const std::string& path, bool for_writing,
-                                            StoreStatus& status) {
+namespace {
+
+// Opens `name` with `flags` and readies the store; null with `status` set on failure.
+std::unique_ptr<RunStore> open_file(const std::string& path, const std::string& name, int flags,
+                                    bool for_writing, StoreStatus& status) {
   sqlite3* db = nullptr;
-  const int flags =
-      SQLITE_OPEN_READWRITE | (for_writing ? SQLITE_OPEN_CREATE : 0) | SQLITE_OPEN_NOMUTEX;
-  const int code = sqlite3_open_v2(path.c_str(), &db, flags, nullptr);
+  const int code = sqlite3_open_v2(name.c_str(), &db, flags | SQLITE_OPEN_NOMUTEX, nullptr);
   if (code != SQLITE_OK) {
     status = {problem_of(code), path + ": " + (db ? sqlite3_errmsg(db) : "cannot be opened")};
     if ((code & 0xff) == SQLITE_CANTOPEN) {
@@ -615,6 +622,47 @@ std::unique_ptr<RunStore> open_sqlite_store(const std::string& path, bool for_wr
   if (!store->prepare(for_writing, status)) {
     status.message = path + ": " + status.message;
     return nullptr;
+  }
+  return store;
+}
+
+bool exists(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::exists(path, error);
+}
+
+}  // namespace
+
+std::unique_ptr<RunStore> open_sqlite_store(const std::string& path, bool for_writing,
+                                            StoreStatus& status) {
+#if !defined(_WIN32)
+  // A store on a read-only medium, or without write permission, cannot take runs: say so
+  // before SQLite fails to make its log beside it.
+  if (for_writing && exists(path) && ::access(path.c_str(), W_OK) != 0) {
+    status = {StoreProblem::kReadOnly, path + ": the store is read-only"};
+    return nullptr;
+  }
+#endif
+  if (for_writing) {
+    return open_file(path, path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, true, status);
+  }
+  std::unique_ptr<RunStore> store = open_file(path, path, SQLITE_OPEN_READONLY, false, status);
+  if (!store && status.problem == StoreProblem::kCannotOpen && exists(path)) {
+    // A store on a read-only medium: nothing can change it, so it is read as immutable, without
+    // the shared memory a reader otherwise makes beside it.
+    std::string uri = "file:";
+    for (const char c : path) {
+      if (c == '%' || c == '?' || c == '#') {
+        static constexpr char kHex[] = "0123456789ABCDEF";
+        uri += '%';
+        uri += kHex[static_cast<unsigned char>(c) >> 4];
+        uri += kHex[c & 15];
+      } else {
+        uri += c;
+      }
+    }
+    uri += "?immutable=1";
+    store = open_file(path, uri, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, false, status);
   }
   return store;
 }

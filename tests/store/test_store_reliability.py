@@ -152,7 +152,7 @@ def test_unusable_sqlite_store_is_one_line(tool, tmp_path, case):
     elif case == "read-only":
         assert run_tool(tool, "ingest", BRACKET, "--db", store).returncode == 0
         if os.geteuid() == 0:
-            pytest.skip("root writes read-only files; the full-disk case covers a refused write")
+            pytest.skip("root writes read-only files: test_read_only_mount covers it")
         store.chmod(stat.S_IRUSR)
     else:
         command = "runs"
@@ -173,6 +173,19 @@ def small_tmpfs(tmp_path):
         pytest.skip("tmpfs cannot be mounted here")
     yield mount
     subprocess.run(["umount", str(mount)], check=False)
+
+
+def test_read_only_mount(tool, small_tmpfs):
+    store = small_tmpfs / "runs.sqlite"
+    assert run_tool(tool, "ingest", BRACKET, "--db", store).returncode == 0
+    assert subprocess.run(["mount", "-o", "remount,ro", str(small_tmpfs)]).returncode == 0
+    other = BRACKET.read_bytes() + b"( ANOTHER PART )\n"
+    done = subprocess.run([tool, "ingest", "-", "--db", str(store)], input=other,
+                          capture_output=True, check=False)
+    assert "read-only" in one_error_line(done, 5)
+    listed = run_tool(tool, "runs", "--db", store, "--format", "json")
+    assert listed.returncode == 0, listed.stderr  # still readable
+    assert len(__import__("json").loads(listed.stdout)["runs"]) == 1
 
 
 def test_full_disk_stores_nothing_half(tool, tmp_path, small_tmpfs):
