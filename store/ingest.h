@@ -1,6 +1,6 @@
 // Ingest: results files into a run store, one transaction per run, each file stored once.
 //
-//   store::IngestResult result = store::ingest_file(*runs, "/share/m1/part 17.txt", {});
+//   store::IngestResult result = store::ingest_file(*runs, "/share/m1/run 17.txt", {});
 //   if (result.outcome == store::IngestOutcome::kStoreFailed) stop(result.status.message);
 #pragma once
 

@@ -3,7 +3,7 @@
 // as rows. Built once from the reader and the inspection rules; every back end writes the same
 // rows.
 //
-//   const RunRecord record = RunRecord::from_file("/share/m1/part 17.txt", {});
+//   const RunRecord record = RunRecord::from_file("/share/m1/run 17.txt", {});
 //   store->add_run(record);
 #pragma once
 

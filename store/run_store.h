@@ -6,7 +6,7 @@
 //   store::StoreStatus status;
 //   std::unique_ptr<store::RunStore> runs = store::RunStore::open("runs.sqlite", status);
 //   if (!runs) return fail(status.message);
-//   const store::RunRecord record = store::RunRecord::from_file("part 17.txt", {});
+//   const store::RunRecord record = store::RunRecord::from_file("run 17.txt", {});
 //   if (runs->add_run(record, status) == store::AddOutcome::kStored) ...
 #pragma once
 

@@ -99,9 +99,9 @@ class Statement {
   explicit operator bool() const noexcept { return statement_ != nullptr; }
   sqlite3_stmt* get() const noexcept { return statement_; }
 
+  // Every parameter is bound anew before each step, so the old bindings need no clearing.
   Statement& reset() {
     sqlite3_reset(statement_);
-    sqlite3_clear_bindings(statement_);
     next_ = 1;
     return *this;
   }
@@ -125,7 +125,7 @@ class Statement {
   }
   Statement& real(const std::optional<double>& value) { return value ? real(*value) : null(); }
   Statement& null() {
-    ++next_;  // bindings were cleared: NULL
+    sqlite3_bind_null(statement_, next_++);
     return *this;
   }
   // SQLITE_ROW, SQLITE_DONE or an error code.
