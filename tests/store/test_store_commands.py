@@ -5,7 +5,7 @@ import json
 import os
 import re
 
-from conftest import BRACKET, run_tool
+from conftest import BRACKET, ROOT, run_tool
 
 
 def page_data(path):
@@ -53,10 +53,15 @@ def test_runs_lists_and_filters(tool, store_url, tmp_path):
         (["--program", "OP20", "--last", "1"], 1),
         (["--program", "nothing"], 0),
     ]
+    import jsonschema
+
+    schema = json.loads((ROOT / "docs" / "schema" / "runs.schema.json").read_text())
     for args, expected in cases:
         done = run_tool(tool, "runs", "--db", store_url, "--format", "json", *args)
         assert done.returncode == 0, done.stderr
-        assert len(json.loads(done.stdout)["runs"]) == expected, args
+        document = json.loads(done.stdout)
+        jsonschema.validate(document, schema)
+        assert len(document["runs"]) == expected, args
     bad = run_tool(tool, "runs", "--db", store_url, "--since", "last monday")
     assert bad.returncode == 2 and bad.stderr.startswith(b"cncprobe: ")
 
