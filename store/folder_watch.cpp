@@ -6,6 +6,7 @@
 #include <set>
 #include <system_error>
 
+#include "store/internal/utf8_path.h"
 #include "store/run_record.h"
 
 namespace store {
@@ -26,7 +27,7 @@ std::vector<std::string> FolderWatch::poll(std::chrono::steady_clock::time_point
          !error && it != end; it.increment(error)) {
       std::error_code file_error;
       if (!it->is_regular_file(file_error)) continue;
-      const std::string path = it->path().string();
+      const std::string path = utf8_of(it->path());
       if (std::find(skip_.begin(), skip_.end(), stored_path(path)) != skip_.end()) continue;
       const std::uintmax_t size = it->file_size(file_error);
       if (file_error) continue;

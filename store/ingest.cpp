@@ -6,6 +6,8 @@
 #include <iostream>
 #include <system_error>
 
+#include "store/internal/utf8_path.h"
+
 namespace store {
 
 IngestResult ingest_file(RunStore& runs, const std::string& path, const RecordOptions& options) {
@@ -51,14 +53,14 @@ std::vector<std::string> files_to_ingest(const std::vector<std::string>& names,
   };
   for (const std::string& name : names) {
     std::error_code error;
-    if (name != "-" && fs::is_directory(name, error)) {
+    if (name != "-" && fs::is_directory(path_of(name), error)) {
       std::vector<std::string> found;
       for (fs::recursive_directory_iterator
                it(name, fs::directory_options::skip_permission_denied, error),
            end;
            !error && it != end; it.increment(error)) {
         std::error_code type_error;
-        if (it->is_regular_file(type_error)) found.push_back(it->path().string());
+        if (it->is_regular_file(type_error)) found.push_back(utf8_of(it->path()));
       }
       std::sort(found.begin(), found.end());
       for (const std::string& file : found) keep(file);

@@ -25,6 +25,7 @@
 #include "cncprobe/platform/model/surface_feature.h"
 #include "cncprobe/platform/model/toolpath_result.h"
 #include "store/internal/content_hash.h"
+#include "store/internal/utf8_path.h"
 
 namespace store {
 
@@ -68,13 +69,16 @@ void for_each_result(const kptResultsDataExtractor& extractor, Fn&& fn) {
 std::optional<std::string> modification_time(const std::string& path) {
   if (path == "-") return std::nullopt;
 #if defined(_WIN32)
-  struct _stat64 info {};
-  if (_stat64(path.c_str(), &info) != 0) return std::nullopt;
+  std::error_code error;
+  const auto time = std::filesystem::last_write_time(path_of(path), error);
+  if (error) return std::nullopt;
+  const auto since_epoch = std::chrono::file_clock::to_sys(time).time_since_epoch();
+  return iso_utc(std::chrono::duration_cast<std::chrono::seconds>(since_epoch).count());
 #else
   struct stat info {};
   if (::stat(path.c_str(), &info) != 0) return std::nullopt;
-#endif
   return iso_utc(static_cast<long long>(info.st_mtime));
+#endif
 }
 
 // The last part of a path of either system, without its extension.
@@ -94,8 +98,8 @@ std::string stored_path(const std::string& path) {
   return path;  // the name as the user gave it, in UTF-8
 #else
   std::error_code error;
-  const std::filesystem::path absolute = std::filesystem::absolute(path, error);
-  return error ? path : absolute.lexically_normal().string();
+  const std::filesystem::path absolute = std::filesystem::absolute(path_of(path), error);
+  return error ? path : utf8_of(absolute.lexically_normal());
 #endif
 }
 

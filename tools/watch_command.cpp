@@ -1,6 +1,7 @@
 // cncprobe watch: polls the machines' folders and stores each results file once it is complete;
 // one line per stored run, and an alarm command for a rejected part or a drift rule that fired.
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>

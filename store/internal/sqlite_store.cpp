@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "store/internal/back_ends.h"
+#include "store/internal/utf8_path.h"
 
 namespace store {
 
@@ -628,7 +629,7 @@ std::unique_ptr<RunStore> open_file(const std::string& path, const std::string& 
 
 bool exists(const std::string& path) {
   std::error_code error;
-  return std::filesystem::exists(path, error);
+  return std::filesystem::exists(path_of(path), error);
 }
 
 }  // namespace
