@@ -18,9 +18,10 @@ using Clock = std::chrono::steady_clock;
 TEST(FolderWatch, HandsOutEachSettledStateOnce) {
   ScratchDirectory dir;
   const std::string folder = dir.path().string();
-  const std::string run = folder + "/m1/run 1.txt";
-  const std::string store_file = folder + "/runs.sqlite";
-  std::filesystem::create_directories(folder + "/m1");
+  // Names as the folder walk makes them, with the system's own separator.
+  const std::string run = (dir.path() / "m1" / "run 1.txt").string();
+  const std::string store_file = (dir.path() / "runs.sqlite").string();
+  std::filesystem::create_directories(dir.path() / "m1");
   std::ofstream(store_file) << "the store";
   FolderWatch watch({folder}, 5s, {stored_path(store_file)});
   const Clock::time_point t0 = Clock::now();

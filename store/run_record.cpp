@@ -94,13 +94,9 @@ std::string base_name(std::string_view path) {
 
 std::string stored_path(const std::string& path) {
   if (path == "-") return path;
-#if defined(_WIN32)
-  return path;  // the name as the user gave it, in UTF-8
-#else
   std::error_code error;
   const std::filesystem::path absolute = std::filesystem::absolute(path_of(path), error);
   return error ? path : utf8_of(absolute.lexically_normal());
-#endif
 }
 
 std::string content_sha256(std::string_view bytes) { return sha256_hex(bytes); }
