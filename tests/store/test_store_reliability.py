@@ -81,7 +81,7 @@ def test_file_written_while_watched_is_stored_once_whole(tool, store_url, tmp_pa
     alarms = tmp_path / "alarms.txt"
     hostile = tmp_path / "pwned"
     watch = subprocess.Popen(
-        [tool, "watch", str(folder), "--db", store_url, "--interval", "100ms", "--settle", "1s",
+        [tool, "watch", str(folder), "--db", store_url, "--interval", "100ms", "--settle", "3s",
          "--on-alarm", f'printf "%s|%s|%s\\n" "$CNCPROBE_FILE" "$CNCPROBE_PROGRAM" '
                        f'"$CNCPROBE_REASON" >> {alarms}'],
         stdout=subprocess.PIPE, stderr=subprocess.PIPE, cwd=tmp_path)
