@@ -33,6 +33,7 @@ inline constexpr int kExitProblem = 1;     // done, output printed, the outcome 
 inline constexpr int kExitUsage = 2;       // unknown command or option, missing argument
 inline constexpr int kExitUnreadable = 3;  // the input file cannot be read
 inline constexpr int kExitFailure = 4;     // the tool itself failed (out of memory, output refused)
+inline constexpr int kExitStore = 5;       // the run store cannot be opened, read or written
 
 // kJsonLines: one JSON document per line (extract).
 enum class Format { kText, kJson, kJsonLines };
@@ -87,6 +88,12 @@ void add_refs_command(CLI::App& app, CommandSet& commands);
 void add_settings_command(CLI::App& app, CommandSet& commands);
 void add_report_command(CLI::App& app, CommandSet& commands);
 void add_trend_command(CLI::App& app, CommandSet& commands);
+// The run store's commands (tools/ingest_command.cpp, runs_command.cpp, watch_command.cpp).
+void add_ingest_command(CLI::App& app, CommandSet& commands);
+void add_runs_command(CLI::App& app, CommandSet& commands);
+void add_watch_command(CLI::App& app, CommandSet& commands);
+// --db URL, required: the run store.
+void add_db_option(CLI::App& command, std::string& url);
 
 // Options every command spells alike.
 // FILE, required; `description` says what it is.

@@ -39,13 +39,19 @@ int run(int argc, char** argv) {
   tool::add_settings_command(app, commands);
   tool::add_report_command(app, commands);
   tool::add_trend_command(app, commands);
+#if defined(CNCPROBE_HAVE_STORE)
+  tool::add_ingest_command(app, commands);
+  tool::add_runs_command(app, commands);
+  tool::add_watch_command(app, commands);
+#endif
 
   const std::string usage = commands.usage();
-  app.footer(
-      "\n" + usage +
-      "\nExit codes: 0 success, 1 the file was read but reports a problem, 2 usage error,\n"
-      "3 the input cannot be read, 4 the tool itself failed (out of memory, output refused);\n"
-      "with several files, the worst of them (3, then 1, then 0).");
+  app.footer("\n" + usage +
+             "\nExit codes: 0 success, 1 the file was read but reports a problem, 2 usage error,\n"
+             "3 the input cannot be read, 4 the tool itself failed (out of memory, output "
+             "refused),\n5 the run store cannot be used; with several files, the worst of them (3, "
+             "then 1,\n"
+             "then 0).");
   if (argc < 2) {
     error_line("a command is needed: " + commands.names());
     std::fputs(usage.c_str(), stderr);

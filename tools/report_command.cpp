@@ -10,6 +10,10 @@
 
 #include "cncprobe/foundation/input_file.h"
 #include "tools/commands.h"
+#if defined(CNCPROBE_HAVE_STORE)
+#include "store/run_store.h"
+#include "tools/stored_trend.h"
+#endif
 #include "tools/report/report_data.h"
 #include "tools/report/report_page.h"
 
@@ -31,9 +35,72 @@ kptInputFile read_input(const std::string& file) {
   return kptInputFile::read(utString(std::string_view(file)));
 }
 
+// Writes the page to options.output; false (after one error line) when it cannot be written.
+[[maybe_unused]] bool write_page(const ReportPage& page, const std::string& output) {
+  std::FILE* stream = open_for_writing(output);
+  if (!stream) {
+    error_line(output + ": cannot be written");
+    return false;
+  }
+  {
+    Output page_out(stream);
+    write_report_page(page, page_out);
+    page_out.flush();
+  }
+  if (std::fclose(stream) != 0) {
+    error_line(output + ": cannot be written");
+    return false;
+  }
+  return true;
+}
+
+// The trend report of a program's stored runs.
+int run_stored_trend(ReportOptions& options, Output& out) {
+  if (options.db.empty() || options.program.empty() || !options.files.empty()) {
+    error_line("report: a trend of stored runs takes --db URL and --program NAME, and no files");
+    return kExitUsage;
+  }
+#if !defined(CNCPROBE_HAVE_STORE)
+  (void)out;
+  error_line("report: this build of cncprobe has no run store");
+  return kExitUsage;
+#else
+  if (options.output.empty()) options.output = "trend.html";
+  const SettingsOutcome settings = read_settings(options);
+  store::StoreStatus status;
+  const std::unique_ptr<store::RunStore> runs = store::RunStore::open(options.db, status, false);
+  TrendData trend;
+  if (!runs || !stored_trend(*runs, options.program, options.last, trend, status)) {
+    error_line(status.message);
+    return kExitStore;
+  }
+  if (trend.runs.empty()) {
+    error_line("report: the store holds no runs of " + options.program);
+    return kExitProblem;
+  }
+  const ReportData data = trend_report_data(options, settings, trend);
+  ReportPage page{data.title, "trend", options.generator, {}};
+  page.write_data = [&data](Output& page_out) { page_out.write(data.json); };
+  if (!write_page(page, options.output)) return kExitFailure;
+  out.write(options.output);
+  out.write('\n');
+  if (!settings.problem.empty()) {
+    error_line(options.settings_file + ": " + settings.problem +
+               "; the default settings were used");
+    return kExitProblem;
+  }
+  return data.extraction_succeeded ? kExitSuccess : kExitProblem;
+#endif
+}
+
 }  // namespace
 
 int run_report(ReportOptions options, Output& out) {
+  if (!options.db.empty() || !options.program.empty()) return run_stored_trend(options, out);
+  if (options.files.empty()) {
+    error_line("report: a results file is needed, or --db URL --program NAME");
+    return kExitUsage;
+  }
   const bool trend = options.files.size() > 1;
   if (options.baseline != 0 && (options.baseline < 2 || options.baseline > options.files.size())) {
     error_line("report: --baseline takes 2 to " + std::to_string(options.files.size()) +
@@ -128,10 +195,8 @@ void add_report_command(CLI::App& app, CommandSet& commands) {
   options->generator = std::string("cncprobe ") + CNCPROBE_TOOL_VERSION;
   CLI::App* report = app.add_subcommand(
       "report", "Write a self-contained HTML inspection report (several runs: a trend report)");
-  report
-      ->add_option("FILE", options->files,
-                   "The results file (- for standard input), or several runs of one program")
-      ->required();
+  report->add_option("FILE", options->files,
+                     "The results file (- for standard input), or several runs of one program");
   add_units_option(*report, options->units, "The units the files were written in (default mm)");
   report->add_option("--settings", options->settings_file,
                      "Inspection settings: digits of the values and the confetti diameter");
@@ -143,9 +208,17 @@ void add_report_command(CLI::App& app, CommandSet& commands) {
       ->add_option("--true-position", *true_position,
                    "A TP tolerance read as a diametral zone (default) or a radial limit")
       ->check(CLI::IsMember({"diametral", "radial"}));
+  report->add_option("--db", options->db, "A trend of stored runs: the run store")
+      ->option_text("URL");
+  report->add_option("--program", options->program, "A trend of stored runs: the program")
+      ->option_text("NAME");
+  report->add_option("--last", options->last, "A trend of stored runs: the newest N only")
+      ->check(CLI::PositiveNumber)
+      ->option_text("N");
   commands.add(report,
                "report   FILE...  [--units mm|in] [--settings FILE.xml] [-o FILE.html]\n"
-               "                                  [--baseline N]",
+               "                                  [--baseline N]\n"
+               "         --db URL --program NAME [--last N] [--baseline N] [-o FILE.html]",
                [options, true_position](Output& out) {
                  ReportOptions chosen = *options;
                  chosen.convention = *true_position == "radial" ? kptZoneRadial : kptZoneDiametral;

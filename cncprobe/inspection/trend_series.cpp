@@ -170,3 +170,22 @@ void kptTrendSeriesSet::add_run(const kptResultsDataExtractor& extractor) {
   }
   ++runs_;
 }
+
+void kptTrendSeriesSet::add_run(const std::vector<kptTrendSeries>& entries) {
+  const std::size_t run = runs_;
+  for (kptTrendSeries& s : features_) s.values.push_back(std::nan(""));
+  for (kptTrendSeries& s : points_) s.values.push_back(std::nan(""));
+  for (const kptTrendSeries& entry : entries) {
+    const double value = entry.values.empty() ? std::nan("") : entry.values.front();
+    kptTrendSeries fresh{entry.key,       entry.item, entry.quantity, entry.label, entry.point,
+                         entry.tolerance, {}};
+    if (entry.point && !point_index_.count(entry.key) && points_.size() >= max_points_) {
+      omitted_[entry.item] = true;
+      continue;
+    }
+    kptTrendSeries& s = entry.point ? series(points_, point_index_, std::move(fresh))
+                                    : series(features_, feature_index_, std::move(fresh));
+    if (std::isfinite(value)) s.values[run] = value;
+  }
+  ++runs_;
+}

@@ -51,6 +51,10 @@ class CNCPROBE_API kptTrendSeriesSet {
 
   // Adds one run's values to every series, creating the series it is the first to have.
   void add_run(const kptResultsDataExtractor& extractor);
+  // Adds one run whose values were kept elsewhere (a run store): each entry names its series (key,
+  // item, quantity, label, point, tolerance) and holds the run's value as its one value (none or
+  // NaN: the run had none). Series are matched by key and created as the other add_run does.
+  void add_run(const std::vector<kptTrendSeries>& entries);
 
   // The runs added so far.
   std::size_t runs() const noexcept { return runs_; }

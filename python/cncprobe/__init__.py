@@ -9,7 +9,8 @@ Many files at once: ``cncprobe.extract_many(files)`` (one Extraction each) and
 ``cncprobe.read_frames(files)`` (the points and checks of all of them, two DataFrames with a
 ``file`` column); larger than memory or on a cluster: :mod:`cncprobe.dask` (``read_points``,
 ``read_checks``, ``read_summary``);
-trends across runs: :func:`cncprobe.spc`. Lengths are millimetres in CAD coordinates, angles
+trends across runs: :func:`cncprobe.spc`; the runs kept by ``cncprobe ingest``:
+:mod:`cncprobe.store`. Lengths are millimetres in CAD coordinates, angles
 degrees. Text from a file that is not valid UTF-8 has each bad byte replaced by U+FFFD, as in
 the ``cncprobe`` tool's JSON.
 """
@@ -35,6 +36,7 @@ from ._model import (
     references,
 )
 from .spc import spc, violations
+from . import store
 
 __all__ = [
     "Extraction",

@@ -225,3 +225,35 @@ def read_summary(paths_or_glob: Paths, units: str = "mm",
     files that met a problem: ``summary[summary.status != 0]``."""
     return _from_files(_summary_rows, _summary_of([]), expand(paths_or_glob), units,
                        files_per_partition, partition_bytes)
+
+
+_STORE_TABLES = {"runs": "id", "checks": "run_id", "points": "run_id"}
+
+
+def read_store(url: str, table: str, npartitions: int = 8):
+    """A table of a PostgreSQL run store (``runs``, ``checks`` or ``points``) as a Dask
+    DataFrame read in ``npartitions`` partitions by run, for a plant-sized store that does not
+    fit in memory (``dask.dataframe.read_sql_table``, through SQLAlchemy and psycopg2). The
+    frame is indexed by the run id; text stored as bytes is decoded as in
+    :mod:`cncprobe.store`. A SQLite store is read whole by :mod:`cncprobe.store` instead."""
+    import dask.dataframe as dd
+
+    from . import store as _store
+
+    if table not in _STORE_TABLES:
+        raise ValueError(f"not a table of the run store: {table!r} (runs, checks or points)")
+    url = os.fspath(url)
+    if not _store._is_postgres(url):
+        raise ValueError("cncprobe.dask.read_store reads a PostgreSQL store; "
+                         "use cncprobe.store for a SQLite file")
+    engine_url = "postgresql+psycopg2://" + url.split("://", 1)[1]
+    frame = dd.read_sql_table(table, engine_url, index_col=_STORE_TABLES[table],
+                              npartitions=npartitions)
+
+    def decode(part: pd.DataFrame) -> pd.DataFrame:
+        for column in part.columns:
+            if part[column].dtype == object:
+                part[column] = part[column].map(_store._text)
+        return part
+
+    return frame.map_partitions(decode, meta=frame._meta)

@@ -35,3 +35,6 @@ def read_checks(paths_or_glob: Paths, units: str = "mm", files_per_partition: Op
 def read_summary(paths_or_glob: Paths, units: str = "mm",
                  files_per_partition: Optional[int] = None, partition_bytes: Optional[int] = None) -> Any:
     """A Dask DataFrame of one row per file: the place to find problem files."""
+
+def read_store(url: str, table: str, npartitions: int = 8) -> Any:
+    """A table of a PostgreSQL run store as a Dask DataFrame, partitioned by run."""

@@ -523,8 +523,24 @@ void write_series(JsonText& json, const kptTrendSeries& s, const kptSeriesStatis
 ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome& settings,
                              const std::vector<kptInputFile>& inputs) {
   const std::size_t runs = options.files.size();
-  kptTrendSeriesSet set(options.convention);
+  TrendData trend;
+  trend.series = kptTrendSeriesSet(options.convention, kMaxTrendPoints);
+  kptResultsDataExtractor extractor;  // one for every run: what does not depend on a file is kept
+  for (std::size_t run = 0; run < runs; ++run) {
+    const std::string& file = options.files[run];
+    const kptResultsExtractionStatus status =
+        extractor.extract_data(inputs[run], kptUnits(options.units));
+    trend.all_succeeded = trend.all_succeeded && status == kptExtractionSuccess;
+    const kptInspectionSummary summary = kptInspection::summarize(extractor, options.convention);
+    trend.runs.push_back({file, std::string(extractor.resultsfile_name().view()), file_date(file),
+                          kptStatusText::name(status), summary.passed()});
+    trend.series.add_run(extractor);
+  }
+  return trend_report_data(options, settings, trend);
+}
 
+ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome& settings,
+                             const TrendData& trend) {
   JsonText json;
   json.begin_object();
   json.key("kind").string("trend");
@@ -534,51 +550,42 @@ ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome
   json.key("convention").string(kpt_zone_convention_name(options.convention));
   write_settings(json, options, settings);
   json.key("runs").begin_array();
-  bool all_succeeded = true;
-  kptResultsDataExtractor extractor;  // one for every run: what does not depend on a file is kept
-  for (std::size_t run = 0; run < runs; ++run) {
-    const std::string& file = options.files[run];
-    const kptResultsExtractionStatus status =
-        extractor.extract_data(inputs[run], kptUnits(options.units));
-    all_succeeded = all_succeeded && status == kptExtractionSuccess;
-    const kptInspectionSummary summary = kptInspection::summarize(extractor, options.convention);
+  for (const TrendRun& run : trend.runs) {
     json.begin_object();
-    json.key("file").string(file);
-    json.key("results_file").string(extractor.resultsfile_name().view());
-    const std::string date = file_date(file);
+    json.key("file").string(run.file);
+    json.key("results_file").string(run.results_file);
     json.key("file_date");
-    if (date.empty()) {
+    if (run.file_date.empty()) {
       json.null();
     } else {
-      json.string(date);
+      json.string(run.file_date);
     }
-    json.key("status").string(kptStatusText::name(status));
-    json.key("passed").boolean(summary.passed());
+    json.key("status").string(run.status);
+    json.key("passed").boolean(run.passed);
     json.end_object();
-    set.add_run(extractor);
   }
   json.end_array();
 
-  const kptTrendAnalysis analysis = kptTrendAnalysis::from_baseline(set, options.baseline);
+  const kptTrendAnalysis analysis = kptTrendAnalysis::from_baseline(trend.series, options.baseline);
   json.key("baseline_runs").integer(static_cast<std::int64_t>(analysis.baseline_runs));
   json.key("first_judged").integer(static_cast<std::int64_t>(analysis.first_judged));
   json.key("features").begin_array();
-  for (std::size_t i = 0; i < set.features().size(); ++i) {
-    write_series(json, set.features()[i], analysis.features[i]);
+  for (std::size_t i = 0; i < trend.series.features().size(); ++i) {
+    write_series(json, trend.series.features()[i], analysis.features[i]);
   }
   json.end_array();
   json.key("points").begin_array();
-  for (std::size_t i = 0; i < set.points().size(); ++i) {
-    write_series(json, set.points()[i], analysis.points[i]);
+  for (std::size_t i = 0; i < trend.series.points().size(); ++i) {
+    write_series(json, trend.series.points()[i], analysis.points[i]);
   }
   json.end_array();
-  json.key("points_omitted").integer(static_cast<std::int64_t>(set.points_omitted()));
+  json.key("points_omitted").integer(static_cast<std::int64_t>(trend.series.points_omitted()));
   json.end_object();
 
   ReportData out;
   out.json = json.take();
-  out.title = "Trend report: " + std::to_string(runs) + " runs";
-  out.extraction_succeeded = all_succeeded;
+  out.title = "Trend report: " + std::to_string(trend.runs.size()) + " runs";
+  out.extraction_succeeded = trend.all_succeeded;
   return out;
 }
 

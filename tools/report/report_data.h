@@ -3,12 +3,15 @@
 // in as base64 typed arrays (a million points stay a few tens of megabytes and decode at once).
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "cncprobe/foundation/input_file.h"
 #include "cncprobe/foundation/units.h"
+#include "cncprobe/inspection/trend_series.h"
+#include "cncprobe/inspection/trend_statistics.h"
 #include "cncprobe/inspection/verdict.h"
 #include "tools/output.h"
 
@@ -23,6 +26,11 @@ struct ReportOptions {
   // A trend report's control limits come from the first `baseline` runs; 0: every run.
   std::size_t baseline = 0;
   std::string generator;  // "cncprobe 0.2.0"
+  // A trend of stored runs instead of files: the run store, the program and how many of its
+  // newest runs (0: all).
+  std::string db;
+  std::string program;
+  std::int64_t last = 0;
 };
 
 // What reading the settings file came to; the page and the tool both say it.
@@ -63,6 +71,30 @@ struct ReportData {
 // The data of a trend report over options.files (read as `inputs`), in the given order.
 ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome& settings,
                              const std::vector<kptInputFile>& inputs);
+
+// One run of a trend, as its row in the page.
+struct TrendRun {
+  std::string file;
+  std::string results_file;
+  std::string file_date;  // ISO 8601 UTC, or empty
+  std::string status;     // the extraction status name
+  bool passed = false;
+};
+
+// A trend gathered from files or from the run store.
+struct TrendData {
+  std::vector<TrendRun> runs;
+  // The series, one value per run; at most kMaxTrendPoints point series, the rest counted.
+  kptTrendSeriesSet series;
+  bool all_succeeded = true;
+};
+
+// The most point series a trend page shows.
+inline constexpr std::size_t kMaxTrendPoints = 5000;
+
+// The data of a trend report over runs already gathered.
+ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome& settings,
+                             const TrendData& trend);
 
 // A time as ISO 8601 UTC ("2026-11-23T13:25:00Z"), from seconds since 1970.
 std::string iso_utc(long long seconds_since_epoch);

@@ -1,0 +1,157 @@
+// The run store's speed figures: a large file ingested against the extraction's own time, many
+// small files a second, and a program's runs and trend read back from 1,000 stored runs.
+//
+//   store_speed [--postgres URL] [--points N] [--small N] [--folder DIR]
+//
+// URL names an empty PostgreSQL database (it is written to); DIR a scratch folder (default: the
+// system's temporary folder). The small files are the bracket example's size. Figures are
+// medians of three where a step is cheap enough to repeat.
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "bench/results_file_generator.h"
+#include "cncprobe/cncprobe.h"
+#include "store/ingest.h"
+#include "store/run_store.h"
+
+namespace {
+
+// This process's CPU time (user + system) so far: on a shared machine the wall time also counts
+// the waits for a core.
+double cpu_seconds() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+         static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
+
+double last_cpu = 0;  // the CPU time of the last job timed by seconds()
+
+double seconds(const std::function<void()>& job) {
+  const double cpu = cpu_seconds();
+  const auto start = std::chrono::steady_clock::now();
+  job();
+  last_cpu = cpu_seconds() - cpu;
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+double median_of_three(const std::function<void()>& job) {
+  std::vector<double> times = {seconds(job), seconds(job), seconds(job)};
+  std::sort(times.begin(), times.end());
+  return times[1];
+}
+
+std::unique_ptr<store::RunStore> open_or_die(const std::string& url) {
+  store::StoreStatus status;
+  std::unique_ptr<store::RunStore> runs = store::RunStore::open(url, status);
+  if (!runs) {
+    std::fprintf(stderr, "store_speed: %s\n", status.message.c_str());
+    std::exit(1);
+  }
+  return runs;
+}
+
+void ingest_or_die(store::RunStore& runs, const std::string& file) {
+  const store::IngestResult result = store::ingest_file(runs, file, {});
+  if (result.outcome == store::IngestOutcome::kStoreFailed) {
+    std::fprintf(stderr, "store_speed: %s\n", result.status.message.c_str());
+    std::exit(1);
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::string postgres;
+  std::size_t points = 1000000;
+  std::size_t small = 10000;
+  std::filesystem::path folder = std::filesystem::temp_directory_path();
+  for (int i = 1; i + 1 < argc; i += 2) {
+    const std::string option = argv[i];
+    if (option == "--postgres") postgres = argv[i + 1];
+    if (option == "--points") points = std::strtoull(argv[i + 1], nullptr, 10);
+    if (option == "--small") small = std::strtoull(argv[i + 1], nullptr, 10);
+    if (option == "--folder") folder = argv[i + 1];
+  }
+  folder /= "cncprobe-store-speed";
+  std::filesystem::remove_all(folder);
+  std::filesystem::create_directories(folder / "small");
+
+  // A large file against the extraction alone.
+  GeneratedResultsFile large;
+  const std::string large_file = (folder / "large.res").string();
+  if (!write_results_file(large_file, points, large)) return 1;
+  const double extraction = median_of_three([&] {
+    kptResultsDataExtractor extractor;
+    (void)extractor.extract_data(utString(large_file.c_str()), kptUnits());
+  });
+  const double extraction_cpu = last_cpu;
+  std::printf("extraction of %zu points: %.3f s wall, %.3f s CPU\n", points, extraction,
+              extraction_cpu);
+  const double into_sqlite = seconds([&] {
+    auto runs = open_or_die((folder / "large.sqlite").string());
+    ingest_or_die(*runs, large_file);
+  });
+  std::printf("ingest into SQLite:     %.3f s wall (%.2f x), %.3f s CPU (%.2f x)\n", into_sqlite,
+              into_sqlite / extraction, last_cpu, last_cpu / extraction_cpu);
+  if (!postgres.empty()) {
+    const double into_postgres = seconds([&] {
+      auto runs = open_or_die(postgres);
+      ingest_or_die(*runs, large_file);
+    });
+    std::printf("ingest into PostgreSQL: %.3f s wall (%.2f x), %.3f s CPU of this process\n",
+                into_postgres, into_postgres / extraction, last_cpu);
+  }
+
+  // Many small files, as a machine writes them, one part each.
+  std::ifstream example(CNCPROBE_EXAMPLES_DIR "/bracket_mm.txt", std::ios::binary);
+  std::stringstream text;
+  text << example.rdbuf();
+  std::vector<std::string> files;
+  for (std::size_t i = 0; i < small; ++i) {
+    files.push_back((folder / "small" / ("part" + std::to_string(i) + ".txt")).string());
+    std::ofstream(files.back(), std::ios::binary) << text.str() << "( PART " << i << " )\n";
+  }
+  const std::string small_store = (folder / "small.sqlite").string();
+  const double many = seconds([&] {
+    auto runs = open_or_die(small_store);
+    for (const std::string& file : files) ingest_or_die(*runs, file);
+  });
+  std::printf(
+      "%zu small files into SQLite: %.3f s wall (%.0f a second), %.3f s CPU (%.0f a second)\n",
+      small, many, static_cast<double>(small) / many, last_cpu,
+      static_cast<double>(small) / last_cpu);
+
+  // A program's runs and its trend over the newest 1,000 of them.
+  auto runs = open_or_die(small_store);
+  store::RunFilter filter;
+  filter.program = "bracket_op20_probe";
+  filter.last = 1000;
+  store::StoreStatus status;
+  const double listing = median_of_three([&] { (void)runs->runs(filter, status); });
+  filter.last.reset();
+  const double all = median_of_three([&] { (void)runs->runs(filter, status); });
+  filter.last = 1000;
+  const double trend = median_of_three([&] {
+    std::vector<std::int64_t> ids;
+    for (const store::StoredRun& run : runs->runs(filter, status)) ids.push_back(run.id);
+    (void)runs->checks(ids, status);
+    (void)runs->points(ids, status);
+  });
+  std::printf(
+      "runs of one program: newest 1000 %.3f s, all %zu %.3f s; the 1000's checks and "
+      "points: %.3f s\n",
+      listing, small, all, trend);
+  std::filesystem::remove_all(folder);
+  return status.ok() ? 0 : 1;
+}

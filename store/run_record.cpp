@@ -1,0 +1,321 @@
+// RunRecord: a results file read, hashed, extracted and judged, ready for any back end. Nothing
+// here judges a value: deviations, verdicts and limits are the inspection rules'.
+#include "store/run_record.h"
+
+#include <sys/stat.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+#include <system_error>
+
+#include "cncprobe/extraction/results_data_extractor.h"
+#include "cncprobe/filereferences/file_reference_extractor.h"
+#include "cncprobe/inspection/feature_check.h"
+#include "cncprobe/inspection/inspection_summary.h"
+#include "cncprobe/inspection/point_check.h"
+#include "cncprobe/inspection/result_names.h"
+#include "cncprobe/inspection/status_text.h"
+#include "cncprobe/platform/model/inspection_feature.h"
+#include "cncprobe/platform/model/inspection_point.h"
+#include "cncprobe/platform/model/perpendicular_distance_feature.h"
+#include "cncprobe/platform/model/probe_path.h"
+#include "cncprobe/platform/model/surface_feature.h"
+#include "cncprobe/platform/model/toolpath_result.h"
+#include "store/internal/content_hash.h"
+#include "store/internal/utf8_path.h"
+
+namespace store {
+
+namespace {
+
+std::optional<std::string> reference(const utString& text) {
+  if (text.invalid()) return std::nullopt;
+  return std::string(text.view());
+}
+
+// "surface X", "wall/channel Y": the kind with the axis a surface or a wall/channel is probed
+// along, as the trend report names its features, so two surfaces of one tool path on different
+// axes stay apart.
+std::string kind_with_axis(const mtrToolpathResult& result) {
+  const char* axis = nullptr;
+  std::string kind = kptResultNames::kind(result.kind());
+  if (result.kind() == mtrResultSurface) {
+    axis = kptResultNames::axis(static_cast<const mtrSurfaceFeature&>(result).axis());
+  } else if (result.kind() == mtrResultPerpendicularDistance) {
+    kind = "wall/channel";
+    axis = kptResultNames::axis(static_cast<const mtrPerpendicularDistanceFeature&>(result).axis());
+  }
+  if (axis != nullptr) {
+    kind += ' ';
+    kind += static_cast<char>(axis[0] - 'a' + 'A');
+  }
+  return kind;
+}
+
+template <class Fn>
+void for_each_result(const kptResultsDataExtractor& extractor, Fn&& fn) {
+  itIterator<std::shared_ptr<mtrToolpathResult>> it = extractor.results();
+  std::int32_t index = 0;
+  while (++it) {
+    const std::shared_ptr<mtrToolpathResult> result = it();
+    if (result) fn(index, *result);
+    ++index;
+  }
+}
+
+std::optional<std::string> modification_time(const std::string& path) {
+  if (path == "-") return std::nullopt;
+#if defined(_WIN32)
+  std::error_code error;
+  const auto time = std::filesystem::last_write_time(path_of(path), error);
+  if (error) return std::nullopt;
+  const auto since_epoch = std::chrono::file_clock::to_sys(time).time_since_epoch();
+  return iso_utc(std::chrono::duration_cast<std::chrono::seconds>(since_epoch).count());
+#else
+  struct stat info {};
+  if (::stat(path.c_str(), &info) != 0) return std::nullopt;
+  return iso_utc(static_cast<long long>(info.st_mtime));
+#endif
+}
+
+// The last part of a path of either system, without its extension.
+std::string base_name(std::string_view path) {
+  const std::size_t slash = path.find_last_of("/\\");
+  if (slash != std::string_view::npos) path.remove_prefix(slash + 1);
+  const std::size_t dot = path.find_last_of('.');
+  if (dot != std::string_view::npos && dot > 0) path = path.substr(0, dot);
+  return std::string(path);
+}
+
+}  // namespace
+
+std::string stored_path(const std::string& path) {
+  if (path == "-") return path;
+  std::error_code error;
+  const std::filesystem::path absolute = std::filesystem::absolute(path_of(path), error);
+  return error ? path : utf8_of(absolute.lexically_normal());
+}
+
+std::string content_sha256(std::string_view bytes) { return sha256_hex(bytes); }
+
+RunRecord::RunRecord() = default;
+RunRecord::~RunRecord() = default;
+RunRecord::RunRecord(RunRecord&&) noexcept = default;
+RunRecord& RunRecord::operator=(RunRecord&&) noexcept = default;
+
+RunRecord RunRecord::from_file(const std::string& path, const RecordOptions& options) {
+  const kptInputFile input = path == "-" ? kptInputFile::read(std::cin)
+                                         : kptInputFile::read(utString(std::string_view(path)));
+  return from_input(path, input, options);
+}
+
+RunRecord RunRecord::from_input(const std::string& path, const kptInputFile& input,
+                                const RecordOptions& options) {
+  RunRecord record;
+  record.path = stored_path(path);
+  record.sha256 = sha256_hex(input.bytes());
+  record.file_time = modification_time(path);
+  record.ingest_time = now_utc();
+  record.units = options.units == kptUnitsInches ? "in" : "mm";
+  record.input_problem = input.problem();
+  if (!input.ok()) {
+    record.status_name = "unreadable";
+    record.status_code = -1;
+    record.program =
+        options.program.empty() ? program_of(path, record.references) : options.program;
+    return record;
+  }
+
+  kptFileReferenceExtractor refs;
+  if (refs.extract(input) == apStatus(1)) {
+    record.references = {reference(refs.results_file_version_text()),
+                         reference(refs.settings_filename()),
+                         reference(refs.cad_filename()),
+                         reference(refs.cldata_filename()),
+                         reference(refs.document_id()),
+                         reference(refs.document_version()),
+                         reference(refs.model_version())};
+  }
+  record.program = options.program.empty() ? program_of(path, record.references) : options.program;
+
+  auto extractor = std::make_shared<kptResultsDataExtractor>();
+  const kptResultsExtractionStatus status = extractor->extract_data(input, kptUnits(options.units));
+  record.status_code = status;
+  record.status_name = kptStatusText::name(status);
+  const utString results_file = extractor->resultsfile_name();
+  if (!results_file.empty()) record.results_file = std::string(results_file.view());
+
+  const kptInspectionSummary summary = kptInspection::summarize(*extractor, options.convention);
+  // A file with no results has nothing to pass: no verdict rather than a PASS of nothing.
+  if (status != kptExtractionNoResults) record.verdict = summary.passed() ? "pass" : "fail";
+  record.checks_in = static_cast<std::int64_t>(summary.checks_in);
+  record.checks_out = static_cast<std::int64_t>(summary.checks_out);
+  record.checks_not_toleranced = static_cast<std::int64_t>(summary.checks_not_toleranced);
+  record.points_within = static_cast<std::int64_t>(summary.points_within);
+  record.points_outside = static_cast<std::int64_t>(summary.points_outside);
+  record.points_unmeasured = static_cast<std::int64_t>(summary.points_unmeasured);
+  record.results = extractor->number_of_results();
+  record.probe_paths = extractor->measured_paths_count();
+  record.features = record.results - record.probe_paths;
+
+  for_each_result(*extractor, [&](std::int32_t index, const mtrToolpathResult& result) {
+    if (const auto* path_result = dynamic_cast<const mtrProbePath*>(&result)) {
+      record.points += path_result->inspection_points_count();
+      return;
+    }
+    const auto* feature = dynamic_cast<const mtrInspectionFeature*>(&result);
+    if (feature == nullptr) return;
+    const mtrInspectionPrintData& print = feature->print_data();
+    const std::string kind = kind_with_axis(result);
+    for (const kptFeatureCheck& check : kptFeatureChecks::of(result, options.convention)) {
+      CheckRow row;
+      row.result = index;
+      row.kind = kptResultNames::kind(result.kind());
+      row.toolpath = static_cast<std::int32_t>(result.id());
+      row.instance =
+          result.pattern_instance() ? static_cast<std::int32_t>(*result.pattern_instance()) : -1;
+      if (print.form() == mtrInspectionPrintData::kComponentFeature) {
+        row.component = static_cast<std::int32_t>(print.component_number());
+        row.feature = static_cast<std::int32_t>(print.feature_number());
+      } else if (print.form() == mtrInspectionPrintData::kFeatureName) {
+        row.feature = static_cast<std::int32_t>(print.feature_number());
+        row.name = std::string(print.feature_name().view());
+      }
+      row.quantity = kpt_quantity_name(check.quantity);
+      row.nominal = check.nominal;
+      row.actual = check.actual;
+      row.deviation = check.deviation;
+      row.tolerance = check.tolerance;
+      row.true_position = check.true_position;
+      row.tolerance_used = check.tolerance_used;
+      const kptCheckLimits limits = kptFeatureChecks::limits(check, options.convention);
+      row.lower_limit = limits.lower;
+      row.upper_limit = limits.upper;
+      row.verdict = kpt_verdict_name(check.verdict);
+      row.compared = check.compared;
+      row.compared_limit = check.compared_limit;
+      row.series = series_key(row, kind);
+      record.checks.push_back(std::move(row));
+    }
+  });
+  record.extractor_ = std::move(extractor);
+  return record;
+}
+
+void RunRecord::for_each_point(const std::function<void(const PointRow&)>& fn) const {
+  if (!extractor_) return;
+  PointRow row;
+  std::int32_t path_index = -1;
+  std::string label;
+  itIterator<std::shared_ptr<mtrProbePath>> paths = extractor_->measured_paths();
+  while (++paths) {
+    ++path_index;
+    const std::shared_ptr<mtrProbePath> probe_path = paths();
+    if (!probe_path) continue;
+    row.path = path_index;
+    row.toolpath = static_cast<std::int32_t>(probe_path->id());
+    row.instance = probe_path->pattern_instance()
+                       ? static_cast<std::int32_t>(*probe_path->pattern_instance())
+                       : -1;
+    itIterator<std::shared_ptr<mtrInspectionPoint>> it = probe_path->inspection_points();
+    while (++it) {
+      const std::shared_ptr<mtrInspectionPoint> point = it();
+      if (!point) continue;
+      const utString text = point->label();
+      label.assign(text.view());
+      row.label = label;
+      const giPoint3& n = point->nominal_point();
+      const giUnitVec3& d = point->direction();
+      row.nominal[0] = n.x(), row.nominal[1] = n.y(), row.nominal[2] = n.z();
+      row.direction[0] = d.x(), row.direction[1] = d.y(), row.direction[2] = d.z();
+      row.o = point->o_value();
+      row.u = point->u_value();
+      row.l = point->l_value();
+      if (point->has_measure()) {
+        const giPoint3& m = point->measured_point();
+        row.measured[0] = m.x(), row.measured[1] = m.y(), row.measured[2] = m.z();
+        row.r = point->r_value();
+      } else {
+        row.measured[0] = row.measured[1] = row.measured[2] = row.r = std::nan("");
+      }
+      const kptPointCheck check = kptPointChecks::of(*point);
+      row.deviation = check.deviation;
+      const kptCheckLimits limits = kptPointChecks::limits(*point);
+      row.lower_limit = limits.lower;
+      row.upper_limit = limits.upper;
+      row.verdict = kpt_verdict_name(check.verdict);
+      fn(row);
+      ++row.index;
+    }
+  }
+}
+
+std::string program_of(const std::string& path, const RunReferences& references) {
+  for (const std::optional<std::string>* named :
+       {&references.cldata_filename, &references.cad_filename}) {
+    if (*named && !(*named)->empty()) {
+      std::string name = base_name(**named);
+      if (!name.empty()) return name;
+    }
+  }
+  if (path == "-") return "-";
+  std::string folder = stored_path(path);
+  const std::size_t slash = folder.find_last_of("/\\");
+  if (slash == std::string::npos) return "-";
+  folder.erase(slash);
+  const std::size_t parent = folder.find_last_of("/\\");
+  std::string name = parent == std::string::npos ? folder : folder.substr(parent + 1);
+  return name.empty() ? "-" : name;
+}
+
+std::string series_key(const CheckRow& check, std::string_view kind_with_axis) {
+  std::string key(kind_with_axis);
+  key += ' ';
+  key += std::to_string(check.toolpath);
+  if (check.instance >= 0) key += " (" + std::to_string(check.instance) + ")";
+  if (check.name) {
+    key += " feature " + std::to_string(check.feature) + " " + *check.name;
+  } else if (check.feature >= 0) {
+    key += " component " + std::to_string(check.component) + " feature " +
+           std::to_string(check.feature);
+  } else {
+    key += " -";
+  }
+  key += ' ';
+  key += check.quantity;
+  return key;
+}
+
+std::string iso_utc(long long seconds) {
+  // Civil date from days since 1970-01-01 (proleptic Gregorian), without the C library's
+  // thread-unsafe or platform-specific time functions.
+  long long days = seconds / 86400;
+  long long rest = seconds % 86400;
+  if (rest < 0) {
+    rest += 86400;
+    --days;
+  }
+  days += 719468;
+  const long long era = (days >= 0 ? days : days - 146096) / 146097;
+  const long long doe = days - era * 146097;
+  const long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+  const long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+  const long long mp = (5 * doy + 2) / 153;
+  const long long day = doy - (153 * mp + 2) / 5 + 1;
+  const long long month = mp < 10 ? mp + 3 : mp - 9;
+  const long long year = yoe + era * 400 + (month <= 2 ? 1 : 0);
+  char text[96];
+  std::snprintf(text, sizeof text, "%04lld-%02lld-%02lldT%02lld:%02lld:%02lldZ", year, month, day,
+                rest / 3600, rest / 60 % 60, rest % 60);
+  return text;
+}
+
+std::string now_utc() {
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return iso_utc(std::chrono::duration_cast<std::chrono::seconds>(now).count());
+}
+
+}  // namespace store

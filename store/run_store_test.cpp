@@ -1,0 +1,202 @@
+// The run store on both back ends: what is stored reads back exactly, a run is stored once, and a
+// store that cannot be used says why. PostgreSQL cases run when CNCPROBE_TEST_POSTGRES is set and
+// libpq's PG* variables name a scratch server (./dev test runs them in a throwaway cluster).
+#include "store/run_store.h"
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <random>
+
+#include "store/ingest.h"
+#include "tests/support/scratch_directory.h"
+
+namespace store {
+namespace {
+
+constexpr const char* kBracket = CNCPROBE_EXAMPLES_DIR "/bracket_mm.txt";
+
+// A feature name no store may read as SQL or lose a byte of: quotes, a statement, a byte that is
+// a tab and a backslash (COPY's own separators). Bytes that are not UTF-8 go in the path.
+const std::string kHostileName = "O'Brien \"bore\" '; DROP TABLE runs; -- \t\\N end";
+
+std::string hostile_file() {
+  return "*** CLDATAFILENAME C:\\jobs\\x'; DROP TABLE programs; --.cl ***\n"
+         "START 'HOSTILE'\n"
+         "TOOLPATHID 3\n"
+         "G331 N40 A0 B0 C0 X0 Y0 Z0\n"
+         "G330 N41 A0 B0 C0 X0 Y0 Z0 I0 R0\n"
+         "FEATURE NO 2 FEATURE NAME " +
+         kHostileName +
+         "\n"
+         "SIZE D 8.000 ACTUAL 8.003 TOL 0.015 DEV 0.003\n"
+         "POSN X 140.000 ACTUAL 140.062 TOL TP 0.050 DEV 0.062\n"
+         "POSN Y 85.000 ACTUAL 85.021 TOL TP 0.050 DEV 0.021\n"
+         "END\n";
+}
+
+std::string unique_name(const char* stem) {
+  std::random_device seed;
+  return std::string(stem) + "-" + std::to_string(seed());
+}
+
+class RunStoreTest : public ::testing::TestWithParam<const char*> {
+ protected:
+  void SetUp() override {
+    if (std::string(GetParam()) == "postgresql") {
+      if (std::getenv("CNCPROBE_TEST_POSTGRES") == nullptr) {
+        GTEST_SKIP() << "PostgreSQL cases need CNCPROBE_TEST_POSTGRES and a scratch server "
+                        "(./dev test runs them under pg_virtualenv)";
+      }
+      url_ = "postgresql://";
+    } else {
+      url_ = dir_.path().string() + "/runs.sqlite";
+    }
+    runs_ = RunStore::open(url_, status_);
+    ASSERT_TRUE(runs_) << status_.message;
+  }
+  std::string write(const std::string& name, const std::string& text) {
+    const std::string file = dir_.path().string() + "/" + name;
+    std::ofstream(file, std::ios::binary) << text;
+    return file;
+  }
+
+  ScratchDirectory dir_;
+  std::string url_;
+  StoreStatus status_;
+  std::unique_ptr<RunStore> runs_;
+};
+
+TEST_P(RunStoreTest, RunIsStoredOnceAndReadBack) {
+  RecordOptions options;
+  options.program = unique_name("BRACKET_OP20");
+  const RunRecord record = RunRecord::from_file(kBracket, options);
+  ASSERT_TRUE(record.readable());
+  EXPECT_EQ(runs_->add_run(record, status_), AddOutcome::kStored) << status_.message;
+  EXPECT_EQ(runs_->add_run(record, status_), AddOutcome::kAlreadyStored) << status_.message;
+  EXPECT_TRUE(runs_->has_run(record.path, record.sha256, status_));
+
+  RunFilter filter;
+  filter.program = options.program;
+  const std::vector<StoredRun> stored = runs_->runs(filter, status_);
+  ASSERT_TRUE(status_.ok()) << status_.message;
+  ASSERT_EQ(stored.size(), 1u);
+  EXPECT_EQ(stored[0].path, record.path);
+  EXPECT_EQ(stored[0].sha256, record.sha256);
+  EXPECT_EQ(stored[0].verdict, record.verdict);
+  EXPECT_EQ(stored[0].points, record.points);
+
+  const std::vector<StoredCheck> checks = runs_->checks({stored[0].id}, status_);
+  ASSERT_EQ(checks.size(), record.checks.size());
+  for (std::size_t i = 0; i < checks.size(); ++i) {
+    const CheckRow& a = checks[i].check;
+    const CheckRow& b = record.checks[i];
+    EXPECT_EQ(a.series, b.series);
+    EXPECT_EQ(a.verdict, b.verdict);
+    EXPECT_EQ(a.name, b.name);
+    EXPECT_EQ(a.nominal, b.nominal);
+    EXPECT_EQ(a.deviation, b.deviation);  // every bit: doubles travel as 17 digits or binary
+    EXPECT_EQ(a.lower_limit, b.lower_limit);
+    EXPECT_EQ(a.upper_limit, b.upper_limit);
+  }
+}
+
+TEST_P(RunStoreTest, SamePathWithOtherContentIsANewRun) {
+  RecordOptions options;
+  options.program = unique_name("P");
+  const std::string file = write("run.txt", hostile_file());
+  EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kStored);
+  EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kSkipped);
+  write("run.txt", hostile_file() + "\n");
+  EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kStored);
+  RunFilter filter;
+  filter.program = options.program;
+  EXPECT_EQ(runs_->runs(filter, status_).size(), 2u);
+  filter.last = 1;
+  EXPECT_EQ(runs_->runs(filter, status_).size(), 1u);
+}
+
+TEST_P(RunStoreTest, HostileTextReadsBackExactly) {
+#if defined(_WIN32)
+  const char* name = "x'; DROP TABLE runs; --.txt";  // Windows names are text
+#else
+  const char* name = "x'; DROP TABLE runs; --\xE9.txt";  // a byte that is not UTF-8
+#endif
+  const std::string file = write(name, hostile_file());
+  RecordOptions options;
+  RunRecord record = RunRecord::from_file(file, options);
+  // A program named with NULs and bytes that are not UTF-8 (as --program or a reference could).
+  static constexpr char kProgram[] = "NUL\0'\"; DROP TABLE runs; --\xC3\x28";
+  record.program = std::string(kProgram, sizeof kProgram - 1) + unique_name("") + '\0';
+  ASSERT_EQ(runs_->add_run(record, status_), AddOutcome::kStored) << status_.message;
+
+  RunFilter filter;
+  filter.program = record.program;
+  const std::vector<StoredRun> stored = runs_->runs(filter, status_);
+  ASSERT_EQ(stored.size(), 1u) << status_.message;
+  EXPECT_EQ(stored[0].program, record.program);
+  EXPECT_EQ(stored[0].path, record.path);
+  const std::vector<StoredCheck> checks = runs_->checks({stored[0].id}, status_);
+  ASSERT_FALSE(checks.empty());
+  EXPECT_EQ(checks[0].check.name, kHostileName);
+  EXPECT_EQ(RunRecord::from_file(file, {}).program, "x'; DROP TABLE programs; --");
+  EXPECT_FALSE(runs_->runs({}, status_).empty());  // the runs table is still there
+}
+
+TEST_P(RunStoreTest, LatestControlLimitsPerProgram) {
+  const std::string program = unique_name("OP30");
+  EXPECT_FALSE(runs_->latest_limits(program, status_));
+  ASSERT_TRUE(runs_->save_limits(program, "{\"v\": 1}", status_)) << status_.message;
+  ASSERT_TRUE(runs_->save_limits(program, "{\"v\": 2}", status_)) << status_.message;
+  EXPECT_EQ(runs_->latest_limits(program, status_), "{\"v\": 2}");
+}
+
+INSTANTIATE_TEST_SUITE_P(BackEnds, RunStoreTest, ::testing::Values("sqlite", "postgresql"),
+                         [](const auto& info) { return std::string(info.param); });
+
+// A SQLite file that cannot serve as a store is refused with the reason, and left as it was.
+TEST(SqliteStore, RefusesWhatIsNoStore) {
+  ScratchDirectory dir;
+  const std::string base = dir.path().string();
+  auto sql = [](const std::string& file, const char* statement) {
+    sqlite3* db = nullptr;
+    sqlite3_open(file.c_str(), &db);
+    sqlite3_exec(db, statement, nullptr, nullptr, nullptr);
+    sqlite3_close(db);
+  };
+  std::ofstream(base + "/notes.txt") << "not a database at all, but long enough to be read as "
+                                        "one and refused: SQLite looks at its first 100 bytes.";
+  sql(base + "/other.db", "CREATE TABLE customers (name TEXT)");
+  {
+    StoreStatus status;
+    ASSERT_TRUE(RunStore::open(base + "/newer.sqlite", status)) << status.message;
+  }
+  sql(base + "/newer.sqlite", "UPDATE schema_version SET version = 99");
+
+  const struct {
+    std::string url;
+    bool for_writing;
+    StoreProblem problem;
+  } cases[] = {
+      {base + "/notes.txt", true, StoreProblem::kNotAStore},
+      {base + "/other.db", true, StoreProblem::kNotAStore},
+      {base + "/newer.sqlite", true, StoreProblem::kNewerSchema},
+      {base + "/newer.sqlite", false, StoreProblem::kNewerSchema},
+      {base + "/missing.sqlite", false, StoreProblem::kCannotOpen},
+      {base + "/no/such/folder/runs.sqlite", true, StoreProblem::kCannotOpen},
+      {"mysql://host/db", true, StoreProblem::kBadUrl},
+  };
+  for (const auto& c : cases) {
+    StoreStatus status;
+    EXPECT_FALSE(RunStore::open(c.url, status, c.for_writing)) << c.url;
+    EXPECT_EQ(status.problem, c.problem) << c.url << ": " << status.message;
+    EXPECT_EQ(status.message.find('\n'), std::string::npos);
+  }
+  std::ifstream notes(base + "/notes.txt");
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(notes), {}).substr(0, 14), "not a database");
+}
+
+}  // namespace
+}  // namespace store
