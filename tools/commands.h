@@ -34,7 +34,7 @@ inline constexpr int kExitUsage = 2;       // unknown command or option, missing
 inline constexpr int kExitUnreadable = 3;  // the input file cannot be read
 inline constexpr int kExitFailure = 4;     // the tool itself failed (out of memory, output refused)
 
-enum class Format { kText, kJson };
+enum class Format { kText, kJson, kQif };  // kQif: extract only
 
 // The FILE argument that names standard input (extract, refs); the documents label it so.
 inline constexpr const char* kStandardInput = "-";

@@ -11,6 +11,7 @@
 #include "cncprobe/settings/inspection_settings.h"
 #include "cncprobe/settings/inspection_settings_error.h"
 #include "tools/commands.h"
+#include "tools/extract_qif.h"
 #include "tools/extract_view.h"
 
 namespace tool {
@@ -25,6 +26,7 @@ struct ExtractOptions {
   std::string settings_file;  // empty: the default inspection settings
   bool fail_on_reject = false;
   kptZoneConvention convention = kptZoneDiametral;
+  QifOptions qif;
 };
 
 // The inspection settings the output is printed with: the file's when it is accepted, the
@@ -47,6 +49,15 @@ bool load_settings(const std::string& file, kptInspectionSettings& settings) {
 int run_extract(const ExtractOptions& options, Output& out) {
   kptInspectionSettings settings;
   const bool settings_ok = load_settings(options.settings_file, settings);
+  if (options.format == Format::kQif) {
+    ExtractOutcome outcome;
+    const int code =
+        run_extract_qif(options.file, options.units, options.convention, options.qif, out, outcome);
+    if (code != kExitSuccess) return code;
+    const bool rejected = options.fail_on_reject && !outcome.passed;
+    return outcome.status == kptExtractionSuccess && settings_ok && !rejected ? kExitSuccess
+                                                                              : kExitProblem;
+  }
 
   kptResultsDataExtractor extractor;
   const kptUnits units(options.units);
@@ -83,7 +94,7 @@ void add_extract_command(CLI::App& app, CommandSet& commands) {
       "extract", "Print every probe path and feature of a results file, and their verdicts");
   add_file_argument(*extract, "FILE", options->file, "The results file, - for standard input");
   add_units_option(*extract, options->units, "The units the file was written in (default mm)");
-  add_format_option(*extract, options->format);
+  add_extract_format_option(*extract, options->format);
   extract->add_flag("--points", options->points, "Text: list every inspection point too");
   extract
       ->add_option("--settings", options->settings_file,
@@ -99,10 +110,13 @@ void add_extract_command(CLI::App& app, CommandSet& commands) {
       ->transform(CLI::CheckedTransformer(kConventions).description("diametral|radial"))
       ->transform(CLI::IsMember({"diametral", "radial"}))
       ->option_text("diametral|radial");
+  add_qif_options(*extract, options->qif);
   commands.add(extract,
-               "extract  FILE     [--units mm|in] [--format text|json] [--points]\n"
+               "extract  FILE     [--units mm|in] [--format text|json|qif] [--points]\n"
                "                         [--settings FILE.xml] [--fail-on-reject]\n"
-               "                         [--true-position diametral|radial]",
+               "                         [--true-position diametral|radial]\n"
+               "                         [--qif-points all|outside|none] [--time T] [-o FILE.qif]\n"
+               "                         [--drafting-standard iso1101|asme-y14.5]",
                [options](Output& out) { return run_extract(*options, out); });
 }
 
