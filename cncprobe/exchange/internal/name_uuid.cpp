@@ -51,6 +51,13 @@ exNameUuid exNameUuid::of(const exNameUuid& space, std::string_view name) {
   return uuid;
 }
 
+exNameUuid exNameUuid::dns() noexcept {
+  exNameUuid uuid;
+  uuid.bytes_ = {0x6b, 0xa7, 0xb8, 0x10, 0x9d, 0xad, 0x11, 0xd1,
+                 0x80, 0xb4, 0x00, 0xc0, 0x4f, 0xd4, 0x30, 0xc8};
+  return uuid;
+}
+
 std::string exNameUuid::text() const {
   const std::string hex = hex_of(bytes_.data(), bytes_.size());
   return hex.substr(0, 8) + '-' + hex.substr(8, 4) + '-' + hex.substr(12, 4) + '-' +

@@ -20,6 +20,9 @@ class exNameUuid {
   exNameUuid() = default;
   // The namespace every UUID this library makes descends from.
   static exNameUuid application() noexcept;
+  // The DNS namespace of RFC 4122 (6ba7b810-9dad-11d1-80b4-00c04fd430c8), for checking against
+  // published examples.
+  static exNameUuid dns() noexcept;
   // The version-5 UUID of `name` (its bytes as given) in the namespace `space`.
   static exNameUuid of(const exNameUuid& space, std::string_view name);
   // "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx", lower-case.
