@@ -512,8 +512,11 @@ class DocumentWriter {
   }
 
   exNameUuid document_uuid(const char* what) const {
-    std::string name = std::string(what) + '\n' + document_.content_digest + '\n' +
-                       base_name(document_.file_name) + '\n' +
+    // The file's content names the document; its name only when there is no content digest.
+    std::string name = std::string(what) + '\n' +
+                       (document_.content_digest.empty() ? "name\n" + base_name(document_.file_name)
+                                                         : document_.content_digest) +
+                       '\n' +
                        (document_.units == kptUnitsInches ? "in" : "mm") + '\n' +
                        kpt_zone_convention_name(document_.convention) + '\n' +
                        std::to_string(document_.standard) + '\n' +
