@@ -70,18 +70,18 @@ int main(int argc, char** argv) {
       runs = std::max(1, std::atoi(argv[++i]));
     } else if (arg == "--points" && i + 1 < argc) {
       const std::string value = argv[++i];
-      which = value == "none" ? kptQifPointsNone
-                              : value == "outside" ? kptQifPointsOutside : kptQifPointsAll;
+      which = value == "none"      ? kptQifPointsNone
+              : value == "outside" ? kptQifPointsOutside
+                                   : kptQifPointsAll;
     } else if (arg == "--output" && i + 1 < argc) {
       output = argv[++i];
     } else {
       points = static_cast<std::size_t>(std::strtoull(argv[i], nullptr, 10));
     }
   }
-  const std::string file =
-      (std::filesystem::temp_directory_path() / ("qif_export_speed_" + std::to_string(points) +
-                                                  ".res"))
-          .string();
+  const std::string file = (std::filesystem::temp_directory_path() /
+                            ("qif_export_speed_" + std::to_string(points) + ".res"))
+                               .string();
   GeneratedResultsFile summary;
   if (!write_results_file(file, points, summary)) {
     std::fprintf(stderr, "qif_export_speed: cannot write %s\n", file.c_str());
@@ -115,8 +115,8 @@ int main(int argc, char** argv) {
   if (output != "/dev/null") bytes = std::filesystem::file_size(output);
   std::printf("points %zu, file %.1f MB\n", points, static_cast<double>(summary.bytes) / 1e6);
   std::printf("%-22s %8.2f s  peak %8.1f MB\n", "extract", e.seconds, e.peak_kib / 1024.0);
-  std::printf("%-22s %8.2f s  peak %8.1f MB  (%+.1f%% memory)\n", "extract + QIF export",
-              q.seconds, q.peak_kib / 1024.0,
+  std::printf("%-22s %8.2f s  peak %8.1f MB  (%+.1f%% memory)\n", "extract + QIF export", q.seconds,
+              q.peak_kib / 1024.0,
               100.0 * (static_cast<double>(q.peak_kib) / static_cast<double>(e.peak_kib) - 1.0));
   std::printf("%-22s %8.2f s\n", "QIF export alone", q.seconds - e.seconds);
   if (bytes > 0) std::printf("document %.1f MB\n", static_cast<double>(bytes) / 1e6);

@@ -92,8 +92,8 @@ constexpr Reference kReferences[] = {
 };
 
 // Elements whose text is one XML decimal, and lists of doubles written as decimals.
-const std::set<std::string> kDecimals = {"Value",    "TargetValue",      "ToleranceValue",
-                                         "MaxValue", "MinValue",         "OuterDisposition",
+const std::set<std::string> kDecimals = {"Value",    "TargetValue", "ToleranceValue",
+                                         "MaxValue", "MinValue",    "OuterDisposition",
                                          "Diameter", "Width"};
 const std::set<std::string> kDecimalLists = {"Location", "Normal",     "Point",     "Points",
                                              "Normals",  "Deviations", "ProbeRadii"};
@@ -204,14 +204,14 @@ class Checker {
         const std::string kind = name.substr(0, name.size() - std::string(layer).size());
         if (!ends_with(kind, "Feature") && !ends_with(kind, "Characteristic")) continue;
         const bool feature = ends_with(kind, "Feature");
-        const std::string up = std::string(layer) == "Nominal"  ? "Definition"
-                               : std::string(layer) == "Item" ? "Nominal"
-                                                              : "Item";
+        const std::string up = std::string(layer) == "Nominal" ? "Definition"
+                               : std::string(layer) == "Item"  ? "Nominal"
+                                                               : "Item";
         xmlNodePtr above =
             follow(node, ((feature ? "Feature" : "Characteristic") + up + "Id").c_str());
         if (!above || name_of(above) != kind + up) {
-          problem(name + " " + attribute(node, "id").value_or("?") + " does not lead to a " +
-                  kind + up);
+          problem(name + " " + attribute(node, "id").value_or("?") + " does not lead to a " + kind +
+                  up);
         }
       }
       if (ends_with(name, "CharacteristicMeasurement")) {
@@ -306,8 +306,8 @@ class Checker {
     if (!json_.is_null()) {
       const bool passed = json_["summary"]["passed"].get<bool>();
       if ((overall == "FAIL") == passed) {
-        problem("InspectionStatus " + overall + " where the summary says passed=" +
-                (passed ? "true" : "false"));
+        problem("InspectionStatus " + overall +
+                " where the summary says passed=" + (passed ? "true" : "false"));
       }
     }
   }
@@ -382,8 +382,8 @@ class Checker {
         xmlNodePtr m = take(what);
         if (!m) return;
         std::optional<double> expected;
-        const bool offset = quantity == "centre_offset" || quantity == "corner_offset" ||
-                            quantity == "middle";
+        const bool offset =
+            quantity == "centre_offset" || quantity == "corner_offset" || quantity == "middle";
         if (offset) {
           if (const auto d = json_number(check["deviation"])) {
             expected = (check["tolerance"].is_number() ? 2.0 : 1.0) * std::fabs(*d);

@@ -40,8 +40,8 @@ xmlSchemaPtr schema() {
 using Document = std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)>;
 
 Document parse(const std::string& bytes) {
-  return Document(xmlReadMemory(bytes.data(), static_cast<int>(bytes.size()), "export.qif",
-                                nullptr, XML_PARSE_NONET),
+  return Document(xmlReadMemory(bytes.data(), static_cast<int>(bytes.size()), "export.qif", nullptr,
+                                XML_PARSE_NONET),
                   &xmlFreeDoc);
 }
 
@@ -77,7 +77,8 @@ Export export_both(const std::string& file, const std::vector<std::string>& opti
   std::vector<std::string> json = {"extract", file, "--format", "json"};
   for (const std::string& option : options) {
     qif.push_back(option);
-    if (option.rfind("--qif", 0) != 0 && option != "all" && option != "outside" && option != "none") {
+    if (option.rfind("--qif", 0) != 0 && option != "all" && option != "outside" &&
+        option != "none") {
       json.push_back(option);
     }
   }
@@ -155,8 +156,8 @@ TEST(QifExport, EveryFileValidatesAndAgreesWithItsJson) {
   cases.push_back({generated, {}});
   cases.push_back({generated, {"--units", "in"}});
   cases.push_back({generated, {"--qif-points", "outside"}, Points::kOutside});
-  cases.push_back({generated, {"--qif-points", "none", "--drafting-standard", "asme-y14.5"},
-                   Points::kNone});
+  cases.push_back(
+      {generated, {"--qif-points", "none", "--drafting-standard", "asme-y14.5"}, Points::kNone});
   // Names and labels XML must escape or cannot hold, in a file with a hostile name.
   cases.push_back({dir.write("odd <&\"'> \x01 name.res", hostile_file()), {}});
   // No results at all.
@@ -174,7 +175,8 @@ std::vector<xmlNodePtr> select(xmlDocPtr document, const std::string& path) {
   xmlXPathObjectPtr found = xmlXPathEvalExpression(BAD_CAST path.c_str(), context);
   std::vector<xmlNodePtr> nodes;
   if (found && found->nodesetval) {
-    for (int i = 0; i < found->nodesetval->nodeNr; ++i) nodes.push_back(found->nodesetval->nodeTab[i]);
+    for (int i = 0; i < found->nodesetval->nodeNr; ++i)
+      nodes.push_back(found->nodesetval->nodeTab[i]);
   }
   xmlXPathFreeObject(found);
   xmlXPathFreeContext(context);
@@ -240,7 +242,9 @@ TEST(QifExport, CheckerCatchesEachKindOfBrokenDocument) {
          xmlSetProp(first(d, "//q:MeasurementResults"), BAD_CAST "id", BAD_CAST "999999");
        }},
       {"a wrong count of points",
-       [&](xmlDocPtr d) { xmlSetProp(first(d, "//q:MeasuredPointSet"), BAD_CAST "count", BAD_CAST "3"); }},
+       [&](xmlDocPtr d) {
+         xmlSetProp(first(d, "//q:MeasuredPointSet"), BAD_CAST "count", BAD_CAST "3");
+       }},
       {"a reference to an element of another kind",
        [&](xmlDocPtr d) { set_text(first(d, "//q:MeasuredPointSet/q:MeasurementDeviceId"), "2"); }},
       {"a characteristic naming another feature's measurement",
@@ -257,7 +261,9 @@ TEST(QifExport, CheckerCatchesEachKindOfBrokenDocument) {
       {"an exponent in a point list",
        [&](xmlDocPtr d) { set_text(first(d, "//q:MeasuredPointSet/q:Deviations"), "1e-3 0 0 0"); }},
       {"a tolerance that no longer gives the status",
-       [&](xmlDocPtr d) { set_text(first(d, "//q:PositionCharacteristicDefinition/q:ToleranceValue"), "0.000001"); }},
+       [&](xmlDocPtr d) {
+         set_text(first(d, "//q:PositionCharacteristicDefinition/q:ToleranceValue"), "0.000001");
+       }},
   };
   for (const Mutation& mutation : mutations) {
     SCOPED_TRACE(mutation.name);
@@ -283,11 +289,10 @@ TEST(QifExport, CharacteristicsKeepTheirUuidAcrossRunsOfOneProgram) {
   const std::string run1 = e2e::example("bracket_mm.txt");
   const std::string run2 = dir.write(
       "run2.txt", bracket_variant("SIZE D 8.000 ACTUAL 8.003", "SIZE D 8.000 ACTUAL 8.009"));
-  const std::string other = dir.write(
-      "other.txt", bracket_variant("bracket_op20_probe.cl", "bracket_op30_probe.cl"));
+  const std::string other =
+      dir.write("other.txt", bracket_variant("bracket_op20_probe.cl", "bracket_op30_probe.cl"));
   const auto uuids = [](const std::string& file, const std::string& path) {
-    const e2e::ToolRun run =
-        e2e::run_tool({"extract", file, "--format", "qif", "--time", kTime});
+    const e2e::ToolRun run = e2e::run_tool({"extract", file, "--format", "qif", "--time", kTime});
     const Document document = parse(run.out);
     return document ? texts(document.get(), path) : std::vector<std::string>();
   };
@@ -330,11 +335,11 @@ TEST(QifExport, TextXmlCannotHoldIsReplacedAndMarkupEscaped) {
   const e2e::ToolRun run = e2e::run_tool({"extract", file, "--format", "qif", "--time", kTime});
   const Document document = parse(run.out);
   ASSERT_TRUE(document) << "the document does not parse";
-  const std::vector<std::string> names = texts(document.get(), "//q:CircleFeatureItem/q:FeatureName");
+  const std::vector<std::string> names =
+      texts(document.get(), "//q:CircleFeatureItem/q:FeatureName");
   ASSERT_EQ(names.size(), 1U);
   // Markup arrives as text; control characters, a non-character and invalid UTF-8 as U+FFFD.
-  EXPECT_EQ(names[0],
-            "feature 9 <b>&amp; \xef\xbf\xbd\xef\xbf\xbd[31m \xef\xbf\xbd ]]>");
+  EXPECT_EQ(names[0], "feature 9 <b>&amp; \xef\xbf\xbd\xef\xbf\xbd[31m \xef\xbf\xbd ]]>");
   const std::vector<std::string> model = texts(document.get(), "//q:DigitalModel/q:File/q:Name");
   ASSERT_EQ(model.size(), 1U);
   EXPECT_EQ(model[0], "C:\\jobs\\<odd> & \"quoted\" \xef\xbf\xbdmodel.prt");
@@ -342,7 +347,8 @@ TEST(QifExport, TextXmlCannotHoldIsReplacedAndMarkupEscaped) {
 
 TEST(QifExport, ToolRefusesABadTimeAndAnUnwritableOutput) {
   const std::string file = e2e::example("bracket_mm.txt");
-  EXPECT_EQ(e2e::run_tool({"extract", file, "--format", "qif", "--time", "yesterday"}).exit_code, 2);
+  EXPECT_EQ(e2e::run_tool({"extract", file, "--format", "qif", "--time", "yesterday"}).exit_code,
+            2);
   const e2e::ToolRun run =
       e2e::run_tool({"extract", file, "--format", "qif", "-o", "/nonexistent/dir/out.qif"});
   EXPECT_EQ(run.exit_code, 4);

@@ -44,8 +44,7 @@ void add_qif_options(CLI::App& command, QifOptions& options) {
       .add_option("--time", options.time,
                   "QIF: the creation time written (default now), e.g. 2026-11-23T10:15:00Z")
       ->check([](const std::string& text) {
-        return kptQifWriter::valid_time(text) ? std::string()
-                                              : "not an XML date and time: " + text;
+        return kptQifWriter::valid_time(text) ? std::string() : "not an XML date and time: " + text;
       })
       ->option_text("YYYY-MM-DDThh:mm:ssZ");
   command.add_option("-o,--output", options.output, "QIF: write the document into this file")
@@ -84,12 +83,11 @@ int run_extract_qif(const std::string& file, kptUnitsType units, kptZoneConventi
   document.time = options.time;
 
   if (options.output.empty()) {
-    const kptQifOutcome written =
-        kptQifWriter::write(extractor, outcome.status, references, document,
-                            [&](std::string_view bytes) {
-                              out.write(bytes);
-                              return true;
-                            });
+    const kptQifOutcome written = kptQifWriter::write(extractor, outcome.status, references,
+                                                      document, [&](std::string_view bytes) {
+                                                        out.write(bytes);
+                                                        return true;
+                                                      });
     return written == kptQifWritten ? kExitSuccess : kExitFailure;
   }
   std::FILE* target = open_for_writing(options.output);

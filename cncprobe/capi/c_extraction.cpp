@@ -217,11 +217,11 @@ extern "C" {
 cncprobe_error cncprobe_extract_file(const char* path, int32_t units, int32_t true_position,
                                      cncprobe_extraction** extraction) {
   if (path == nullptr) return refuse(extraction);
-  const cncprobe_error error = make_extraction(
-      units, true_position, extraction,
-      [&](kptResultsDataExtractor& extractor, const kptUnits& read_in) {
-        return extractor.extract_data(utString(std::string_view(path)), read_in);
-      });
+  const cncprobe_error error =
+      make_extraction(units, true_position, extraction,
+                      [&](kptResultsDataExtractor& extractor, const kptUnits& read_in) {
+                        return extractor.extract_data(utString(std::string_view(path)), read_in);
+                      });
   if (error == CNCPROBE_OK) (*extraction)->source = QifSource::of_file(path);
   return error;
 }
@@ -230,13 +230,13 @@ cncprobe_error cncprobe_extract_memory(const void* bytes, size_t size, int32_t u
                                        int32_t true_position, cncprobe_extraction** extraction) {
   if (bytes == nullptr && size > 0) return refuse(extraction);
   QifSource source;
-  const cncprobe_error error = make_extraction(
-      units, true_position, extraction,
-      [&](kptResultsDataExtractor& extractor, const kptUnits& read_in) {
-        const kptInputFile input = memory_input(bytes, size);
-        source = QifSource::of_bytes(input);
-        return extractor.extract_data(input, read_in);
-      });
+  const cncprobe_error error =
+      make_extraction(units, true_position, extraction,
+                      [&](kptResultsDataExtractor& extractor, const kptUnits& read_in) {
+                        const kptInputFile input = memory_input(bytes, size);
+                        source = QifSource::of_bytes(input);
+                        return extractor.extract_data(input, read_in);
+                      });
   if (error == CNCPROBE_OK) (*extraction)->source = std::move(source);
   return error;
 }

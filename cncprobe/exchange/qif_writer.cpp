@@ -27,6 +27,7 @@
 #include "cncprobe/inspection/point_check.h"
 #include "cncprobe/inspection/result_names.h"
 #include "cncprobe/inspection/status_text.h"
+#include "cncprobe/platform/geometry/vector3.h"
 #include "cncprobe/platform/model/angle_surface_feature.h"
 #include "cncprobe/platform/model/circle_feature.h"
 #include "cncprobe/platform/model/corner_feature.h"
@@ -36,7 +37,6 @@
 #include "cncprobe/platform/model/probe_path.h"
 #include "cncprobe/platform/model/rectangle_feature.h"
 #include "cncprobe/platform/model/surface_feature.h"
-#include "cncprobe/platform/geometry/vector3.h"
 
 #ifndef CNCPROBE_VERSION_TEXT
 #define CNCPROBE_VERSION_TEXT "0"
@@ -80,11 +80,10 @@ class XmlStream {
   // An attribute or a text whose bytes are already fit for XML (ex_xml_text); markup characters
   // are escaped by the writer.
   void attribute(const char* name, const std::string& value) {
-    if (!failed_) check(xmlTextWriterWriteAttribute(writer_, xml_chars(name), xml_chars(value.c_str())));
+    if (!failed_)
+      check(xmlTextWriterWriteAttribute(writer_, xml_chars(name), xml_chars(value.c_str())));
   }
-  void attribute(const char* name, std::uint64_t value) {
-    attribute(name, std::to_string(value));
-  }
+  void attribute(const char* name, std::uint64_t value) { attribute(name, std::to_string(value)); }
   void text(const std::string& value) {
     if (!failed_) check(xmlTextWriterWriteString(writer_, xml_chars(value.c_str())));
   }
@@ -198,7 +197,7 @@ const char* axis_direction(mtrProbeWCSAxis axis) {
 
 giUnitVec3 cross_of(const giUnitVec3& a, const giUnitVec3& b) {
   return giUnitVec3(giVector3(a.y() * b.z() - a.z() * b.y(), a.z() * b.x() - a.x() * b.z(),
-                               a.x() * b.y() - a.y() * b.x()));
+                              a.x() * b.y() - a.y() * b.x()));
 }
 
 // The characteristic kind of each checked quantity: a toleranced offset is a true position; an
@@ -214,8 +213,7 @@ Kind kind_of(const kptFeatureCheck& check) {
     case kptQuantityCentreOffset:
     case kptQuantityCornerOffset:
     case kptQuantityMiddle:
-      return check.tolerance && std::isfinite(*check.tolerance) ? Kind::kPosition
-                                                                : Kind::kDistance;
+      return check.tolerance && std::isfinite(*check.tolerance) ? Kind::kPosition : Kind::kDistance;
     case kptQuantityPosition:
       return Kind::kLinearCoordinate;
     case kptQuantityAngle:
@@ -382,15 +380,15 @@ std::string result_name(const mtrToolpathResult& result) {
                std::to_string(data.feature_number());
         break;
       case mtrInspectionPrintData::kFeatureName:
-        name = "feature " + std::to_string(data.feature_number()) + " " +
-               data.feature_name().str();
+        name = "feature " + std::to_string(data.feature_number()) + " " + data.feature_name().str();
         break;
       case mtrInspectionPrintData::kInvalid:
         break;
     }
   }
-  if (name.empty()) name = std::string(kptResultNames::kind(result.kind())) + " toolpath " +
-                           std::to_string(result.id());
+  if (name.empty())
+    name = std::string(kptResultNames::kind(result.kind())) + " toolpath " +
+           std::to_string(result.id());
   if (result.pattern_instance()) name += " (" + std::to_string(*result.pattern_instance()) + ")";
   return name;
 }
@@ -440,8 +438,7 @@ std::string uri_of(const std::string& file_name) {
 }
 
 std::string clock_time() {
-  const std::time_t now =
-      std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
+  const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
   std::tm utc{};
 #ifdef _WIN32
   gmtime_s(&utc, &now);
@@ -516,8 +513,7 @@ class DocumentWriter {
     std::string name = std::string(what) + '\n' +
                        (document_.content_digest.empty() ? "name\n" + base_name(document_.file_name)
                                                          : document_.content_digest) +
-                       '\n' +
-                       (document_.units == kptUnitsInches ? "in" : "mm") + '\n' +
+                       '\n' + (document_.units == kptUnitsInches ? "in" : "mm") + '\n' +
                        kpt_zone_convention_name(document_.convention) + '\n' +
                        std::to_string(document_.standard) + '\n' +
                        std::to_string(document_.points) + '\n' + CNCPROBE_VERSION_TEXT;
@@ -576,12 +572,12 @@ class DocumentWriter {
       if (result.kind() == mtrResultProbePath) {
         const auto& path = static_cast<const mtrProbePath&>(result);
         ++point_sets_;
-        each_written_point(path, [&](const mtrInspectionPoint& point, const kptPointCheck&,
-                                     std::size_t) {
-          if (point.has_measure()) ++measured_features_;
-          ++features_;
-          ++characteristics_;
-        });
+        each_written_point(path,
+                           [&](const mtrInspectionPoint& point, const kptPointCheck&, std::size_t) {
+                             if (point.has_measure()) ++measured_features_;
+                             ++features_;
+                             ++characteristics_;
+                           });
         return;
       }
       const Plan plan = plan_of(result, document_.convention);
@@ -727,10 +723,9 @@ class DocumentWriter {
     each_result([&](const mtrToolpathResult& result) {
       if (result.kind() == mtrResultProbePath) {
         const auto& path = static_cast<const mtrProbePath&>(result);
-        each_written_point(path, [&](const mtrInspectionPoint& point, const kptPointCheck& check,
-                                     std::size_t number) {
-          point_fn(index++, point, check, result, number);
-        });
+        each_written_point(
+            path, [&](const mtrInspectionPoint& point, const kptPointCheck& check,
+                      std::size_t number) { point_fn(index++, point, check, result, number); });
         return;
       }
       const Plan plan = plan_of(result, document_.convention);
@@ -811,8 +806,8 @@ class DocumentWriter {
   // unit vector (a point probed along no direction) is left out.
   void write_location(Shape shape, const giPoint3& location,
                       const std::optional<giUnitVec3>& normal, bool nominal) {
-    const bool unit = normal && std::fabs(std::hypot(normal->x(), normal->y(), normal->z()) - 1.0) <
-                                    1e-9;
+    const bool unit =
+        normal && std::fabs(std::hypot(normal->x(), normal->y(), normal->z()) - 1.0) < 1e-9;
     if (shape == Shape::kOppositePlanes) {
       if (!nominal && !(unit && finite_point(location))) return;
       xml_.open("CenterPlane");
@@ -907,22 +902,20 @@ class DocumentWriter {
 
     xml_.open("CharacteristicDefinitions");
     xml_.attribute("n", characteristics_);
-    each_characteristic(
-        [&](std::uint64_t i, const Characteristic& c, std::uint64_t, const mtrToolpathResult&) {
-          write_definition(i, c);
-        },
-        [&](std::uint64_t i, const mtrInspectionPoint& point, const kptPointCheck&, std::uint64_t,
-            const mtrToolpathResult&, std::size_t) {
-          xml_.open("PointProfileCharacteristicDefinition");
-          xml_.attribute("id", characteristic_definition_base_ + i);
-          // The point's zone: L <= d - O <= U, i.e. d between O + L and O + U along the probing
-          // direction; QIF gives the width and the outer limit.
-          if (!xml_.decimal("ToleranceValue", point.u_value() - point.l_value())) {
-            xml_.element("ToleranceValue", std::string("0"));
-          }
-          xml_.decimal("OuterDisposition", point.o_value() + point.u_value());
-          xml_.close();
-        });
+    each_characteristic([&](std::uint64_t i, const Characteristic& c, std::uint64_t,
+                            const mtrToolpathResult&) { write_definition(i, c); },
+                        [&](std::uint64_t i, const mtrInspectionPoint& point, const kptPointCheck&,
+                            std::uint64_t, const mtrToolpathResult&, std::size_t) {
+                          xml_.open("PointProfileCharacteristicDefinition");
+                          xml_.attribute("id", characteristic_definition_base_ + i);
+                          // The point's zone: L <= d - O <= U, i.e. d between O + L and O + U along
+                          // the probing direction; QIF gives the width and the outer limit.
+                          if (!xml_.decimal("ToleranceValue", point.u_value() - point.l_value())) {
+                            xml_.element("ToleranceValue", std::string("0"));
+                          }
+                          xml_.decimal("OuterDisposition", point.o_value() + point.u_value());
+                          xml_.close();
+                        });
     xml_.close();
 
     xml_.open("CharacteristicNominals");
@@ -936,13 +929,14 @@ class DocumentWriter {
             // An offset from the nominal, whose own offset is nothing: in space for a centre or
             // corner, along the axis for a middle.
             xml_.element("TargetValue", std::string("0"));
-            xml_.element("AnalysisMode", std::string(c.check.quantity == kptQuantityMiddle
-                                                         ? "ONEDIMENSIONAL"
-                                                         : "THREEDIMENSIONAL"));
+            xml_.element("AnalysisMode",
+                         std::string(c.check.quantity == kptQuantityMiddle ? "ONEDIMENSIONAL"
+                                                                           : "THREEDIMENSIONAL"));
           } else if (c.kind != Kind::kPosition && c.check.nominal) {
             xml_.decimal("TargetValue", *c.check.nominal);
           }
-          if (c.kind == Kind::kLinearCoordinate) xml_.element("Direction", std::string(c.direction));
+          if (c.kind == Kind::kLinearCoordinate)
+            xml_.element("Direction", std::string(c.direction));
           xml_.close();
         },
         [&](std::uint64_t i, const mtrInspectionPoint&, const kptPointCheck&, std::uint64_t,
@@ -959,16 +953,16 @@ class DocumentWriter {
     each_characteristic(
         [&](std::uint64_t i, const Characteristic& c, std::uint64_t feature,
             const mtrToolpathResult& result) {
-          write_characteristic_item(element_prefix(c.kind), i, feature,
-                                    result_name(result) + " " + kpt_quantity_label(c.check.quantity),
-                                    result_key(result) + '\n' + kpt_quantity_name(c.check.quantity));
+          write_characteristic_item(
+              element_prefix(c.kind), i, feature,
+              result_name(result) + " " + kpt_quantity_label(c.check.quantity),
+              result_key(result) + '\n' + kpt_quantity_name(c.check.quantity));
         },
         [&](std::uint64_t i, const mtrInspectionPoint& point, const kptPointCheck&,
             std::uint64_t feature, const mtrToolpathResult& path, std::size_t number) {
-          write_characteristic_item("PointProfileCharacteristic", i, feature,
-                                    point.label().str() + " deviation",
-                                    result_key(path) + "\npoint\n" + std::to_string(number) +
-                                        "\ndeviation");
+          write_characteristic_item(
+              "PointProfileCharacteristic", i, feature, point.label().str() + " deviation",
+              result_key(path) + "\npoint\n" + std::to_string(number) + "\ndeviation");
         });
     xml_.close();
 
@@ -994,8 +988,8 @@ class DocumentWriter {
       case Kind::kPosition: {
         // Always a diametral zone (a width for a middle): a radial reading of TOL TP is written
         // as the zone twice its size, and the results say which reading was made.
-        const double tolerance = document_.convention == kptZoneRadial ? 2.0 * *c.check.tolerance
-                                                                       : *c.check.tolerance;
+        const double tolerance =
+            document_.convention == kptZoneRadial ? 2.0 * *c.check.tolerance : *c.check.tolerance;
         xml_.decimal("ToleranceValue", tolerance);
         xml_.element("MaterialCondition", std::string("REGARDLESS"));
         xml_.open("ZoneShape");
@@ -1173,9 +1167,10 @@ class DocumentWriter {
       // The machine reports the point where the stylus touched the surface, which is what d is
       // measured from, not the centre of its ball.
       xml_.element("Compensated", std::string("true"));
-      write_list(path, "ProbeRadii", [](std::string& text, const mtrInspectionPoint& point, double) {
-        if (!ex_append_decimal(text, point.r_value())) text += '0';
-      });
+      write_list(path, "ProbeRadii",
+                 [](std::string& text, const mtrInspectionPoint& point, double) {
+                   if (!ex_append_decimal(text, point.r_value())) text += '0';
+                 });
       xml_.element("MeasurementDeviceId", kDeviceId);
       write_list(path, "Deviations", [](std::string& text, const mtrInspectionPoint&, double d) {
         ex_append_decimal(text, d);
@@ -1219,25 +1214,22 @@ class DocumentWriter {
         [&](std::uint64_t i, const Characteristic& c, std::uint64_t feature,
             const mtrToolpathResult&) {
           const std::optional<double> value = measured_value(c);
-          write_characteristic_measurement(element_prefix(c.kind), i, feature,
-                                           status_of(c.check.verdict, finite(value)),
-                                           finite(value) ? value : std::nullopt, true,
-                                           c.kind == Kind::kLinearCoordinate);
+          write_characteristic_measurement(
+              element_prefix(c.kind), i, feature, status_of(c.check.verdict, finite(value)),
+              finite(value) ? value : std::nullopt, true, c.kind == Kind::kLinearCoordinate);
         },
         [&](std::uint64_t i, const mtrInspectionPoint& point, const kptPointCheck& check,
             std::uint64_t feature, const mtrToolpathResult&, std::size_t) {
           const bool value = finite(check.deviation);
-          write_characteristic_measurement("PointProfileCharacteristic", i, feature,
-                                           status_of(check.verdict, value),
-                                           value ? check.deviation : std::nullopt,
-                                           point.has_measure(), false);
+          write_characteristic_measurement(
+              "PointProfileCharacteristic", i, feature, status_of(check.verdict, value),
+              value ? check.deviation : std::nullopt, point.has_measure(), false);
         });
   }
 
-  void write_characteristic_measurement(const char* prefix, std::uint64_t i,
-                                        std::uint64_t feature, const char* status,
-                                        const std::optional<double>& value, bool measured,
-                                        bool coordinate) {
+  void write_characteristic_measurement(const char* prefix, std::uint64_t i, std::uint64_t feature,
+                                        const char* status, const std::optional<double>& value,
+                                        bool measured, bool coordinate) {
     xml_.open((std::string(prefix) + "Measurement").c_str());
     xml_.attribute("id", characteristic_measurement_base_ + i);
     xml_.open("Status");

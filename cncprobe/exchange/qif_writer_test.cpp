@@ -26,12 +26,18 @@ TEST(KptQifWriter, ValidTimeAcceptsXmlDateTimesOnly) {
     const char* text;
     bool valid;
   } cases[] = {
-      {"2026-11-23T10:15:00Z", true},      {"2026-11-23T10:15:00", true},
-      {"2026-11-23T10:15:00.125+01:00", true}, {"2026-11-23T10:15:00-05:30", true},
-      {"2026-11-23 10:15:00Z", false},     {"2026-13-23T10:15:00Z", false},
-      {"2026-11-23T24:15:00Z", false},     {"2026-11-23T10:15:00.Z", false},
-      {"2026-11-23T10:15:00+1:00", false}, {"yesterday", false},
-      {"", false},                         {"2026-11-23T10:15:00Zjunk", false},
+      {"2026-11-23T10:15:00Z", true},
+      {"2026-11-23T10:15:00", true},
+      {"2026-11-23T10:15:00.125+01:00", true},
+      {"2026-11-23T10:15:00-05:30", true},
+      {"2026-11-23 10:15:00Z", false},
+      {"2026-13-23T10:15:00Z", false},
+      {"2026-11-23T24:15:00Z", false},
+      {"2026-11-23T10:15:00.Z", false},
+      {"2026-11-23T10:15:00+1:00", false},
+      {"yesterday", false},
+      {"", false},
+      {"2026-11-23T10:15:00Zjunk", false},
   };
   for (const auto& c : cases) EXPECT_EQ(kptQifWriter::valid_time(c.text), c.valid) << c.text;
 }

@@ -591,8 +591,9 @@ PYBIND11_MODULE(_cncprobe, m) {
       .def("write_qif", &Extraction::write_qif, py::arg("write"), py::arg("shown_name"),
            py::arg("convention"), py::arg("standard"), py::arg("points"), py::arg("time"))
       .def("feature_checks", &Extraction::feature_checks, py::arg("convention") = 0);
-  m.def("valid_qif_time", [](const std::string& text) { return kptQifWriter::valid_time(text); },
-        py::arg("text"));
+  m.def(
+      "valid_qif_time", [](const std::string& text) { return kptQifWriter::valid_time(text); },
+      py::arg("text"));
   m.def("extract", &extract, py::arg("name"), py::arg("shown_name"), py::arg("units") = "mm");
   m.def("references", &references, py::arg("name"), py::arg("shown_name"));
   m.def("read_settings", &read_settings, py::arg("name"), py::arg("units") = "mm");

@@ -18,7 +18,7 @@ TEST(ExNameUuid, FollowsFromNamespaceAndNameAlone) {
   const exNameUuid other = exNameUuid::of(exNameUuid::application(), "program\nbase.cl");
   EXPECT_NE(exNameUuid::of(program, "circle 12"), exNameUuid::of(other, "circle 12"));
   const std::string text = exNameUuid::of(program, "x").text();
-  EXPECT_EQ(text[14], '5');                             // version 5
+  EXPECT_EQ(text[14], '5');                                          // version 5
   EXPECT_NE(std::string("89ab").find(text[19]), std::string::npos);  // RFC 4122 variant
 }
 
