@@ -11,10 +11,11 @@
 #include <libxml/xmlwriter.h>
 
 #include <array>
+#include <cctype>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <ctime>
+#include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -37,6 +38,7 @@
 #include "cncprobe/platform/model/probe_path.h"
 #include "cncprobe/platform/model/rectangle_feature.h"
 #include "cncprobe/platform/model/surface_feature.h"
+#include "cncprobe/platform/text/path.h"
 
 #ifndef CNCPROBE_VERSION_TEXT
 #define CNCPROBE_VERSION_TEXT "0"
@@ -131,12 +133,14 @@ class XmlStream {
   void check(int written) {
     if (written < 0) failed_ = true;
   }
+  // Bytes a refusing sink will not get are dropped here rather than reported to libxml2, which
+  // would print an I/O error on the host's standard error; the refusal stops the walk instead.
   static int take(void* context, const char* bytes, int length) {
     auto* self = static_cast<XmlStream*>(context);
-    if (self->refused_) return -1;
-    if (length > 0 && !self->sink_(std::string_view(bytes, static_cast<std::size_t>(length)))) {
+    if (!self->refused_ && length > 0 &&
+        !self->sink_(std::string_view(bytes, static_cast<std::size_t>(length)))) {
       self->refused_ = true;
-      return -1;
+      self->failed_ = true;
     }
     return length;
   }
@@ -438,15 +442,16 @@ std::string uri_of(const std::string& file_name) {
 }
 
 std::string clock_time() {
-  const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-  std::tm utc{};
-#ifdef _WIN32
-  gmtime_s(&utc, &now);
-#else
-  gmtime_r(&now, &utc);
-#endif
+  using namespace std::chrono;
+  const sys_seconds now = floor<seconds>(system_clock::now());
+  const sys_days day = floor<days>(now);
+  const year_month_day date(day);
+  const hh_mm_ss<seconds> time(now - day);
   char text[32];
-  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc);
+  std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
+                static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+                static_cast<int>(time.seconds().count()));
   return text;
 }
 
@@ -1297,15 +1302,16 @@ kptQifOutcome kptQifWriter::write_file(const kptResultsDataExtractor& extractor,
   if (path.invalid() || path.view().find('\0') != std::string_view::npos) {
     return kptQifOutputRefused;
   }
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "wb"),
-                                                       &std::fclose);
+  // By its wide name on Windows, so a UTF-8 name of any script can be written.
+  std::ofstream file(apPath(path.str()).filesystem_path(), std::ios::binary | std::ios::trunc);
   if (!file) return kptQifOutputRefused;
   const kptQifOutcome outcome =
       write(extractor, status, references, document, [&](std::string_view bytes) {
-        return std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
+        return static_cast<bool>(
+            file.write(bytes.data(), static_cast<std::streamsize>(bytes.size())));
       });
-  const bool closed = std::fclose(file.release()) == 0;
-  return outcome == kptQifWritten && !closed ? kptQifOutputRefused : outcome;
+  file.close();
+  return outcome == kptQifWritten && file.fail() ? kptQifOutputRefused : outcome;
 }
 
 std::string kptQifWriter::digest_of_bytes(std::string_view bytes) {
