@@ -1219,8 +1219,12 @@ class DocumentWriter {
         [&](std::uint64_t i, const Characteristic& c, std::uint64_t feature,
             const mtrToolpathResult&) {
           const std::optional<double> value = measured_value(c);
+          // A tolerance the file printed as NaN is written as none, and judged as none.
+          const kptVerdict verdict = c.kind == Kind::kDistance || !finite(c.check.tolerance)
+                                         ? kptVerdictNotToleranced
+                                         : c.check.verdict;
           write_characteristic_measurement(
-              element_prefix(c.kind), i, feature, status_of(c.check.verdict, finite(value)),
+              element_prefix(c.kind), i, feature, status_of(verdict, finite(value)),
               finite(value) ? value : std::nullopt, true, c.kind == Kind::kLinearCoordinate);
         },
         [&](std::uint64_t i, const mtrInspectionPoint& point, const kptPointCheck& check,

@@ -103,5 +103,5 @@ class CNCPROBE_API kptQifWriter {
   static bool valid_time(std::string_view text) noexcept;
 };
 
-// "outcome text" of each outcome: "written", "output refused", "bad time"; "unknown" otherwise.
+// "written", "output refused", "bad time"; "unknown" for any other value. Never null.
 CNCPROBE_API const char* kpt_qif_outcome_text(kptQifOutcome outcome) noexcept;
