@@ -4,6 +4,7 @@
 #include <nettle/sha1.h>
 
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -19,10 +20,11 @@ std::string hex_of(const std::uint8_t* bytes, std::size_t size) {
   return text;
 }
 
-static_assert(sizeof(sha1_ctx) <= 128, "the digest state must fit exContentDigest's storage");
+static_assert(sizeof(sha1_ctx) <= 128 && alignof(sha1_ctx) <= 8,
+              "the digest state must fit exContentDigest's storage");
 
 sha1_ctx* context(std::array<unsigned char, 128>& state) {
-  return reinterpret_cast<sha1_ctx*>(state.data());
+  return std::launder(reinterpret_cast<sha1_ctx*>(state.data()));
 }
 
 }  // namespace
@@ -64,7 +66,7 @@ std::string exNameUuid::text() const {
          hex.substr(16, 4) + '-' + hex.substr(20);
 }
 
-exContentDigest::exContentDigest() { sha1_init(context(state_)); }
+exContentDigest::exContentDigest() { sha1_init(new (state_.data()) sha1_ctx); }
 
 void exContentDigest::add(std::string_view bytes) {
   sha1_update(context(state_), bytes.size(), reinterpret_cast<const std::uint8_t*>(bytes.data()));
