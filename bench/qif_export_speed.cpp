@@ -117,9 +117,10 @@ int main(int argc, char** argv) {
   std::uintmax_t bytes = 0;
   if (output != "/dev/null") bytes = std::filesystem::file_size(output);
   std::printf("points %zu, file %.1f MB\n", points, static_cast<double>(summary.bytes) / 1e6);
-  std::printf("%-22s %8.2f s  peak %8.1f MB\n", "extract", e.seconds, e.peak_kib / 1024.0);
-  std::printf("%-22s %8.2f s  peak %8.1f MB  (%+.1f%% memory)\n", "extract + QIF export", q.seconds,
-              q.peak_kib / 1024.0,
+  std::printf("%-22s %8.2f s wall %8.2f s CPU  peak %8.1f MB\n", "extract", e.seconds,
+              e.cpu_seconds, e.peak_kib / 1024.0);
+  std::printf("%-22s %8.2f s wall %8.2f s CPU  peak %8.1f MB  (%+.1f%% memory)\n",
+              "extract + QIF export", q.seconds, q.cpu_seconds, q.peak_kib / 1024.0,
               100.0 * (static_cast<double>(q.peak_kib) / static_cast<double>(e.peak_kib) - 1.0));
   std::printf("%-22s %8.2f s wall %8.2f s CPU\n", "QIF export alone", q.seconds - e.seconds,
               q.cpu_seconds - e.cpu_seconds);
