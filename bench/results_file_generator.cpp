@@ -127,10 +127,10 @@ void write_results_file(std::ostream& out, std::size_t points, GeneratedResultsF
   w.line("*** SETTINGSFILENAME bench_settings.xml ***");
   w.line("*** CADFILENAME C:\\jobs\\bench\\casting_op30.model ***");
   w.line("*** CLDATAFILENAME C:\\jobs\\bench\\casting_op30_probe.cl ***");
-  w.line("*** DOCUMENTID BENCH-%zu ***", points);
+  w.line("*** DOCUMENTID BENCH-%lu ***", static_cast<unsigned long>(points));
   w.line("*** DOCUMENTVERSION 4 ***");
-  w.line("RESULTSFILE BENCH_%zu.TXT", points);
-  w.line("( CASTING OP30 - SYNTHETIC RUN OF %zu POINTS )", points);
+  w.line("RESULTSFILE BENCH_%lu.TXT", static_cast<unsigned long>(points));
+  w.line("( CASTING OP30 - SYNTHETIC RUN OF %lu POINTS )", static_cast<unsigned long>(points));
   w.line("START 'CASTING OP30'");
 
   unsigned toolpath = 0;

@@ -8,7 +8,7 @@ set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 # Libraries and packages come from the MinGW sysroot and from the folder scripts/windows-deps
 # fills; programs run on the build machine.
 set(CNCPROBE_WINDOWS_DEPS "${CMAKE_CURRENT_LIST_DIR}/../build/windows-deps/prefix" CACHE PATH
-  "Static Windows builds of PCRE2, libxml2 and GoogleTest")
+  "Static Windows builds of PCRE2, libxml2, nettle and GoogleTest")
 set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32 ${CNCPROBE_WINDOWS_DEPS})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

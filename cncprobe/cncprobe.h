@@ -76,3 +76,6 @@
 #include "cncprobe/inspection/trend_series.h"
 #include "cncprobe/inspection/trend_statistics.h"
 #include "cncprobe/inspection/verdict.h"
+
+// Writers of standard exchange formats: the run as a QIF 3.0 results document.
+#include "cncprobe/exchange/qif_writer.h"

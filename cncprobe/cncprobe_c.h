@@ -75,7 +75,9 @@ enum {
   CNCPROBE_ERROR_READ_ERROR = 8,        /* opened, but reading failed, or an unusable name */
   CNCPROBE_ERROR_OUT_OF_MEMORY = 9,
   /* A fault of the library itself; please report it with the input that caused it. */
-  CNCPROBE_ERROR_INTERNAL = 10
+  CNCPROBE_ERROR_INTERNAL = 10,
+  /* An output file could not be created or written whole. */
+  CNCPROBE_ERROR_WRITE_FAILED = 11
 };
 
 /* One line of English saying what `error` means ("no such file"); "unknown error" for a value
@@ -358,6 +360,35 @@ cncprobe_extraction_feature_name(const cncprobe_extraction* extraction, size_t f
 CNCPROBE_C_API cncprobe_error cncprobe_extraction_check(const cncprobe_extraction* extraction,
                                                         size_t feature_index, size_t check_index,
                                                         cncprobe_check* check);
+
+/* ---------------------------------------------------------------------------------------------
+ * QIF 3.0: the run as a results document for a plant's quality system. */
+
+/* The drafting standard the document's tolerances are read under. */
+enum { CNCPROBE_DRAFTING_ISO_1101 = 0, CNCPROBE_DRAFTING_ASME_Y14_5 = 1 };
+/* Which inspection points become a feature and characteristic of their own (every probe path is
+ * written as a point set whatever the choice). */
+enum { CNCPROBE_QIF_POINTS_ALL = 0, CNCPROBE_QIF_POINTS_OUTSIDE = 1, CNCPROBE_QIF_POINTS_NONE = 2 };
+
+/* How cncprobe_write_qif writes a document: the drafting standard, the points, the time. */
+typedef struct cncprobe_qif_options {
+  int32_t drafting_standard; /* CNCPROBE_DRAFTING_... */
+  int32_t points;            /* CNCPROBE_QIF_POINTS_... */
+  /* The creation time written, an XML date and time ("2026-11-23T10:15:00Z"); NULL or "" for
+   * now. The same run and time give the same bytes. */
+  const char* time;
+} cncprobe_qif_options;
+
+/* Writes the run as a QIF 3.0 results document into the file at `path` (UTF-8), created or
+ * replaced; `options` NULL for ISO 1101, every point and the time now. True positions are judged
+ * by the run's convention. The header references and the document's identity are read from the
+ * results file again (a run read from memory keeps them from its bytes). CNCPROBE_OK when
+ * written; CNCPROBE_ERROR_INVALID_ARGUMENT for a NULL run or path, an option outside its values or
+ * a time that is not an XML date and time (nothing written); CNCPROBE_ERROR_WRITE_FAILED when the
+ * file cannot be written whole. */
+CNCPROBE_C_API cncprobe_error cncprobe_write_qif(const cncprobe_extraction* extraction,
+                                                 const char* path,
+                                                 const cncprobe_qif_options* options);
 
 /* ---------------------------------------------------------------------------------------------
  * Header references: the files and versions a results file refers to, read from its reference

@@ -12,7 +12,7 @@ import sys
 ORDER = [
     "platform/support", "platform/text", "platform/geometry", "platform/xml", "platform/model",
     "foundation", "events", "macrooutput", "resultsfile", "extraction", "filereferences",
-    "settings", "inspection", "capi",
+    "settings", "inspection", "exchange", "capi",
 ]
 # Folders that are side by side rather than stacked: neither may include the other.
 SIDE_BY_SIDE = {frozenset({"filereferences", "extraction"}), frozenset({"settings", "extraction"}),

@@ -35,8 +35,8 @@ inline constexpr int kExitUnreadable = 3;  // the input file cannot be read
 inline constexpr int kExitFailure = 4;     // the tool itself failed (out of memory, output refused)
 inline constexpr int kExitStore = 5;       // the run store cannot be opened, read or written
 
-// kJsonLines: one JSON document per line (extract).
-enum class Format { kText, kJson, kJsonLines };
+// kJsonLines: one JSON document per line; kQif: a QIF results document (extract only).
+enum class Format { kText, kJson, kJsonLines, kQif };
 
 // The FILE argument that names standard input (extract, refs); the documents label it so.
 inline constexpr const char* kStandardInput = "-";

@@ -13,6 +13,7 @@
 #include "cncprobe/settings/inspection_settings.h"
 #include "cncprobe/settings/inspection_settings_error.h"
 #include "tools/commands.h"
+#include "tools/extract_qif.h"
 #include "tools/extract_view.h"
 #include "tools/ordered_work.h"
 
@@ -29,6 +30,7 @@ struct ExtractOptions {
   bool fail_on_reject = false;
   kptZoneConvention convention = kptZoneDiametral;
   std::size_t threads = 0;  // 0: the machine's cores
+  QifOptions qif;
 };
 
 // The inspection settings the output is printed with: the file's when it is accepted, the
@@ -180,6 +182,20 @@ int run_extract(const ExtractOptions& options, Output& out) {
   }
   kptInspectionSettings settings;
   const bool settings_ok = load_settings(options.settings_file, settings);
+  if (options.format == Format::kQif) {
+    // One document is one part: a QIF document per run, written to standard output or -o.
+    if (options.files.size() != 1) {
+      error_line("--format qif takes one results file (one document is one part)");
+      return kExitUsage;
+    }
+    ExtractOutcome outcome;
+    const int code = run_extract_qif(options.files.front(), options.units, options.convention,
+                                     options.qif, out, outcome);
+    if (code != kExitSuccess) return code;
+    const bool rejected = options.fail_on_reject && !outcome.passed;
+    return outcome.status == kptExtractionSuccess && settings_ok && !rejected ? kExitSuccess
+                                                                              : kExitProblem;
+  }
   Precision precision{settings.linear_precision(), settings.angular_precision(),
                       settings.unitless_precision()};
   if (options.settings_file.empty() || !settings_ok) {
@@ -201,15 +217,7 @@ void add_extract_command(CLI::App& app, CommandSet& commands) {
   extract->add_option("FILE", options->files, "The results files, - for standard input")
       ->required();
   add_units_option(*extract, options->units, "The units the file was written in (default mm)");
-  static const std::map<std::string, Format> kFormats{
-      {"text", Format::kText}, {"json", Format::kJson}, {"jsonl", Format::kJsonLines}};
-  extract
-      ->add_option("--format", options->format,
-                   "text for a person (default), json for a script (an array for several "
-                   "files), jsonl for one document per line")
-      ->transform(CLI::CheckedTransformer(kFormats).description("text|json|jsonl"))
-      ->transform(CLI::IsMember({"text", "json", "jsonl"}))
-      ->option_text("text|json|jsonl");
+  add_extract_format_option(*extract, options->format);
   extract->add_flag("--points", options->points, "Text: list every inspection point too");
   extract
       ->add_option("--settings", options->settings_file,
@@ -232,10 +240,13 @@ void add_extract_command(CLI::App& app, CommandSet& commands) {
           "(default: the machine's cores)")
       ->check(CLI::Range(std::size_t{1}, std::size_t{1024}))
       ->option_text("N");
+  add_qif_options(*extract, options->qif);
   commands.add(extract,
-               "extract  FILE...  [--units mm|in] [--format text|json|jsonl] [--points]\n"
+               "extract  FILE...  [--units mm|in] [--format text|json|jsonl|qif] [--points]\n"
                "                         [--settings FILE.xml] [--fail-on-reject]\n"
-               "                         [--true-position diametral|radial] [--threads N]",
+               "                         [--true-position diametral|radial] [--threads N]\n"
+               "                         [--qif-points all|outside|none] [--time T] [-o FILE.qif]\n"
+               "                         [--drafting-standard iso1101|asme-y14.5]",
                [options](Output& out) { return run_extract(*options, out); });
 }
 

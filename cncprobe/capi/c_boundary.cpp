@@ -82,6 +82,8 @@ const char* cncprobe_error_text(cncprobe_error error) {
       return "out of memory";
     case CNCPROBE_ERROR_INTERNAL:
       return "internal error in the cncprobe library";
+    case CNCPROBE_ERROR_WRITE_FAILED:
+      return "cannot be written";
     default:
       return "unknown error";
   }

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "cncprobe/capi/internal/c_boundary.h"
+#include "cncprobe/capi/internal/c_qif.h"
 #include "cncprobe/cncprobe_c.h"
 #include "cncprobe/extraction/results_data_extractor.h"
 #include "cncprobe/foundation/input_file.h"
@@ -77,6 +78,8 @@ struct cncprobe_extraction {
   kptResultsDataExtractor extractor;
   kptResultsExtractionStatus status = kptExtractionSuccess;
   kptZoneConvention convention = kptZoneDiametral;
+  kptUnitsType units = kptUnitsMillimetres;
+  QifSource source;  // what an export names and identifies the run by
   std::vector<PathEntry> paths;
   std::vector<FeatureEntry> features;
   std::size_t point_count = 0;
@@ -117,6 +120,7 @@ cncprobe_error make_extraction(std::int32_t units, std::int32_t true_position,
   return hand_out(out, [&](std::unique_ptr<cncprobe_extraction>& run) {
     run = std::make_unique<cncprobe_extraction>();
     run->convention = static_cast<kptZoneConvention>(true_position);
+    run->units = static_cast<kptUnitsType>(units);
     run->status = extract(run->extractor, kptUnits(static_cast<kptUnitsType>(units)));
     const cncprobe_error error = input_error(run->extractor.input_problem());
     if (error == CNCPROBE_OK) run->index();
@@ -215,19 +219,28 @@ extern "C" {
 cncprobe_error cncprobe_extract_file(const char* path, int32_t units, int32_t true_position,
                                      cncprobe_extraction** extraction) {
   if (path == nullptr) return refuse(extraction);
-  return make_extraction(units, true_position, extraction,
-                         [&](kptResultsDataExtractor& extractor, const kptUnits& read_in) {
-                           return extractor.extract_data(utString(std::string_view(path)), read_in);
-                         });
+  const cncprobe_error error =
+      make_extraction(units, true_position, extraction,
+                      [&](kptResultsDataExtractor& extractor, const kptUnits& read_in) {
+                        return extractor.extract_data(utString(std::string_view(path)), read_in);
+                      });
+  if (error == CNCPROBE_OK) (*extraction)->source = QifSource::of_file(path);
+  return error;
 }
 
 cncprobe_error cncprobe_extract_memory(const void* bytes, size_t size, int32_t units,
                                        int32_t true_position, cncprobe_extraction** extraction) {
   if (bytes == nullptr && size > 0) return refuse(extraction);
-  return make_extraction(units, true_position, extraction,
-                         [&](kptResultsDataExtractor& extractor, const kptUnits& read_in) {
-                           return extractor.extract_data(memory_input(bytes, size), read_in);
-                         });
+  QifSource source;
+  const cncprobe_error error =
+      make_extraction(units, true_position, extraction,
+                      [&](kptResultsDataExtractor& extractor, const kptUnits& read_in) {
+                        const kptInputFile input = memory_input(bytes, size);
+                        source = QifSource::of_bytes(input);
+                        return extractor.extract_data(input, read_in);
+                      });
+  if (error == CNCPROBE_OK) (*extraction)->source = std::move(source);
+  return error;
 }
 
 cncprobe_error cncprobe_extract_files(const char* const* paths, size_t count, int32_t units,
@@ -476,3 +489,10 @@ cncprobe_error cncprobe_extraction_check(const cncprobe_extraction* extraction,
 }
 
 }  // extern "C"
+
+cncprobe_error cncprobe_write_qif(const cncprobe_extraction* extraction, const char* path,
+                                  const cncprobe_qif_options* options) {
+  if (extraction == nullptr) return CNCPROBE_ERROR_INVALID_ARGUMENT;
+  return write_qif(extraction->extractor, extraction->status, extraction->convention,
+                   extraction->units, extraction->source, path, options);
+}

@@ -365,6 +365,50 @@ class Extraction:
         feature checks (one row per feature quantity, see :meth:`checks_to_pandas`)."""
         return self.points.to_pandas(labels=labels), self.checks_to_pandas()
 
+    def to_qif(
+        self,
+        target: Any,
+        *,
+        true_position: str = "diametral",
+        points: str = "all",
+        drafting_standard: str = "iso1101",
+        time: Optional[str] = None,
+    ) -> None:
+        """Write the run as a QIF 3.0 results document, as ``cncprobe extract --format qif``.
+
+        ``target`` is a path (the file is created or replaced) or a binary file object with a
+        ``write`` method. ``true_position`` ("diametral" or "radial") says how TOL TP is read,
+        ``points`` ("all", "outside" or "none") which inspection points become features of their
+        own, ``drafting_standard`` ("iso1101" or "asme-y14.5") the standard named, and ``time``
+        the creation time written (an XML date and time such as "2026-11-23T10:15:00Z"; None:
+        now). The same file and time give the same bytes. Raises ``ValueError`` for an option
+        outside its values or a time that is not an XML date and time. The results file is read
+        again for its header references and its digest.
+        """
+        conventions = {"diametral": 0, "radial": 1}
+        point_choices = {"all": 0, "outside": 1, "none": 2}
+        standards = {"iso1101": 0, "asme-y14.5": 1}
+        for value, allowed, what in (
+            (true_position, conventions, "true_position"),
+            (points, point_choices, "points"),
+            (drafting_standard, standards, "drafting_standard"),
+        ):
+            if value not in allowed:
+                raise ValueError(f"{what} must be one of {', '.join(map(repr, allowed))}, not {value!r}")
+        time_text = "" if time is None else time
+        if time_text and not _cncprobe.valid_qif_time(time_text):
+            raise ValueError(f"time must be an XML date and time such as 2026-11-23T10:15:00Z, not {time!r}")
+        shown = os.fsdecode(self.file)
+        args = (shown, conventions[true_position], standards[drafting_standard],
+                point_choices[points], time_text)
+        if hasattr(target, "write"):
+            written = self._core.write_qif(target.write, *args)
+        else:
+            with open(target, "wb") as out:
+                written = self._core.write_qif(out.write, *args)
+        if not written:
+            raise ValueError(f"time must be an XML date and time such as 2026-11-23T10:15:00Z, not {time!r}")
+
 
 def _none_if_nan(value: float) -> Optional[float]:
     return None if value != value else value

@@ -170,6 +170,16 @@ class Extraction:
         """The feature checks, one row per feature quantity."""
     def to_pandas(self, labels: bool = True) -> tuple[pd.DataFrame, pd.DataFrame]:
         """The points DataFrame and the feature-checks DataFrame."""
+    def to_qif(
+        self,
+        target: Any,
+        *,
+        true_position: str = "diametral",
+        points: str = "all",
+        drafting_standard: str = "iso1101",
+        time: Optional[str] = None,
+    ) -> None:
+        """Write the run as a QIF 3.0 results document to a path or a binary file object."""
 
 def extract(path: PathArg, units: str = "mm") -> Extraction:
     """Read a probing results file (printed in ``units``, "mm" or "in"). Statuses are returned,

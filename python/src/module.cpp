@@ -24,6 +24,7 @@
 #include <utility>
 #include <vector>
 
+#include "cncprobe/exchange/qif_writer.h"
 #include "cncprobe/extraction/results_data_extractor.h"
 #include "cncprobe/filereferences/file_reference_extractor.h"
 #include "cncprobe/foundation/input_file.h"
@@ -236,7 +237,9 @@ void feature_fields(const mtrToolpathResult& result, py::dict& d) {
 class Extraction {
  public:
   Extraction(const py::bytes& name, const std::string& units)
-      : extractor_(std::make_unique<kptResultsDataExtractor>()) {
+      : extractor_(std::make_unique<kptResultsDataExtractor>()),
+        name_(name),
+        units_(units_of(units).type()) {
     const utString file = file_name(name);
     const kptUnits read_in = units_of(units);
     py::gil_scoped_release unlocked;
@@ -253,6 +256,39 @@ class Extraction {
   kptInputProblem input_problem() const { return problem_; }
   py::str results_file() const { return text(extractor_->resultsfile_name().view()); }
   std::size_t point_count() const { return points_; }
+
+  // The run as a QIF 3.0 results document, handed to `write` (a callable taking bytes) piece by
+  // piece. The file is read again for its header references and its digest. False when `time`
+  // is not an XML date and time (nothing written); an exception `write` raises goes on.
+  bool write_qif(const py::object& write, const std::string& shown_name, int convention,
+                 int standard, int points, const std::string& time) const {
+    kptQifDocument document;
+    document.file_name = shown_name;
+    document.units = units_;
+    document.convention = static_cast<kptZoneConvention>(convention);
+    document.standard = static_cast<kptDraftingStandard>(standard);
+    document.points = static_cast<kptQifPoints>(points);
+    document.time = time;
+    if (!time.empty() && !kptQifWriter::valid_time(time)) return false;
+    kptFileReferenceExtractor references;
+    {
+      py::gil_scoped_release unlocked;
+      document.content_digest = kptQifWriter::digest_of_file(utString(std::string_view(name_)));
+      (void)references.extract(apPath(name_));
+    }
+    std::optional<py::error_already_set> raised;
+    kptQifWriter::write(*extractor_, status_, references, document, [&](std::string_view bytes) {
+      try {
+        write(py::bytes(bytes.data(), bytes.size()));
+        return true;
+      } catch (py::error_already_set& e) {
+        raised = std::move(e);
+        return false;
+      }
+    });
+    if (raised) throw *raised;
+    return true;
+  }
 
   // Every result in the order of creation: a dict per result, shaped like the tool's JSON
   // (probe paths carry their position in the point arrays instead of their points).
@@ -466,6 +502,8 @@ class Extraction {
   }
 
   std::unique_ptr<kptResultsDataExtractor> extractor_;
+  std::string name_;  // the file's name in bytes, read again by an export
+  kptUnitsType units_ = kptUnitsMillimetres;
   kptResultsExtractionStatus status_ = kptExtractionSuccess;
   std::vector<std::shared_ptr<mtrToolpathResult>> results_;
   std::vector<const mtrProbePath*> paths_;
@@ -944,7 +982,12 @@ PYBIND11_MODULE(_cncprobe, m) {
       .def("results", &Extraction::results)
       .def("points", &Extraction::points)
       .def("labels", &Extraction::labels)
+      .def("write_qif", &Extraction::write_qif, py::arg("write"), py::arg("shown_name"),
+           py::arg("convention"), py::arg("standard"), py::arg("points"), py::arg("time"))
       .def("feature_checks", &Extraction::feature_checks, py::arg("convention") = 0);
+  m.def(
+      "valid_qif_time", [](const std::string& text) { return kptQifWriter::valid_time(text); },
+      py::arg("text"));
   m.def("extract", &extract, py::arg("name"), py::arg("shown_name"), py::arg("units") = "mm");
   m.def("extract_many", &extract_many, py::arg("names"), py::arg("units") = "mm",
         py::arg("threads") = 0);
