@@ -10,6 +10,7 @@
 
 #include "cncprobe/inspection/feature_check.h"
 #include "cncprobe/inspection/point_check.h"
+#include "cncprobe/inspection/result_names.h"
 #include "cncprobe/inspection/status_text.h"
 #include "cncprobe/platform/model/angle_surface_feature.h"
 #include "cncprobe/platform/model/circle_feature.h"
@@ -25,48 +26,6 @@
 #include "tools/text_table.h"
 
 namespace tool {
-
-std::string toolpath_text(const mtrToolpathResult& result) {
-  std::string text = std::to_string(result.id());
-  if (result.pattern_instance()) text += " (" + std::to_string(*result.pattern_instance()) + ")";
-  return text;
-}
-
-std::string identity_text(const mtrInspectionPrintData& data) {
-  switch (data.form()) {
-    case mtrInspectionPrintData::kComponentFeature:
-      return "component " + std::to_string(data.component_number()) + " feature " +
-             std::to_string(data.feature_number());
-    case mtrInspectionPrintData::kFeatureName:
-      return "feature " + std::to_string(data.feature_number()) + " " +
-             std::string(data.feature_name().view());
-    case mtrInspectionPrintData::kInvalid:
-      break;
-  }
-  return "-";
-}
-
-namespace {
-
-std::string upper_axis(mtrProbeWCSAxis axis) {
-  const char* name = axis_name(axis);
-  return name ? std::string(1, static_cast<char>(name[0] - 'a' + 'A')) : "?";
-}
-
-}  // namespace
-
-// The text kind of a feature: its JSON kind, with the probing axis where it has one.
-std::string kind_text(const mtrToolpathResult& result) {
-  switch (result.kind()) {
-    case mtrResultSurface:
-      return "surface " + upper_axis(static_cast<const mtrSurfaceFeature&>(result).axis());
-    case mtrResultPerpendicularDistance:
-      return "wall/channel " +
-             upper_axis(static_cast<const mtrPerpendicularDistanceFeature&>(result).axis());
-    default:
-      return kind_name(result);
-  }
-}
 
 namespace {
 
@@ -130,7 +89,7 @@ const char* convention_text(kptZoneConvention convention) {
 }
 
 std::string print_data_text(const mtrInspectionPrintData& data) {
-  return printable_text(identity_text(data));
+  return printable_text(kptResultNames::identity_text(data));
 }
 
 // Rows of the features table for one result; none for a probe path.
@@ -144,8 +103,8 @@ std::vector<TextTable::Row> feature_rows(std::size_t number, const mtrToolpathRe
     const kptFeatureCheck& check = checks[i];
     TextTable::Row row;
     if (i == 0) {
-      row = {std::to_string(number), kind_text(result), toolpath_text(result),
-             print_data_text(feature.print_data())};
+      row = {std::to_string(number), kptResultNames::kind_text(result),
+             kptResultNames::toolpath_text(result), print_data_text(feature.print_data())};
     } else {
       row = {"", "", "", ""};
     }
@@ -167,7 +126,7 @@ std::vector<TextTable::Row> feature_rows(std::size_t number, const mtrToolpathRe
 TextTable::Row path_row(std::size_t number, const mtrProbePath& path, const kptPathSummary& summary,
                         const Numbers& numbers) {
   return {std::to_string(number),
-          toolpath_text(path),
+          kptResultNames::toolpath_text(path),
           std::to_string(summary.points),
           std::to_string(summary.measured),
           std::to_string(summary.outside),

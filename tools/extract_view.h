@@ -47,15 +47,6 @@ const char* axis_name(mtrProbeWCSAxis axis);
 // The JSON kind of a result: "probe_path", "circle", ... "perpendicular_distance".
 const char* kind_name(const mtrToolpathResult& result);
 
-// The kind as a person reads it: the JSON kind, with the probing axis where there is one
-// ("surface X", "wall/channel Y").
-std::string kind_text(const mtrToolpathResult& result);
-// "12" or "12 (3)": the tool path and its pattern instance.
-std::string toolpath_text(const mtrToolpathResult& result);
-// "component 1 feature 4" or "feature 2 DOWEL HOLE" (the name's bytes as the file has them); "-"
-// for a result without identity.
-std::string identity_text(const mtrInspectionPrintData& data);
-
 // Calls fn(number, result) for every result in the order of creation, numbered from 1.
 template <class Fn>
 void for_each_result(const kptResultsDataExtractor& extractor, Fn&& fn) {

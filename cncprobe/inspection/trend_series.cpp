@@ -17,44 +17,6 @@
 
 namespace {
 
-std::string upper_axis(mtrProbeWCSAxis axis) {
-  const char* name = kptResultNames::axis(axis);
-  return name ? std::string(1, static_cast<char>(name[0] - 'a' + 'A')) : "?";
-}
-
-// The kind as the trend report names it: with the probing axis of a surface or wall.
-std::string kind_text(const mtrToolpathResult& result) {
-  switch (result.kind()) {
-    case mtrResultSurface:
-      return "surface " + upper_axis(static_cast<const mtrSurfaceFeature&>(result).axis());
-    case mtrResultPerpendicularDistance:
-      return "wall/channel " +
-             upper_axis(static_cast<const mtrPerpendicularDistanceFeature&>(result).axis());
-    default:
-      return kptResultNames::kind(result.kind());
-  }
-}
-
-std::string toolpath_text(const mtrToolpathResult& result) {
-  std::string text = std::to_string(result.id());
-  if (result.pattern_instance()) text += " (" + std::to_string(*result.pattern_instance()) + ")";
-  return text;
-}
-
-std::string identity_text(const mtrInspectionPrintData& data) {
-  switch (data.form()) {
-    case mtrInspectionPrintData::kComponentFeature:
-      return "component " + std::to_string(data.component_number()) + " feature " +
-             std::to_string(data.feature_number());
-    case mtrInspectionPrintData::kFeatureName:
-      return "feature " + std::to_string(data.feature_number()) + " " +
-             std::string(data.feature_name().view());
-    case mtrInspectionPrintData::kInvalid:
-      break;
-  }
-  return "-";
-}
-
 // The nominal and actual point whose radial offset a centre or corner check holds.
 std::optional<std::pair<giPoint3, giPoint3>> offset_points(const mtrToolpathResult& result) {
   switch (result.kind()) {
@@ -122,13 +84,13 @@ void kptTrendSeriesSet::add_run(const kptResultsDataExtractor& extractor) {
     }
     const auto* feature = dynamic_cast<const mtrInspectionFeature*>(result.get());
     if (!feature) continue;
-    const std::string kind = kind_text(*result);
-    const std::string identity = identity_text(feature->print_data());
+    const std::string kind = kptResultNames::kind_text(*result);
+    const std::string identity = kptResultNames::identity_text(feature->print_data());
     const long long instance =
         result->pattern_instance() ? static_cast<long long>(*result->pattern_instance()) : -1;
     const std::string base = "feature|" + kind + "|" + std::to_string(result->id()) + "|" +
                              std::to_string(instance) + "|" + identity + "|";
-    const std::string item = kind + " " + toolpath_text(*result) + " " + identity;
+    const std::string item = kind + " " + kptResultNames::toolpath_text(*result) + " " + identity;
     for (const kptFeatureCheck& check : kptFeatureChecks::of(*result, convention_)) {
       const kptCheckLimits tolerance = kptFeatureChecks::limits(check, convention_);
       const std::string quantity = kpt_quantity_name(check.quantity);

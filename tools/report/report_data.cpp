@@ -20,6 +20,7 @@
 #include "cncprobe/inspection/feature_check.h"
 #include "cncprobe/inspection/inspection_summary.h"
 #include "cncprobe/inspection/point_check.h"
+#include "cncprobe/inspection/result_names.h"
 #include "cncprobe/inspection/status_text.h"
 #include "cncprobe/inspection/trend_analysis.h"
 #include "cncprobe/platform/model/angle_surface_feature.h"
@@ -334,15 +335,15 @@ SingleReportOutcome write_single_report_data(const ReportOptions& options,
     const auto* feature = dynamic_cast<const mtrInspectionFeature*>(&result);
     if (!feature) return;
     const std::optional<giPoint3> position = feature_position(result);
-    const std::string kind = kind_text(result);
-    const std::string identity = identity_text(feature->print_data());
+    const std::string kind = kptResultNames::kind_text(result);
+    const std::string identity = kptResultNames::identity_text(feature->print_data());
     if (summary.worst_check && summary.worst_check->result_index == index) {
       worst_check_identity = identity;
     }
     json.begin_object();
     json.key("number").integer(static_cast<std::int64_t>(index + 1));
     json.key("kind").string(kind);
-    json.key("toolpath").string(toolpath_text(result));
+    json.key("toolpath").string(kptResultNames::toolpath_text(result));
     json.key("toolpath_sort").number(toolpath_order(result));
     json.key("identity").string(identity);
     json.key("position");
@@ -380,7 +381,7 @@ SingleReportOutcome write_single_report_data(const ReportOptions& options,
     const kptPathSummary s = kptPointChecks::summary(*path);
     json.begin_object();
     json.key("number").integer(static_cast<std::int64_t>(index + 1));
-    json.key("toolpath").string(toolpath_text(result));
+    json.key("toolpath").string(kptResultNames::toolpath_text(result));
     json.key("points").integer(static_cast<std::int64_t>(s.points));
     json.key("measured").integer(static_cast<std::int64_t>(s.measured));
     json.key("within").integer(static_cast<std::int64_t>(s.within));
