@@ -11,7 +11,7 @@ import time
 
 import pytest
 
-from conftest import ROOT, run_tool
+from conftest import ROOT, run_tool, small_file
 
 sys.path.insert(0, str(ROOT / "tests" / "support"))
 import drift_runs  # noqa: E402
@@ -63,6 +63,23 @@ def test_stored_trend_judges_as_the_files_do(tool, store_url, shift, options):
     code, stored = trend_json(tool, "--db", store_url, "--program", PROGRAM, "--last", "8", *last)
     file_code, files = trend_json(tool, *shift[-8:], *last)
     assert (code, judgement(stored)) == (file_code, judgement(files))
+
+
+@pytest.mark.parametrize("name", ["DOWEL HOLE", "BORE|A", "|", "feature|circle|3|-1|x|diameter"])
+def test_stored_series_of_any_feature_name_are_those_of_the_files(tool, store_url, tmp_path,
+                                                                  name):
+    # The key holds the feature's name between "|"s; a name with "|" of its own must still give
+    # the files' series and items, not a feature cut in two.
+    files = []
+    for i in range(3):
+        files.append(tmp_path / f"run{i}.txt")
+        small_file(files[-1], i, feature_name=name)
+        os.utime(files[-1], (1_700_000_000 + i * 60,) * 2)
+    assert run_tool(tool, "ingest", *files, "--db", store_url).returncode == 0
+    _, stored = trend_json(tool, "--db", store_url, "--program", "small_op20")
+    _, from_files = trend_json(tool, *files)
+    assert judgement(stored) == judgement(from_files)
+    assert name in stored["series"][0]["item"]
 
 
 def test_limits_saved_in_the_store_judge_as_a_limits_file(tool, store_url, shift, tmp_path):
