@@ -431,7 +431,9 @@ int judge(const TrendOptions& options, kptRunRules rules, Gathered& gathered,
   if (saved) {
     for (const Run& run : runs) {
       if (saved->program.same_as(run.program)) continue;
-      error_line(run.file + ": the limits in " + options.limits_file + " are of another program (" +
+      const std::string source =
+          limits_in_store(options, options.limits_file) ? "the store" : options.limits_file;
+      error_line(run.file + ": the limits in " + source + " are of another program (" +
                  saved->program.describe() + "; this run: " + run.program.describe() + ")");
       return kExitUsage;
     }
