@@ -99,6 +99,9 @@ def test_limits_saved_in_the_store_judge_as_a_limits_file(tool, store_url, shift
     assert code == file_code == 1  # the worn bore
     assert judgement(from_store) == judgement(from_file)
     assert from_store["baseline"] == {"source": "store", "file": None, "runs": 10}
+    jsonschema = pytest.importorskip("jsonschema")
+    schema = json.loads((ROOT / "docs" / "schema" / "trend.schema.json").read_text())
+    assert list(jsonschema.Draft202012Validator(schema).iter_errors(from_store)) == []
     # A limits file and the store's limits are interchangeable: the keys are the same.
     code, crossed = trend_json(tool, "--db", store_url, "--program", PROGRAM, "--last", "10",
                                "--limits", limits)
