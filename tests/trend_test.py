@@ -118,6 +118,7 @@ def test_stored_runs_exit_codes(runs, saved, tmp_path):
         ("a baseline longer than the runs", [*db, "--baseline", "13"], 2, "--baseline"),
         ("files and a store", [runs[0], *db], 2, "no files"),
         ("a store without a program", ["--db", store], 2, "--program"),
+        ("--last is for stored runs", [*runs[:3], "--last", "2"], 2, "--db URL"),
         ("not a store", ["--db", not_a_store, "--program", "x"], 5, "not a database"),
         ("nothing at all", [], 2, "--db URL --program NAME"),
     ]

@@ -572,7 +572,7 @@ int run_trend(const TrendOptions& options, Output& out) {
                options.rules + "\"");
     return kExitUsage;
   }
-  if (!options.db.empty() || !options.program.empty()) {
+  if (!options.db.empty() || !options.program.empty() || options.last > 0) {
     return run_stored_trend(options, *rules, out);
   }
   if (options.files.empty()) {
