@@ -18,6 +18,7 @@
 #include "cncprobe/inspection/point_check.h"
 #include "cncprobe/inspection/result_names.h"
 #include "cncprobe/inspection/status_text.h"
+#include "cncprobe/inspection/trend_series.h"
 #include "cncprobe/platform/model/inspection_feature.h"
 #include "cncprobe/platform/model/inspection_point.h"
 #include "cncprobe/platform/model/perpendicular_distance_feature.h"
@@ -34,25 +35,6 @@ namespace {
 std::optional<std::string> reference(const utString& text) {
   if (text.invalid()) return std::nullopt;
   return std::string(text.view());
-}
-
-// "surface X", "wall/channel Y": the kind with the axis a surface or a wall/channel is probed
-// along, as the trend report names its features, so two surfaces of one tool path on different
-// axes stay apart.
-std::string kind_with_axis(const mtrToolpathResult& result) {
-  const char* axis = nullptr;
-  std::string kind = kptResultNames::kind(result.kind());
-  if (result.kind() == mtrResultSurface) {
-    axis = kptResultNames::axis(static_cast<const mtrSurfaceFeature&>(result).axis());
-  } else if (result.kind() == mtrResultPerpendicularDistance) {
-    kind = "wall/channel";
-    axis = kptResultNames::axis(static_cast<const mtrPerpendicularDistanceFeature&>(result).axis());
-  }
-  if (axis != nullptr) {
-    kind += ' ';
-    kind += static_cast<char>(axis[0] - 'a' + 'A');
-  }
-  return kind;
 }
 
 template <class Fn>
@@ -169,7 +151,6 @@ RunRecord RunRecord::from_input(const std::string& path, const kptInputFile& inp
     const auto* feature = dynamic_cast<const mtrInspectionFeature*>(&result);
     if (feature == nullptr) return;
     const mtrInspectionPrintData& print = feature->print_data();
-    const std::string kind = kind_with_axis(result);
     for (const kptFeatureCheck& check : kptFeatureChecks::of(result, options.convention)) {
       CheckRow row;
       row.result = index;
@@ -197,7 +178,7 @@ RunRecord RunRecord::from_input(const std::string& path, const kptInputFile& inp
       row.verdict = kpt_verdict_name(check.verdict);
       row.compared = check.compared;
       row.compared_limit = check.compared_limit;
-      row.series = series_key(row, kind);
+      row.series = kptTrendSeriesSet::feature_key(result, row.quantity);
       record.checks.push_back(std::move(row));
     }
   });
@@ -269,24 +250,6 @@ std::string program_of(const std::string& path, const RunReferences& references)
   const std::size_t parent = folder.find_last_of("/\\");
   std::string name = parent == std::string::npos ? folder : folder.substr(parent + 1);
   return name.empty() ? "-" : name;
-}
-
-std::string series_key(const CheckRow& check, std::string_view kind_with_axis) {
-  std::string key(kind_with_axis);
-  key += ' ';
-  key += std::to_string(check.toolpath);
-  if (check.instance >= 0) key += " (" + std::to_string(check.instance) + ")";
-  if (check.name) {
-    key += " feature " + std::to_string(check.feature) + " " + *check.name;
-  } else if (check.feature >= 0) {
-    key += " component " + std::to_string(check.component) + " feature " +
-           std::to_string(check.feature);
-  } else {
-    key += " -";
-  }
-  key += ' ';
-  key += check.quantity;
-  return key;
 }
 
 std::string iso_utc(long long seconds) {

@@ -128,11 +128,6 @@ std::string content_sha256(std::string_view bytes);
 // without references. Folders of Windows paths ("C:\jobs\bracket.model") count as folders.
 std::string program_of(const std::string& path, const RunReferences& references);
 
-// The key that joins the same quantity of the same feature across runs of a program: the kind
-// (with its axis), tool path, pattern instance, identity and quantity, as the trend report joins
-// them: "surface Z 7 (2) component 1 feature 4 position".
-std::string series_key(const CheckRow& check, std::string_view kind_with_axis);
-
 // A time as ISO 8601 UTC ("2026-11-23T13:25:00Z"), from seconds since 1970.
 std::string iso_utc(long long seconds_since_epoch);
 // The current time as iso_utc.

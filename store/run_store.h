@@ -56,6 +56,8 @@ struct StoredRun {
   std::optional<std::string> verdict;
   std::int64_t features = 0, points = 0, checks_out = 0, points_outside = 0;
   std::optional<std::string> results_file;  // the last RESULTSFILE record
+  // The CL data and CAD files the header references: what saved control limits belong to.
+  std::optional<std::string> cldata_filename, cad_filename;
 };
 
 // Which runs runs() lists, oldest first.

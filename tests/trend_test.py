@@ -98,3 +98,33 @@ def test_saved_limits_are_those_of_the_baseline_and_judge_alike(runs, saved):
     # The worn bore is what drifts.
     assert any(v["quantity"] == "diameter" and "component 1 feature 1" in v["item"]
                for v in whole["violations"])
+
+
+def test_stored_runs_exit_codes(runs, saved, tmp_path):
+    store = tmp_path / "runs.sqlite"
+    ingest = subprocess.run([TOOL, "ingest", *map(str, runs[:12]), "--db", str(store)],
+                            capture_output=True, text=True)
+    assert ingest.returncode == 0, ingest.stderr
+    not_a_store = tmp_path / "notes.txt"
+    not_a_store.write_text("not a database\n" * 100)
+    db = ["--db", store, "--program", "bracket_op20_probe"]
+    cases = [
+        ("drift after the baseline", [*db, "--baseline", "10"], 1, ""),
+        ("the newest two against a limits file", [*db, "--last", "2", "--limits", saved], 1, ""),
+        ("no limits saved yet", [*db, "--limits", "db"], 3, "no control limits"),
+        ("limits saved", [*db, "--baseline", "10", "--save-limits", "db", "--rules", "2"], 0, ""),
+        ("and read back", [*db, "--last", "5", "--limits", "db", "--rules", "2"], 0, ""),
+        ("a program without runs", ["--db", store, "--program", "op99"], 1, "no runs of op99"),
+        ("a baseline longer than the runs", [*db, "--baseline", "13"], 2, "--baseline"),
+        ("files and a store", [runs[0], *db], 2, "no files"),
+        ("a store without a program", ["--db", store], 2, "--program"),
+        ("--last is for stored runs", [*runs[:3], "--last", "2"], 2, "--db URL"),
+        ("not a store", ["--db", not_a_store, "--program", "x"], 5, "not a database"),
+        ("nothing at all", [], 2, "--db URL --program NAME"),
+    ]
+    for name, args, code, message in cases:
+        done = trend(*args)
+        assert done.returncode == code, f"{name}: {done.stderr}"
+        assert message in done.stderr, name
+        if code >= 2:
+            assert done.stderr.startswith("cncprobe: "), name

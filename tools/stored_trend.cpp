@@ -1,5 +1,6 @@
-// A program's stored runs as a trend: the series keys, deviations and limits are those the
-// inspection rules gave when each run was ingested; nothing is judged again here.
+// A program's stored runs as a trend: the series keys (the library's, as for files), deviations and
+// limits are those the inspection rules gave when each run was ingested; nothing is judged again
+// here.
 #include "tools/stored_trend.h"
 
 #include <cmath>
@@ -21,10 +22,31 @@ std::string quantity_label(const std::string& name) {
   return name;
 }
 
+// The feature as a person reads it, from the series key the store kept with the check
+// ("feature|circle|3|2|component 1 feature 4|diameter" -> "circle 3 (2) component 1 feature 4").
+// The identity may hold a '|' of its own (a feature's name): it is everything between the
+// instance and the quantity.
+std::string item_of(const std::string& key) {
+  std::vector<std::string> head;
+  std::size_t at = 0;
+  for (int i = 0; i < 4; ++i) {
+    const std::size_t bar = key.find('|', at);
+    if (bar == std::string::npos) return key;
+    head.push_back(key.substr(at, bar - at));
+    at = bar + 1;
+  }
+  const std::size_t last = key.rfind('|');
+  if (last < at) return key;
+  std::string item = head[1] + " " + head[2];
+  if (head[3] != "-1") item += " (" + head[3] + ")";
+  return item + " " + key.substr(at, last - at);
+}
+
 }  // namespace
 
 bool stored_trend(store::RunStore& runs, const std::string& program, std::int64_t last,
-                  TrendData& trend, store::StoreStatus& status) {
+                  TrendData& trend, store::StoreStatus& status,
+                  std::vector<store::StoredRun>* listed) {
   store::RunFilter filter;
   filter.program = program;
   if (last > 0) filter.last = last;
@@ -47,11 +69,8 @@ bool stored_trend(store::RunStore& runs, const std::string& program, std::int64_
   std::vector<std::vector<kptTrendSeries>> values(ids.size());
   for (const store::StoredCheck& stored : runs.checks(ids, status)) {
     const store::CheckRow& c = stored.check;
-    // The series key ends with the quantity's name; the page names the feature before it.
-    std::string item = c.series;
-    if (item.size() > c.quantity.size() + 1) item.resize(item.size() - c.quantity.size() - 1);
-    values[column[stored.run]].push_back({"feature|" + c.series,
-                                          item,
+    values[column[stored.run]].push_back({c.series,
+                                          item_of(c.series),
                                           c.quantity,
                                           quantity_label(c.quantity),
                                           false,
@@ -70,6 +89,7 @@ bool stored_trend(store::RunStore& runs, const std::string& program, std::int64_
   }
   if (!status.ok()) return false;
   for (const std::vector<kptTrendSeries>& run : values) trend.series.add_run(run);
+  if (listed) *listed = found;
   return true;
 }
 

@@ -1,7 +1,9 @@
 // cncprobe trend: control charts of many runs of one program, and the drift check at the machine.
 // The statistics, rules and limits files are the library's (kptTrendAnalysis); this file reads
 // the runs, prints what the analysis found and turns it into the exit code.
+#include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -15,6 +17,10 @@
 #include "cncprobe/inspection/status_text.h"
 #include "cncprobe/inspection/trend_analysis.h"
 #include "tools/commands.h"
+#if defined(CNCPROBE_HAVE_STORE)
+#include "store/run_store.h"
+#include "tools/stored_trend.h"
+#endif
 #include "tools/json_writer.h"
 #include "tools/text_table.h"
 
@@ -22,8 +28,14 @@ namespace tool {
 
 namespace {
 
+// `--limits db`, `--save-limits db`: the control limits saved in the run store for the program.
+constexpr const char* kStoreLimits = "db";
+
 struct TrendOptions {
   std::vector<std::string> files;
+  std::string db;  // the runs of a program from this run store instead of files
+  std::string program;
+  std::int64_t last = 0;
   std::size_t baseline = 0;  // 0: every run given
   std::string limits_file;
   std::string save_limits;
@@ -36,8 +48,19 @@ struct TrendOptions {
 struct Run {
   std::string file;
   kptResultsExtractionStatus status = kptExtractionSuccess;
+  std::string status_name;  // as the store kept it, or the status' name
   kptTrendProgram program;
 };
+
+// The runs of the trend, in order, with their series; and where saved limits came from.
+struct Gathered {
+  std::vector<Run> runs;
+  kptTrendSeriesSet set;
+};
+
+bool limits_in_store(const TrendOptions& options, const std::string& value) {
+  return !options.db.empty() && value == kStoreLimits;
+}
 
 std::optional<std::string> reference(const utString& text) {
   if (!text.valid()) return std::nullopt;
@@ -90,9 +113,10 @@ void write_json(const TrendOptions& options, const std::vector<Run>& runs,
   json.key("baseline");
   json.begin_object();
   json.key("source");
-  json.string(analysis.saved_limits ? "limits_file" : "runs");
+  const bool from_store = analysis.saved_limits && limits_in_store(options, options.limits_file);
+  json.string(from_store ? "store" : analysis.saved_limits ? "limits_file" : "runs");
   json.key("file");
-  if (analysis.saved_limits) {
+  if (analysis.saved_limits && !from_store) {
     json.string(options.limits_file);
   } else {
     json.null();
@@ -125,7 +149,7 @@ void write_json(const TrendOptions& options, const std::vector<Run>& runs,
     json.key("file");
     json.string(runs[i].file);
     json.key("status");
-    json.string(kptStatusText::name(runs[i].status));
+    json.string(runs[i].status_name);
     json.key("judged");
     json.boolean(i >= analysis.first_judged);
     json.end_object();
@@ -243,14 +267,16 @@ std::string number_or_dash(const std::optional<double>& value, int decimals) {
   return value ? format_fixed(*value, decimals) : std::string("-");
 }
 
-void write_text(const std::vector<Run>& runs, const kptTrendSeriesSet& set,
-                const kptTrendAnalysis& analysis, Output& out) {
+void write_text(const TrendOptions& options, const std::vector<Run>& runs,
+                const kptTrendSeriesSet& set, const kptTrendAnalysis& analysis, Output& out) {
   const auto line = [&out](const std::string& text) {
     out.write(text);
     out.write('\n');
   };
   line(std::to_string(runs.size()) + " runs; control limits from " +
-       (analysis.saved_limits ? std::string("a saved limits file (") +
+       (analysis.saved_limits ? std::string(limits_in_store(options, options.limits_file)
+                                                ? "the limits saved in the store ("
+                                                : "a saved limits file (") +
                                     std::to_string(analysis.baseline_runs) + " runs)"
                               : "the first " + std::to_string(analysis.baseline_runs) + " runs") +
        "; judged: " +
@@ -333,43 +359,21 @@ void write_text(const std::vector<Run>& runs, const kptTrendSeriesSet& set,
   }
 }
 
-int run_trend(const TrendOptions& options, Output& out) {
-  const std::optional<kptRunRules> rules = kptControlChart::parse_rules(options.rules);
-  if (!rules) {
-    error_line("trend: --rules takes rule numbers 1 to 8 separated by commas, not \"" +
-               options.rules + "\"");
-    return kExitUsage;
+bool baseline_fits(const TrendOptions& options, std::size_t runs) {
+  if (!options.limits_file.empty()) return true;
+  if (options.baseline == 1 || options.baseline > runs) {
+    error_line("trend: --baseline takes 2 to " + std::to_string(runs) + " runs (the runs given)");
+    return false;
   }
-  if (options.limits_file.empty() &&
-      (options.baseline == 1 || options.baseline > options.files.size())) {
-    error_line("trend: --baseline takes 2 to " + std::to_string(options.files.size()) +
-               " runs (the runs given)");
-    return kExitUsage;
-  }
-  if (options.limits_file.empty() && options.files.size() < 2) {
+  if (runs < 2) {
     error_line("trend: a baseline needs two runs at least; give more runs or --limits FILE.json");
-    return kExitUsage;
+    return false;
   }
+  return true;
+}
 
-  std::optional<kptControlLimitsFile> saved;
-  if (!options.limits_file.empty()) {
-    const kptInputFile input = kptInputFile::read(utString(std::string_view(options.limits_file)));
-    if (!input.ok()) {
-      error_line(options.limits_file + ": " + kpt_input_problem_text(input.problem()));
-      return kExitUnreadable;
-    }
-    saved.emplace();
-    if (const std::string problem = kptControlLimitsFile::parse(input.bytes(), *saved);
-        !problem.empty()) {
-      error_line(options.limits_file + ": " + problem);
-      return kExitUnreadable;
-    }
-  }
-
-  const kptZoneConvention convention =
-      options.true_position == "radial" ? kptZoneRadial : kptZoneDiametral;
-  kptTrendSeriesSet set(convention);
-  std::vector<Run> runs;
+// Reads the runs named on the command line; an exit code when one cannot be read.
+std::optional<int> gather_files(const TrendOptions& options, Gathered& gathered) {
   for (const std::string& file : options.files) {
     const kptInputFile input = kptInputFile::read(utString(std::string_view(file)));
     if (!input.ok()) {
@@ -381,41 +385,79 @@ int run_trend(const TrendOptions& options, Output& out) {
     kptFileReferenceExtractor refs;
     (void)refs.extract(input);
     run.program = {reference(refs.cldata_filename()), reference(refs.cad_filename())};
-    if (saved && !saved->program.same_as(run.program)) {
-      error_line(file + ": the limits in " + options.limits_file + " are of another program (" +
+    kptResultsDataExtractor extractor;
+    run.status = extractor.extract_data(input, kptUnits(options.units));
+    run.status_name = kptStatusText::name(run.status);
+    gathered.set.add_run(extractor);
+    gathered.runs.push_back(std::move(run));
+  }
+  return std::nullopt;
+}
+
+std::optional<int> parse_limits(const std::string& name, std::string_view text,
+                                kptControlLimitsFile& saved) {
+  if (const std::string problem = kptControlLimitsFile::parse(text, saved); !problem.empty()) {
+    error_line(name + ": " + problem);
+    return kExitUnreadable;
+  }
+  return std::nullopt;
+}
+
+std::optional<int> read_limits_file(const std::string& file, kptControlLimitsFile& saved) {
+  const kptInputFile input = kptInputFile::read(utString(std::string_view(file)));
+  if (!input.ok()) {
+    error_line(file + ": " + kpt_input_problem_text(input.problem()));
+    return kExitUnreadable;
+  }
+  return parse_limits(file, input.bytes(), saved);
+}
+
+std::optional<int> write_limits_file(const std::string& file, const std::string& text) {
+  std::FILE* stream = open_for_writing(file);
+  const bool written = stream && std::fwrite(text.data(), 1, text.size(), stream) == text.size();
+  if (stream && std::fclose(stream) != 0) stream = nullptr;
+  if (!written || !stream) {
+    error_line(file + ": cannot be written");
+    return kExitFailure;
+  }
+  return std::nullopt;
+}
+
+// Judges the gathered runs, saves the limits where asked and prints; the exit code.
+int judge(const TrendOptions& options, kptRunRules rules, Gathered& gathered,
+          const std::optional<kptControlLimitsFile>& saved,
+          const std::function<std::optional<int>(const std::string&)>& save, Output& out) {
+  const std::vector<Run>& runs = gathered.runs;
+  if (saved) {
+    for (const Run& run : runs) {
+      if (saved->program.same_as(run.program)) continue;
+      const std::string source =
+          limits_in_store(options, options.limits_file) ? "the store" : options.limits_file;
+      error_line(run.file + ": the limits in " + source + " are of another program (" +
                  saved->program.describe() + "; this run: " + run.program.describe() + ")");
       return kExitUsage;
     }
-    kptResultsDataExtractor extractor;
-    run.status = extractor.extract_data(input, kptUnits(options.units));
-    set.add_run(extractor);
-    runs.push_back(std::move(run));
   }
-
   const kptTrendAnalysis analysis =
-      saved ? kptTrendAnalysis::from_saved(set, *saved, *rules)
-            : kptTrendAnalysis::from_baseline(set, options.baseline, *rules);
+      saved ? kptTrendAnalysis::from_saved(gathered.set, *saved, rules)
+            : kptTrendAnalysis::from_baseline(gathered.set, options.baseline, rules);
 
   if (!options.save_limits.empty()) {
-    const std::vector<std::string> baseline_files(
-        options.files.begin(),
-        options.files.begin() + static_cast<std::ptrdiff_t>(saved ? 0 : analysis.baseline_runs));
-    const std::string text =
-        analysis.limits_file(set, runs.front().program, saved ? saved->runs : baseline_files)
-            .to_json();
-    std::FILE* stream = open_for_writing(options.save_limits);
-    const bool written = stream && std::fwrite(text.data(), 1, text.size(), stream) == text.size();
-    if (stream && std::fclose(stream) != 0) stream = nullptr;
-    if (!written || !stream) {
-      error_line(options.save_limits + ": cannot be written");
-      return kExitFailure;
+    std::vector<std::string> baseline_files;
+    for (std::size_t i = 0; !saved && i < analysis.baseline_runs; ++i) {
+      baseline_files.push_back(runs[i].file);
     }
+    const std::string text =
+        analysis
+            .limits_file(gathered.set, runs.front().program, saved ? saved->runs : baseline_files)
+            .to_json();
+    if (const std::optional<int> failed = save(text)) return *failed;
   }
 
   if (options.format == Format::kJson) {
-    write_json(options, runs, set, analysis, out);
+    write_json(options, runs, gathered.set, analysis, out);
   } else {
-    write_text(runs, set, analysis, out);
+    write_text(options, runs, gathered.set, analysis, out);
   }
   for (const Run& run : runs) {
     if (run.status != kptExtractionSuccess) {
@@ -425,22 +467,148 @@ int run_trend(const TrendOptions& options, Output& out) {
   return analysis.drifting() ? kExitProblem : kExitSuccess;
 }
 
+int run_file_trend(const TrendOptions& options, kptRunRules rules, Output& out) {
+  if (!baseline_fits(options, options.files.size())) return kExitUsage;
+  std::optional<kptControlLimitsFile> saved;
+  if (!options.limits_file.empty()) {
+    saved.emplace();
+    if (const std::optional<int> failed = read_limits_file(options.limits_file, *saved)) {
+      return *failed;
+    }
+  }
+  const kptZoneConvention convention =
+      options.true_position == "radial" ? kptZoneRadial : kptZoneDiametral;
+  Gathered gathered{{}, kptTrendSeriesSet(convention)};
+  if (const std::optional<int> failed = gather_files(options, gathered)) return *failed;
+  return judge(
+      options, rules, gathered, saved,
+      [&](const std::string& text) { return write_limits_file(options.save_limits, text); }, out);
+}
+
+// The trend of a program's stored runs: the same analysis and output as for files, with the
+// limits read from and saved to the store on `--limits db` and `--save-limits db`.
+int run_stored_trend(const TrendOptions& options, kptRunRules rules, Output& out) {
+  if (options.db.empty() || options.program.empty() || !options.files.empty()) {
+    error_line("trend: a trend of stored runs takes --db URL and --program NAME, and no files");
+    return kExitUsage;
+  }
+#if !defined(CNCPROBE_HAVE_STORE)
+  (void)rules;
+  (void)out;
+  error_line("trend: this build of cncprobe has no run store");
+  return kExitUsage;
+#else
+  if (options.true_position == "radial") {
+    error_line(
+        "trend: stored runs were judged when they were ingested; --true-position is for "
+        "files");
+    return kExitUsage;
+  }
+  const bool save_to_store = options.save_limits == kStoreLimits;
+  store::StoreStatus status;
+  const std::unique_ptr<store::RunStore> runs =
+      store::RunStore::open(options.db, status, save_to_store);
+  TrendData trend;
+  std::vector<store::StoredRun> listed;
+  if (!runs || !stored_trend(*runs, options.program, options.last, trend, status, &listed)) {
+    error_line(status.message);
+    return kExitStore;
+  }
+  if (listed.empty()) {
+    error_line("trend: the store holds no runs of " + options.program);
+    return kExitProblem;
+  }
+  if (!baseline_fits(options, listed.size())) return kExitUsage;
+
+  std::optional<kptControlLimitsFile> saved;
+  if (limits_in_store(options, options.limits_file)) {
+    const std::optional<std::string> document = runs->latest_limits(options.program, status);
+    if (!status.ok()) {
+      error_line(status.message);
+      return kExitStore;
+    }
+    if (!document) {
+      error_line("trend: the store holds no control limits of " + options.program +
+                 "; save them with --baseline N --save-limits db");
+      return kExitUnreadable;
+    }
+    saved.emplace();
+    if (const std::optional<int> failed =
+            parse_limits("the limits of " + options.program + " in the store", *document, *saved)) {
+      return *failed;
+    }
+  } else if (!options.limits_file.empty()) {
+    saved.emplace();
+    if (const std::optional<int> failed = read_limits_file(options.limits_file, *saved)) {
+      return *failed;
+    }
+  }
+
+  Gathered gathered{{}, std::move(trend.series)};
+  for (const store::StoredRun& stored : listed) {
+    Run run;
+    run.file = stored.path;
+    run.status = static_cast<kptResultsExtractionStatus>(stored.status_code);
+    run.status_name = stored.status_name;
+    run.program = {stored.cldata_filename, stored.cad_filename};
+    gathered.runs.push_back(std::move(run));
+  }
+  const auto save = [&](const std::string& text) -> std::optional<int> {
+    if (!save_to_store) return write_limits_file(options.save_limits, text);
+    if (!runs->save_limits(options.program, text, status)) {
+      error_line(status.message);
+      return kExitStore;
+    }
+    return std::nullopt;
+  };
+  return judge(options, rules, gathered, saved, save, out);
+#endif
+}
+
+int run_trend(const TrendOptions& options, Output& out) {
+  const std::optional<kptRunRules> rules = kptControlChart::parse_rules(options.rules);
+  if (!rules) {
+    error_line("trend: --rules takes rule numbers 1 to 8 separated by commas, not \"" +
+               options.rules + "\"");
+    return kExitUsage;
+  }
+  if (!options.db.empty() || !options.program.empty() || options.last > 0) {
+    return run_stored_trend(options, *rules, out);
+  }
+  if (options.files.empty()) {
+    error_line("trend: results files are needed, or --db URL --program NAME");
+    return kExitUsage;
+  }
+  return run_file_trend(options, *rules, out);
+}
+
 }  // namespace
 
 void add_trend_command(CLI::App& app, CommandSet& commands) {
   auto options = std::make_shared<TrendOptions>();
   CLI::App* trend = app.add_subcommand(
       "trend", "Control charts and run rules over many runs of one program: is it drifting?");
-  trend->add_option("RUN", options->files, "The results files of the runs, oldest first")
-      ->required();
+  trend->add_option("RUN", options->files, "The results files of the runs, oldest first");
+  trend
+      ->add_option("--db", options->db,
+                   "The runs of --program from this run store instead of files")
+      ->option_text("URL");
+  trend->add_option("--program", options->program, "With --db: the program whose runs to take")
+      ->option_text("NAME");
+  trend->add_option("--last", options->last, "With --db: the newest N runs only")
+      ->check(CLI::PositiveNumber)
+      ->option_text("N");
   CLI::Option* baseline =
       trend->add_option("--baseline", options->baseline,
                         "Control limits from the first N runs (default: every run given)");
-  CLI::Option* limits = trend->add_option("--limits", options->limits_file,
-                                          "Judge every run against limits saved earlier");
+  CLI::Option* limits =
+      trend->add_option("--limits", options->limits_file,
+                        "Judge every run against limits saved earlier (with --db, \"db\": the "
+                        "limits saved in the store)");
   baseline->excludes(limits);
   trend->add_option("--save-limits", options->save_limits,
-                    "Save the control limits used, to judge later runs with --limits");
+                    "Save the control limits used, to judge later runs with --limits (with --db, "
+                    "\"db\": into the store)");
   trend->add_option("--rules", options->rules, "The run rules to apply (default 1,2,3,4,5,6,7,8)");
   add_units_option(*trend, options->units, "The units the files were written in (default mm)");
   trend
@@ -450,7 +618,8 @@ void add_trend_command(CLI::App& app, CommandSet& commands) {
   add_format_option(*trend, options->format);
   commands.add(trend,
                "trend    RUN...   [--baseline N | --limits FILE.json] [--save-limits FILE.json]\n"
-               "                                  [--rules LIST] [--format text|json]",
+               "                                  [--rules LIST] [--format text|json]\n"
+               "         --db URL --program NAME [--last N] [--limits db] [--save-limits db]",
                [options](Output& out) { return run_trend(*options, out); });
 }
 

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,10 +20,12 @@
 extern char** environ;
 #endif
 
+#include "cncprobe/inspection/trend_analysis.h"
 #include "store/folder_watch.h"
 #include "store/ingest.h"
 #include "store/run_store.h"
 #include "tools/commands.h"
+#include "tools/stored_trend.h"
 
 namespace tool {
 
@@ -60,13 +63,45 @@ std::chrono::milliseconds duration_of(const std::string& text) {
   return std::chrono::milliseconds(static_cast<long long>(value * scale));
 }
 
-// The drift rules that fired for a newly stored run of `program` against the program's saved
-// control limits. Control limits are not saved yet by any command, so nothing fires; this is
-// the one place the run rules are to be asked.
-std::vector<std::string> drift_rules_fired(store::RunStore& runs, const std::string& program) {
+// The program's recent runs the rules look back over: the longest rule needs 15 in a row.
+constexpr std::int64_t kDriftHistory = 30;
+
+// The drift rules that fired on the newly stored run at `path` of `program`, judged with the
+// program's recent stored runs against its latest saved control limits: "rule 1 on circle 3
+// component 1 feature 1 diameter". Nothing when no limits are saved, when they are of another
+// program, or when the store cannot answer (the run itself is stored either way).
+std::vector<std::string> drift_rules_fired(store::RunStore& runs, const std::string& program,
+                                           const std::string& path) {
   store::StoreStatus status;
-  if (!runs.latest_limits(program, status)) return {};
-  return {};
+  const std::optional<std::string> document = runs.latest_limits(program, status);
+  kptControlLimitsFile saved;
+  if (!document || !kptControlLimitsFile::parse(*document, saved).empty()) return {};
+  TrendData trend;
+  std::vector<store::StoredRun> listed;
+  if (!stored_trend(runs, program, kDriftHistory, trend, status, &listed)) return {};
+  std::optional<std::size_t> newest;
+  for (std::size_t i = 0; i < listed.size(); ++i) {
+    if (listed[i].path == path) newest = i;
+  }
+  if (!newest) return {};
+  const kptTrendProgram references{listed[*newest].cldata_filename, listed[*newest].cad_filename};
+  if (!saved.program.same_as(references)) return {};
+
+  const kptTrendAnalysis analysis = kptTrendAnalysis::from_saved(trend.series, saved);
+  std::vector<std::string> fired;
+  const auto collect = [&](const std::vector<kptTrendSeries>& series,
+                           const std::vector<kptSeriesStatistics>& stats) {
+    for (std::size_t i = 0; i < series.size() && i < stats.size(); ++i) {
+      for (const kptRuleViolation& v : stats[i].violations) {
+        if (v.run != *newest) continue;
+        fired.push_back("rule " + std::to_string(v.rule) + " on " + series[i].item + " " +
+                        series[i].label + (v.moving_range ? " (moving range)" : ""));
+      }
+    }
+  };
+  collect(trend.series.features(), analysis.features);
+  collect(trend.series.points(), analysis.points);
+  return fired;
 }
 
 // Runs the alarm command through the shell, with the file, program and reason handed over in
@@ -136,7 +171,7 @@ int run_watch(const WatchOptions& options, Output& out) {
       // PASS or FAIL; a file without a verdict says why (unreadable, no results).
       std::string verdict = !result.verdict ? "-" : *result.verdict == "pass" ? "PASS" : "FAIL";
       if (result.status_name != "success") verdict += " (" + result.status_name + ")";
-      const std::vector<std::string> fired = drift_rules_fired(*runs, result.program);
+      const std::vector<std::string> fired = drift_rules_fired(*runs, result.program, result.path);
       std::string line = store::now_utc() + "  " + printable_text(file) + "  " +
                          printable_text(result.program) + "  " + verdict;
       for (const std::string& rule : fired) line += "  drift: " + printable_text(rule);

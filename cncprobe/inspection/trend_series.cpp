@@ -54,6 +54,25 @@ kptTrendSeries& kptTrendSeriesSet::series(std::vector<kptTrendSeries>& list,
   return list[it->second];
 }
 
+std::string kptTrendSeriesSet::feature_key(const mtrToolpathResult& result,
+                                           std::string_view quantity) {
+  const auto* feature = dynamic_cast<const mtrInspectionFeature*>(&result);
+  const std::string identity = feature ? kptResultNames::identity_text(feature->print_data()) : "-";
+  const long long instance =
+      result.pattern_instance() ? static_cast<long long>(*result.pattern_instance()) : -1;
+  std::string key = "feature|" + kptResultNames::kind_text(result) + "|" +
+                    std::to_string(result.id()) + "|" + std::to_string(instance) + "|" + identity +
+                    "|";
+  key += quantity;
+  return key;
+}
+
+std::string kptTrendSeriesSet::feature_item(const mtrToolpathResult& result) {
+  const auto* feature = dynamic_cast<const mtrInspectionFeature*>(&result);
+  return kptResultNames::kind_text(result) + " " + kptResultNames::toolpath_text(result) + " " +
+         (feature ? kptResultNames::identity_text(feature->print_data()) : std::string("-"));
+}
+
 void kptTrendSeriesSet::add_run(const kptResultsDataExtractor& extractor) {
   const std::size_t run = runs_;
   for (kptTrendSeries& s : features_) s.values.push_back(std::nan(""));
@@ -84,13 +103,8 @@ void kptTrendSeriesSet::add_run(const kptResultsDataExtractor& extractor) {
     }
     const auto* feature = dynamic_cast<const mtrInspectionFeature*>(result.get());
     if (!feature) continue;
-    const std::string kind = kptResultNames::kind_text(*result);
-    const std::string identity = kptResultNames::identity_text(feature->print_data());
-    const long long instance =
-        result->pattern_instance() ? static_cast<long long>(*result->pattern_instance()) : -1;
-    const std::string base = "feature|" + kind + "|" + std::to_string(result->id()) + "|" +
-                             std::to_string(instance) + "|" + identity + "|";
-    const std::string item = kind + " " + kptResultNames::toolpath_text(*result) + " " + identity;
+    const std::string base = feature_key(*result, "");
+    const std::string item = feature_item(*result);
     for (const kptFeatureCheck& check : kptFeatureChecks::of(*result, convention_)) {
       const kptCheckLimits tolerance = kptFeatureChecks::limits(check, convention_);
       const std::string quantity = kpt_quantity_name(check.quantity);

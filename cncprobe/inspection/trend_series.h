@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cncprobe/export.h"
@@ -55,6 +56,13 @@ class CNCPROBE_API kptTrendSeriesSet {
   // item, quantity, label, point, tolerance) and holds the run's value as its one value (none or
   // NaN: the run had none). Series are matched by key and created as the other add_run does.
   void add_run(const std::vector<kptTrendSeries>& entries);
+
+  // The key of a feature quantity's series ("feature|circle|3|-1|component 1 feature 4|diameter"):
+  // kind with its probing axis, tool path, pattern instance (-1 none), identity and quantity name.
+  // A run store keeps it with each check, so stored runs and files join the same series.
+  static std::string feature_key(const mtrToolpathResult& result, std::string_view quantity);
+  // The feature as a person reads it, the series' item: "circle 3 (2) component 1 feature 4".
+  static std::string feature_item(const mtrToolpathResult& result);
 
   // The runs added so far.
   std::size_t runs() const noexcept { return runs_; }

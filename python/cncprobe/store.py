@@ -10,7 +10,8 @@ read with the standard ``sqlite3`` module, or ``postgresql://user@host/db`` (``p
 alone takes libpq's ``PG*`` environment variables), read with ``psycopg2``. ``checks`` and
 ``points`` have the columns and dtypes of :meth:`cncprobe.Extraction.to_pandas`, after a ``run``
 column (the run's id) and, for checks, ``program`` and ``series`` (the key that joins the same
-quantity of the same feature across runs). Text the files held is given back exactly: bytes that
+quantity of the same feature across runs: the ``key`` of ``cncprobe trend`` and of a limits file,
+``"feature|circle|3|-1|component 1 feature 1|diameter"``). Text the files held is given back exactly: bytes that
 are not UTF-8 come back as lone surrogates (``text.encode("utf-8", "surrogateescape")`` gives
 the bytes).
 """

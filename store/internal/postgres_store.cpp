@@ -576,7 +576,7 @@ std::vector<StoredRun> PostgresStore::runs(const RunFilter& filter, StoreStatus&
 SELECT * FROM (
   SELECT r.id, p.name, r.path, r.sha256, r.file_time, r.ingest_time, r.units, r.status_code,
          r.status_name, r.verdict, r.features, r.points, r.checks_out, r.points_outside,
-         r.results_file
+         r.results_file, r.cldata_filename, r.cad_filename
   FROM runs r JOIN programs p ON p.id = r.program_id
   WHERE ($1::bytea IS NULL OR p.name = $1::bytea)
     AND ($2::text IS NULL OR coalesce(r.file_time, r.ingest_time) >= $2::text)
@@ -606,6 +606,8 @@ ORDER BY coalesce(file_time, ingest_time), id)sql",
     run.checks_out = r.integer(i, 12);
     run.points_outside = r.integer(i, 13);
     run.results_file = r.optional_bytes(i, 14);
+    run.cldata_filename = r.optional_bytes(i, 15);
+    run.cad_filename = r.optional_bytes(i, 16);
     out.push_back(std::move(run));
   }
   return out;

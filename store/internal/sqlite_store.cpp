@@ -448,7 +448,7 @@ std::vector<StoredRun> SqliteStore::runs(const RunFilter& filter, StoreStatus& s
 SELECT * FROM (
   SELECT r.id, p.name, r.path, r.sha256, r.file_time, r.ingest_time, r.units, r.status_code,
          r.status_name, r.verdict, r.features, r.points, r.checks_out, r.points_outside,
-         r.results_file
+         r.results_file, r.cldata_filename, r.cad_filename
   FROM runs r JOIN programs p ON p.id = r.program_id
   WHERE (?1 IS NULL OR p.name = ?1) AND (?2 IS NULL OR coalesce(r.file_time, r.ingest_time) >= ?2)
   ORDER BY coalesce(r.file_time, r.ingest_time) DESC, r.id DESC
@@ -483,6 +483,8 @@ ORDER BY coalesce(file_time, ingest_time), id)sql");
     run.checks_out = s.column_integer(12);
     run.points_outside = s.column_integer(13);
     run.results_file = s.column_optional_text(14);
+    run.cldata_filename = s.column_optional_text(15);
+    run.cad_filename = s.column_optional_text(16);
     out.push_back(std::move(run));
   }
   if (code != SQLITE_DONE) fail(code, status);
