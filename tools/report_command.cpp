@@ -215,15 +215,16 @@ void add_report_command(CLI::App& app, CommandSet& commands) {
   report->add_option("--last", options->last, "A trend of stored runs: the newest N only")
       ->check(CLI::PositiveNumber)
       ->option_text("N");
-  commands.add(report,
-               "report   FILE...  [--units mm|in] [--settings FILE.xml] [-o FILE.html]\n"
-               "                                  [--baseline N]\n"
-               "         --db URL --program NAME [--last N] [--baseline N] [-o FILE.html]",
-               [options, true_position](Output& out) {
-                 ReportOptions chosen = *options;
-                 chosen.convention = *true_position == "radial" ? kptZoneRadial : kptZoneDiametral;
-                 return run_report(std::move(chosen), out);
-               });
+  commands.add(
+      report,
+      "report   FILE...  [--units mm|in] [--settings FILE.xml] [-o FILE.html]\n"
+      "                                  [--baseline N]\n"
+      "       cncprobe report   --db URL --program NAME [--last N] [--baseline N] [-o FILE.html]",
+      [options, true_position](Output& out) {
+        ReportOptions chosen = *options;
+        chosen.convention = *true_position == "radial" ? kptZoneRadial : kptZoneDiametral;
+        return run_report(std::move(chosen), out);
+      });
 }
 
 }  // namespace tool

@@ -619,7 +619,8 @@ void add_trend_command(CLI::App& app, CommandSet& commands) {
   commands.add(trend,
                "trend    RUN...   [--baseline N | --limits FILE.json] [--save-limits FILE.json]\n"
                "                                  [--rules LIST] [--format text|json]\n"
-               "         --db URL --program NAME [--last N] [--limits db] [--save-limits db]",
+               "       cncprobe trend    --db URL --program NAME [--last N] [--limits db] "
+               "[--save-limits db]",
                [options](Output& out) { return run_trend(*options, out); });
 }
 
