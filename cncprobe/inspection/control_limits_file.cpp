@@ -90,9 +90,10 @@ std::string kptControlLimitsFile::to_json() const {
 std::string kptControlLimitsFile::parse(std::string_view text, kptControlLimitsFile& file) {
   const nlohmann::json doc = nlohmann::json::parse(text, nullptr, false);
   if (doc.is_discarded()) return "not a JSON document";
-  if (!doc.is_object() || doc.value("kind", std::string()) != kKind) {
-    return "not a control limits file";
-  }
+  if (!doc.is_object()) return "not a control limits file";
+  // A kind that is not a text (an object, a number) is refused like another kind, never thrown.
+  bool kind_wrong = false;
+  if (read_text(doc, "kind", kind_wrong) != kKind) return "not a control limits file";
   const std::optional<double> version = read_number(doc, "version");
   if (!version) return "the version is missing";
   if (*version > kVersion) {
