@@ -118,6 +118,26 @@ TEST(BatchExtraction, AloneReusedAndInBatchesOnAnyNumberOfThreadsAgree) {
   }
 }
 
+// A file of about 10 MB is also read and cut into its lines in parts when an extraction has
+// threads; its outcome is the one thread's.
+TEST(BatchExtraction, ALargeFileReadInPartsAgrees) {
+  const ScratchDirectory scratch;
+  GeneratedResultsFile summary;
+  const std::string path = (scratch.path() / "run_70000.res").string();
+  ASSERT_TRUE(write_results_file(path, 70000, summary));
+  ASSERT_GT(fs::file_size(path), std::uintmax_t{9} << 20);
+  const utString file(path.c_str());
+  kptResultsDataExtractor alone;
+  (void)alone.extract_data(file);
+  const std::string expected = fingerprint(alone);
+  for (const unsigned int threads : {2u, 7u}) {
+    kptResultsDataExtractor extractor;
+    extractor.set_threads(threads);
+    (void)extractor.extract_data(file);
+    EXPECT_TRUE(fingerprint(extractor) == expected) << threads << " threads";
+  }
+}
+
 // Outcomes reach the host in the order of the list, each once, however far ahead the threads
 // read; and a host that throws from its delivery stops the batch without losing the batch.
 TEST(BatchExtraction, DeliveryInOrderAndStoppedByTheHost) {

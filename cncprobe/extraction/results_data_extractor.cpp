@@ -69,9 +69,10 @@ kptResultsExtractionStatus kptResultsDataExtractor::extract_data(const utString&
 
 kptResultsExtractionStatus kptResultsDataExtractor::extract_data(const utString& file_name,
                                                                  const kptUnits& units) {
-  // Read in blocks straight into the lines, so a large file is not held twice.
+  // Read straight into the lines, so a large file is not held twice; on the threads asked for, a
+  // large file is read and cut into its lines in parts side by side.
   kptInputStream stream = kptInputStream::open(file_name);
-  kptResultsFileCursor cursor(stream);
+  kptResultsFileCursor cursor(stream, threads_);
   input_problem_ = stream.problem();
   // The cursor is this extraction's alone, so the lines it has passed are given back as it goes:
   // the results grow while the file's text shrinks.

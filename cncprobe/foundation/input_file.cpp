@@ -12,8 +12,11 @@
 #endif
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <functional>
 #include <istream>
+#include <thread>
 #include <utility>
 
 namespace {
@@ -202,6 +205,113 @@ std::size_t kptInputStream::read_some(char* buffer, std::size_t size) noexcept {
     close();
     return 0;
   }
+}
+#endif
+
+namespace {
+// Reads `size` bytes, or up to the end of the file or a failed read, one block after the other.
+std::size_t read_in_turn(kptInputStream& stream, char* buffer, std::size_t size) noexcept {
+  std::size_t used = 0;
+  while (used < size) {
+    const std::size_t got = stream.read_some(buffer + used, size - used);
+    if (got == 0) break;
+    used += got;
+  }
+  return used;
+}
+}  // namespace
+
+#if defined(_WIN32)
+std::size_t kptInputStream::read_all(char* buffer, std::size_t size,
+                                     unsigned int /*threads*/) noexcept {
+  // Reads through one synchronous handle are done one at a time by Windows whatever the threads:
+  // the parts are read in turn.
+  return read_in_turn(*this, buffer, size);
+}
+#else
+namespace {
+// Reads [offset, offset + size) of the file into `buffer` with positional reads, which leave the
+// file's position alone and so may run on several threads at once. The bytes read, up to the end
+// of the file; `failed` when a read failed.
+std::size_t read_part(int fd, char* buffer, std::size_t size, off_t offset, bool& failed) noexcept {
+  std::size_t used = 0;
+  failed = false;
+  while (used < size) {
+    const ssize_t got = ::pread(fd, buffer + used, std::min(size - used, std::size_t{1} << 30),
+                                offset + static_cast<off_t>(used));
+    if (got > 0) {
+      used += static_cast<std::size_t>(got);
+    } else if (got == 0) {
+      break;
+    } else if (errno != EINTR) {
+      failed = true;
+      break;
+    }
+  }
+  return used;
+}
+}  // namespace
+
+std::size_t kptInputStream::read_all(char* buffer, std::size_t size,
+                                     unsigned int threads) noexcept {
+  if (handle_ < 0 || size == 0) return 0;
+  const int fd = static_cast<int>(handle_);
+  const off_t start = threads > 1 ? ::lseek(fd, 0, SEEK_CUR) : -1;
+  // A part below a few megabytes is not worth a thread.
+  constexpr std::size_t kLeastPart = std::size_t{4} << 20;
+  constexpr std::size_t kMostParts = 16;
+  const std::size_t parts =
+      start < 0 ? 1
+                : std::clamp<std::size_t>(size / kLeastPart, 1,
+                                          std::min<std::size_t>(threads, kMostParts));
+  if (parts <= 1) return read_in_turn(*this, buffer, size);
+  struct Part {
+    std::size_t begin = 0, size = 0, got = 0;
+    bool failed = false;
+  };
+  std::array<Part, kMostParts> cut{};
+  for (std::size_t k = 0; k < parts; ++k) {
+    cut[k].begin = size / parts * k;
+    cut[k].size = (k + 1 < parts ? size / parts * (k + 1) : size) - cut[k].begin;
+  }
+  const auto read = [fd, buffer, start](Part& part) {
+    part.got = read_part(fd, buffer + part.begin, part.size, start + static_cast<off_t>(part.begin),
+                         part.failed);
+  };
+  std::array<std::thread, kMostParts> readers;
+  for (std::size_t k = 1; k < parts; ++k) {
+    try {
+      readers[k] = std::thread(read, std::ref(cut[k]));
+    } catch (...) {
+      break;  // no thread to be had: the caller reads the part itself
+    }
+  }
+  read(cut[0]);
+  for (std::size_t k = 1; k < parts; ++k) {
+    if (readers[k].joinable()) {
+      readers[k].join();
+    } else {
+      read(cut[k]);
+    }
+  }
+  // The bytes held are those up to the first part that came short: the end of the file, or a
+  // failed read.
+  std::size_t used = 0;
+  for (std::size_t k = 0; k < parts; ++k) {
+    const Part& part = cut[k];
+    used += part.got;
+    if (part.failed) {
+      problem_ = kptInputReadError;
+      close();
+      return used;
+    }
+    if (part.got < part.size) break;
+  }
+  if (::lseek(fd, start + static_cast<off_t>(used), SEEK_SET) < 0) {
+    problem_ = kptInputReadError;
+    close();
+  }
+  return used;
 }
 #endif
 

@@ -58,6 +58,12 @@ class CNCPROBE_API kptInputStream {
   // Reads up to `size` bytes into `buffer`: the number read, 0 at the end of the file. A read
   // that fails gives 0 and sets problem() to kptInputReadError; the bytes read before it stand.
   std::size_t read_some(char* buffer, std::size_t size) noexcept;
+  // Reads up to `size` bytes into `buffer` as read_some does, but all of them unless the file
+  // ends or a read fails first; with `threads` above 1 the parts are read side by side on that
+  // many threads (the caller's among them), which brings a large file into memory faster. The
+  // number read; the stream stands after them. A read that fails sets problem() to
+  // kptInputReadError, and the bytes before the failed part stand.
+  std::size_t read_all(char* buffer, std::size_t size, unsigned int threads = 1) noexcept;
 
  private:
   kptInputStream() = default;

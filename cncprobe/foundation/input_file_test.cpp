@@ -158,3 +158,30 @@ TEST(InputFile, ProblemTexts) {
   EXPECT_STREQ(kpt_input_problem_text(kptInputPermissionDenied), "permission denied");
   EXPECT_STREQ(kpt_input_problem_text(kptInputReadError), "read error");
 }
+
+// A large file read in parts side by side gives the bytes one reader gives, and the stream goes
+// on after them; a read past the end gives the file.
+TEST(InputFile, ReadAllOnThreads) {
+  ScratchDirectory dir;
+  std::string bytes(13 << 20, '\0');
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>('a' + i * 7 % 26);
+  const std::string name = dir.write("large", bytes);
+  struct Case {
+    std::size_t first, threads;  // bytes asked of read_all, threads it may use
+  };
+  const Case cases[] = {{bytes.size(), 1},      {bytes.size(), 2},         {bytes.size(), 3},
+                        {bytes.size() + 99, 7}, {bytes.size() / 2 + 5, 2}, {1000, 4}};
+  for (const Case& c : cases) {
+    kptInputStream stream = kptInputStream::open(utString(std::string_view(name)));
+    std::string read(bytes.size() + 100, '-');
+    const std::size_t got = stream.read_all(read.data(), c.first, static_cast<unsigned>(c.threads));
+    EXPECT_EQ(got, std::min(c.first, bytes.size())) << c.first << " on " << c.threads;
+    std::size_t used = got;
+    while (const std::size_t more = stream.read_some(read.data() + used, read.size() - used)) {
+      used += more;
+    }
+    read.resize(used);
+    EXPECT_TRUE(read == bytes) << c.first << " on " << c.threads;
+    EXPECT_EQ(stream.problem(), kptInputReadable);
+  }
+}

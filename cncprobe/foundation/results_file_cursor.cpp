@@ -2,13 +2,17 @@
 #include "cncprobe/foundation/results_file_cursor.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <fstream>
+#include <functional>
 #include <limits>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -99,6 +103,38 @@ bool kept(const char* p, std::size_t length, bool ascii) {
   return apString::is_valid_utf8(std::string_view(p, length)) ||
          readable_in_c_locale(utString(p, length));
 }
+
+// Cuts the raw bytes in [from, end) of `block` into its kept lines, moved down to `from` one
+// after the other without their line ends: the write position never passes the read position,
+// so the bytes are cut in place. Calls add_start(offset) with where the line after each kept one
+// begins, and returns the end of the kept bytes.
+template <class AddStart>
+std::size_t compact_lines(char* block, std::size_t from, std::size_t end, AddStart&& add_start) {
+  std::size_t write = from;
+  const auto keep = [&](const char* p, std::size_t length, bool ascii) {
+    // A run longer than a utString can hold is cut into lines of the longest length.
+    while (length != 0) {
+      const std::size_t piece = std::min(length, kMaxLineLength);
+      if (kept(p, piece, ascii)) {
+        std::memmove(block + write, p, piece);
+        write += piece;
+        add_start(write);
+      }
+      p += piece;
+      length -= piece;
+    }
+  };
+  const char* p = block + from;
+  const char* const stop = block + end;
+  while (p != stop) {
+    bool ascii = false;
+    const char* const line_end = find_line_end(p, stop, ascii);
+    keep(p, static_cast<std::size_t>(line_end - p), ascii);
+    if (line_end == stop) break;
+    p = line_end + 1;
+  }
+  return write;
+}
 }  // namespace
 
 kptResultsFileCursor::kptResultsFileCursor() : lines_(std::make_shared<LineStore>()) {}
@@ -117,6 +153,11 @@ kptResultsFileCursor::kptResultsFileCursor(const kptInputFile& input) : kptResul
 
 kptResultsFileCursor::kptResultsFileCursor(kptInputStream& stream) : kptResultsFileCursor() {
   read_stream(stream);
+}
+
+kptResultsFileCursor::kptResultsFileCursor(kptInputStream& stream, unsigned int threads)
+    : kptResultsFileCursor() {
+  read_stream(stream, threads);
 }
 
 kptResultsFileCursor::kptResultsFileCursor(std::initializer_list<utString> lines)
@@ -225,7 +266,7 @@ void kptResultsFileCursor::read_file(const utString& file_name) {
   read_stream(stream);
 }
 
-void kptResultsFileCursor::read_stream(kptInputStream& stream) {
+void kptResultsFileCursor::read_stream(kptInputStream& stream, unsigned int threads) {
   if (stream.problem() != kptInputReadable) return;
   LineStore& lines = *lines_;
   const std::size_t from = lines.size;
@@ -233,8 +274,11 @@ void kptResultsFileCursor::read_stream(kptInputStream& stream) {
   // The whole rest of the file goes into the block behind the lines already held; the size the
   // file had when opened is a hint (it may still grow), so a read that fills the block grows it.
   // The end of the file or a read error ends the reading; the lines read so far, the last one
-  // included, are kept.
+  // included, are kept. The size it had is read in one go, on several threads when asked.
   std::size_t wanted = from + std::max<std::size_t>(stream.size_hint() + 1, 4096);
+  if (stream.size_hint() > 0 && reserve_bytes(lines.bytes, lines.capacity, wanted)) {
+    end += stream.read_all(lines.bytes + end, stream.size_hint(), threads);
+  }
   for (;;) {
     if (end == lines.capacity && !reserve_bytes(lines.bytes, lines.capacity, wanted)) break;
     const std::size_t got = stream.read_some(lines.bytes + end, lines.capacity - end);
@@ -242,58 +286,122 @@ void kptResultsFileCursor::read_stream(kptInputStream& stream) {
     end += got;
     wanted = lines.capacity + lines.capacity / 2;
   }
-  cut_lines(from, end);
+  cut_lines(from, end, threads);
 }
 
-void kptResultsFileCursor::cut_lines(std::size_t from, std::size_t end) {
-  // The bytes in [from, end) of the block are raw file bytes. The kept lines are moved down to
-  // `from` one after the other, without their line ends: the write position never passes the
-  // read position, so the file is cut into its lines in place.
+void kptResultsFileCursor::cut_lines(std::size_t from, std::size_t end, unsigned int threads) {
   LineStore& lines = *lines_;
-  char* const block = lines.bytes;
-  lines.allow_offsets_to(end);
-  if (lines.count() == 0) {
-    lines.starts.clear();
-    lines.wide_starts.clear();
-    lines.add_start(from);
-  }
-  std::size_t write = from;
-  const auto keep = [&](const char* p, std::size_t length, bool ascii) {
-    // A run longer than a utString can hold is cut into lines of the longest length.
-    while (length != 0) {
-      const std::size_t piece = std::min(length, kMaxLineLength);
-      if (kept(p, piece, ascii)) {
-        std::memmove(block + write, p, piece);
-        write += piece;
-        lines.add_start(write);
-      }
-      p += piece;
-      length -= piece;
+  if (threads <= 1 || !cut_lines_in_parts(from, end, threads)) {
+    lines.allow_offsets_to(end);
+    if (lines.count() == 0) {
+      lines.starts.clear();
+      lines.wide_starts.clear();
+      lines.add_start(from);
     }
-  };
-  const char* p = block + from;
-  const char* const stop = block + end;
-  while (p != stop) {
-    bool ascii = false;
-    const char* const line_end = find_line_end(p, stop, ascii);
-    keep(p, static_cast<std::size_t>(line_end - p), ascii);
-    if (line_end == stop) break;
-    p = line_end + 1;
+    lines.size =
+        compact_lines(lines.bytes, from, end, [&lines](std::size_t at) { lines.add_start(at); });
   }
-  lines.size = write;
 
   // What the line ends and dropped lines took is given back; so is the room of the index.
+  const std::size_t write = lines.size;
   if (write == 0) {
-    std::free(block);
+    std::free(lines.bytes);
     lines.bytes = nullptr;
     lines.capacity = 0;
   } else if (lines.capacity > write) {
-    if (void* const fitted = std::realloc(block, write)) {
+    if (void* const fitted = std::realloc(lines.bytes, write)) {
       lines.bytes = static_cast<char*>(fitted);
       lines.capacity = write;
     }
   }
   lines.settle();
+}
+
+bool kptResultsFileCursor::cut_lines_in_parts(std::size_t from, std::size_t end,
+                                              unsigned int threads) {
+  LineStore& lines = *lines_;
+  // A new list of a large file below 4 GiB (short offsets; no run of bytes long enough to be cut
+  // into several lines), in parts of a few megabytes at least: below that a thread costs more
+  // than it saves.
+  constexpr std::size_t kLeastPart = std::size_t{4} << 20;
+  constexpr std::size_t kMostParts = 16;
+  if (lines.count() != 0 || lines.size != 0 || end > kMaxLineLength ||
+      end - from < 2 * kLeastPart) {
+    return false;
+  }
+  const std::size_t parts = std::min<std::size_t>({threads, (end - from) / kLeastPart, kMostParts});
+  char* const block = lines.bytes;
+
+  // Each part ends just after a line end, so every line lies wholly in one part and is kept or
+  // dropped there exactly as in one pass. Each part moves its kept lines down to its own start.
+  struct Part {
+    std::size_t begin = 0, end = 0, write = 0;
+    std::vector<std::uint32_t> starts;  // where each line after a kept one begins
+    std::exception_ptr failure;
+  };
+  std::array<Part, kMostParts> cut;
+  std::size_t at = from;
+  for (std::size_t k = 0; k < parts; ++k) {
+    cut[k].begin = at;
+    if (k + 1 < parts) {
+      bool ascii = false;
+      const char* const line_end = find_line_end(
+          block + std::max(at, from + (end - from) / parts * (k + 1)), block + end, ascii);
+      at = line_end == block + end ? end : static_cast<std::size_t>(line_end - block) + 1;
+    } else {
+      at = end;
+    }
+    cut[k].end = at;
+  }
+  const auto run = [block](Part& part) {
+    try {
+      part.write = compact_lines(block, part.begin, part.end, [&part](std::size_t offset) {
+        part.starts.push_back(static_cast<std::uint32_t>(offset));
+      });
+    } catch (...) {
+      part.failure = std::current_exception();
+    }
+  };
+  std::array<std::thread, kMostParts> cutters;
+  for (std::size_t k = 1; k < parts; ++k) {
+    try {
+      cutters[k] = std::thread(run, std::ref(cut[k]));
+    } catch (...) {
+      break;  // no thread to be had: the caller cuts the part itself
+    }
+  }
+  run(cut[0]);
+  for (std::size_t k = 1; k < parts; ++k) {
+    if (cutters[k].joinable()) {
+      cutters[k].join();
+    } else {
+      run(cut[k]);
+    }
+  }
+  for (std::size_t k = 0; k < parts; ++k) {
+    if (cut[k].failure) std::rethrow_exception(cut[k].failure);
+  }
+
+  // The parts joined: each part's lines move down behind the ones before, their starts with them.
+  std::size_t count = 1;
+  for (std::size_t k = 0; k < parts; ++k) count += cut[k].starts.size();
+  lines.starts.clear();
+  lines.wide_starts.clear();
+  lines.starts.reserve(count);
+  lines.starts.push_back(static_cast<std::uint32_t>(from));
+  std::size_t write = from;
+  for (std::size_t k = 0; k < parts; ++k) {
+    Part& part = cut[k];
+    const std::size_t shift = part.begin - write;
+    if (shift != 0) std::memmove(block + write, block + part.begin, part.write - part.begin);
+    for (const std::uint32_t start : part.starts) {
+      lines.starts.push_back(static_cast<std::uint32_t>(start - shift));
+    }
+    write += part.write - part.begin;
+    std::vector<std::uint32_t>().swap(part.starts);
+  }
+  lines.size = write;
+  return true;
 }
 
 utString kptResultsFileCursor::read_line(std::ifstream& stream) {

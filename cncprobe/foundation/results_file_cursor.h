@@ -36,6 +36,9 @@ class CNCPROBE_API kptResultsFileCursor {
   // and its lines are cut out of it in place, so it is held once. The stream is at its end
   // afterwards, and its problem() says whether a read failed.
   explicit kptResultsFileCursor(kptInputStream& stream);
+  // The same lines, with a large file read and cut into its lines on up to `threads` threads
+  // (the caller's among them); 1 starts none.
+  kptResultsFileCursor(kptInputStream& stream, unsigned int threads);
   // The given lines in order, without the empty ones, standing before the first line.
   kptResultsFileCursor(std::initializer_list<utString> lines);
 
@@ -89,8 +92,8 @@ class CNCPROBE_API kptResultsFileCursor {
 
   // Appends the lines of the named file to the list (see the file-name constructor).
   void read_file(const utString& file_name);
-  // Appends the lines of the rest of an opened file.
-  void read_stream(kptInputStream& stream);
+  // Appends the lines of the rest of an opened file, read and cut on up to `threads` threads.
+  void read_stream(kptInputStream& stream, unsigned int threads = 1);
 
   // Reads one line from `stream`: the bytes up to the next NUL, line feed or carriage return (which
   // is consumed) or to the end of the stream. Returns the empty string when the line fails the
@@ -139,8 +142,10 @@ class CNCPROBE_API kptResultsFileCursor {
   };
 
   // Cuts the raw file bytes in [from, end) of the block into kept lines, in place, and records
-  // where they begin.
-  void cut_lines(std::size_t from, std::size_t end);
+  // where they begin; a large block of a new list is cut in parts on up to `threads` threads.
+  void cut_lines(std::size_t from, std::size_t end, unsigned int threads = 1);
+  // Cuts the parts of a large block on several threads; false when it is left to one thread.
+  bool cut_lines_in_parts(std::size_t from, std::size_t end, unsigned int threads);
   // Makes the current line into line_; called when line_ holds another position.
   const utString& make_line() const noexcept;
 

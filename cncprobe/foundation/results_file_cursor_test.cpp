@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -166,4 +167,48 @@ TEST_F(ResultsFileCursorTest, PassedLinesAreGivenBackAndReadAsNoLine) {
   while (++cursor) rest.push_back(cursor().str());
   EXPECT_EQ(rest, Lines(expected.begin() + 50001, expected.end()));
   cursor.release_passed_lines();  // on no line: nothing happens
+}
+
+// A large file read and cut into lines on several threads gives the lines of one pass, whatever
+// lies where the parts meet: each byte sequence below is put at every place a part of 2 or 3
+// threads begins.
+TEST_F(ResultsFileCursorTest, LargeFilesCutOnThreadsGiveTheLinesOfOnePass) {
+  const std::size_t size = 13 << 20;  // three parts of at least 4 MiB
+  std::string filler(size, 'x');
+  for (std::size_t i = 0; i < size; i += 50) filler[i] = '\n';
+  struct Case {
+    const char* what;
+    std::string bytes;  // written at each part's first byte (the offset below)
+    long offset;
+    bool no_line_end_after;  // no line end from the part's first byte on
+  };
+  const Case cases[] = {
+      {"CR LF across the cut", "\r\n", -1, false},
+      {"a line end on the cut", "\n", 0, false},
+      {"a NUL after the cut", std::string("\0", 1), 1, false},
+      {"a letter cut in two", "\xC3\xA9", -1, false},
+      {"a byte that is no text", "\xE9", 0, false},
+      {"blank lines", "\n\n\r\n\n", -2, false},
+      {"one line to the end", "", 0, true},
+  };
+  for (const Case& c : cases) {
+    std::string bytes = filler;
+    for (const std::size_t parts : {2, 3}) {
+      for (std::size_t k = 1; k < parts; ++k) {
+        const std::size_t at =
+            static_cast<std::size_t>(static_cast<long>(size / parts * k) + c.offset);
+        bytes.replace(at, c.bytes.size(), c.bytes);
+        if (c.no_line_end_after && parts == 2) {
+          std::replace(bytes.begin() + static_cast<long>(at), bytes.end(), '\n', 'y');
+        }
+      }
+    }
+    const fs::path path = write(bytes);
+    const Lines expected = LineByLine::read(path);
+    for (const unsigned threads : {1u, 2u, 3u, 7u}) {
+      kptInputStream stream = kptInputStream::open(utString(path.string()));
+      EXPECT_TRUE(lines_of(kptResultsFileCursor(stream, threads)) == expected)
+          << c.what << " on " << threads << " threads";
+    }
+  }
 }
