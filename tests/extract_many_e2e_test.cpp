@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "bench/results_file_generator.h"
+#include "tests/support/scratch_directory.h"
 #include "tests/tool_runner.h"
 
 namespace e2e {
@@ -96,6 +98,26 @@ TEST(ExtractMany, EveryFileGivesTheSameDocumentAloneInABatchAndOnAnyThreads) {
 
     const ToolRun text = run_tool(batch);
     EXPECT_EQ(text.out, text_alone);
+  }
+}
+
+// One large run on several threads: read in parts, recognised in chunks and its JSON formatted in
+// groups, it prints byte for byte what one thread prints, in every format.
+TEST(ExtractMany, ALargeRunOnThreadsPrintsWhatOneThreadPrints) {
+  const ScratchDirectory scratch;
+  for (const std::size_t points : {12000, 70000}) {
+    const std::string file = scratch.file("run_" + std::to_string(points) + ".res");
+    GeneratedResultsFile summary;
+    ASSERT_TRUE(write_results_file(file, points, summary));
+    for (const char* format : {"json", "jsonl", "text"}) {
+      const ToolRun one = run_tool({"extract", file, "--format", format, "--threads", "1"});
+      ASSERT_EQ(one.exit_code, 0) << one.err;
+      for (const char* threads : {"2", "7"}) {
+        const ToolRun many = run_tool({"extract", file, "--format", format, "--threads", threads});
+        EXPECT_EQ(many.exit_code, 0);
+        EXPECT_TRUE(many.out == one.out) << points << " points, " << format << ", " << threads;
+      }
+    }
   }
 }
 

@@ -71,7 +71,7 @@ struct Rendering {
 // document with its error (JSON) or nothing (text); its error line is the caller's.
 int render_file(const Rendering& rendering, const std::string& file,
                 const kptResultsDataExtractor& extractor, kptResultsExtractionStatus status,
-                Output& out) {
+                Output& out, std::size_t threads = 1) {
   const ExtractOptions& options = rendering.options;
   const kptInputProblem problem = extractor.input_problem();
   const bool readable = problem == kptInputReadable;
@@ -84,7 +84,8 @@ int render_file(const Rendering& rendering, const std::string& file,
                          rendering.precision,
                          options.points,
                          rendering.layout,
-                         readable ? nullptr : kpt_input_problem_text(problem)};
+                         readable ? nullptr : kpt_input_problem_text(problem),
+                         threads};
   if (!readable) {
     if (options.format != Format::kText) write_extract_json(view, out);
     return kExitUnreadable;
@@ -108,14 +109,15 @@ int worse(int a, int b) {
 int run_one_file(const ExtractOptions& options, const Rendering& rendering, Output& out) {
   const std::string& file = options.files.front();
   kptResultsDataExtractor extractor;
-  // A large file's lines are recognised on every core asked for; the results are those of one.
-  extractor.set_threads(
-      static_cast<unsigned int>(options.threads > 0 ? options.threads : default_thread_count()));
+  // A large file is read, recognised and printed on every core asked for; the output is the one
+  // thread's.
+  const std::size_t threads = options.threads > 0 ? options.threads : default_thread_count();
+  extractor.set_threads(static_cast<unsigned int>(threads));
   const kptResultsExtractionStatus status = extract_file(extractor, file, options.units);
   if (extractor.input_problem() != kptInputReadable) {
     throw UnreadableInput(file, kpt_input_problem_text(extractor.input_problem()));
   }
-  return render_file(rendering, file, extractor, status, out);
+  return render_file(rendering, file, extractor, status, out, threads);
 }
 
 // Several files, printed in the order named. On one thread each file is printed straight to the

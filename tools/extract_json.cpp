@@ -1,4 +1,5 @@
 // cncprobe extract --format json: one document, written as it goes, point by point.
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,6 +21,7 @@
 #include "tools/commands.h"
 #include "tools/extract_view.h"
 #include "tools/json_writer.h"
+#include "tools/ordered_work.h"
 
 namespace tool {
 
@@ -384,6 +386,51 @@ void write_summary(JsonWriter& json, const ExtractView& view) {
   json.end_object();
 }
 
+// The results of a large run, formatted in groups of about the same size on the view's threads
+// and printed in order, byte for byte as one thread prints them. False for a run too small to be
+// worth the threads, which is left to the caller.
+bool write_results_on_threads(JsonWriter& json, Output& out, const ExtractView& view) {
+  // A group of about this many points is a third of a megabyte of text; a few groups per thread
+  // are held at once.
+  constexpr std::size_t kGroupPoints = 1024;
+  constexpr std::size_t kLeastPoints = 8 * kGroupPoints;
+  std::vector<const mtrToolpathResult*> results;
+  std::vector<std::size_t> group_starts;
+  std::size_t points = 0;
+  std::size_t in_group = kGroupPoints;
+  for_each_result(view.extractor, [&](std::size_t, const mtrToolpathResult& result) {
+    if (in_group >= kGroupPoints) {
+      group_starts.push_back(results.size());
+      in_group = 0;
+    }
+    results.push_back(&result);
+    // A feature's few lines weigh about as much as a point's one.
+    const std::size_t weight =
+        result.kind() == mtrResultProbePath
+            ? std::max<std::size_t>(
+                  1, static_cast<const mtrProbePath&>(result).inspection_points_count())
+            : 1;
+    in_group += weight;
+    points += weight;
+  });
+  if (points < kLeastPoints) return false;
+  group_starts.push_back(results.size());
+  const std::size_t groups = group_starts.size() - 1;
+  run_in_order(
+      groups, view.threads,
+      [&](std::size_t, std::size_t group, std::string& text) {
+        Output part_out(text);
+        JsonWriter part = json.continuation(part_out, group > 0);
+        for (std::size_t i = group_starts[group]; i < group_starts[group + 1]; ++i) {
+          write_result(part, *results[i], view.convention);
+        }
+        part_out.flush();
+      },
+      [&](std::size_t, std::string& text) { out.write(text); });
+  json.items_written_elsewhere();
+  return true;
+}
+
 void write_json(const ExtractView& view, Output& out) {
   JsonWriter json(out, view.layout);
   json.begin_object();
@@ -406,9 +453,11 @@ void write_json(const ExtractView& view, Output& out) {
   json.string(view.extractor.resultsfile_name().view());
   json.key("results");
   json.begin_array();
-  for_each_result(view.extractor, [&](std::size_t, const mtrToolpathResult& result) {
-    write_result(json, result, view.convention);
-  });
+  if (view.threads <= 1 || !write_results_on_threads(json, out, view)) {
+    for_each_result(view.extractor, [&](std::size_t, const mtrToolpathResult& result) {
+      write_result(json, result, view.convention);
+    });
+  }
   json.end_array();
   write_summary(json, view);
   json.end_object();

@@ -37,6 +37,8 @@ struct ExtractView {
   JsonLayout layout = JsonLayout::kDocument;
   // JSON: why the file could not be read (whole), for a document among many; null otherwise.
   const char* error = nullptr;
+  // JSON: the results of a large run are formatted on this many threads and printed in order.
+  std::size_t threads = 1;
 };
 
 void write_extract_json(const ExtractView& view, Output& out);

@@ -189,6 +189,18 @@ Output& JsonWriter::item() {
   return out_;
 }
 
+JsonWriter JsonWriter::continuation(Output& out, bool after_items) const {
+  JsonWriter part(out, layout_);
+  part.frames_ = frames_;
+  part.after_key_ = after_key_;
+  if (after_items && !part.frames_.empty()) part.frames_.back().empty = false;
+  return part;
+}
+
+void JsonWriter::items_written_elsewhere() {
+  if (!frames_.empty()) frames_.back().empty = false;
+}
+
 void JsonWriter::finish() {
   if (layout_ != JsonLayout::kArrayElement) out_.write('\n');
 }

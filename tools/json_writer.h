@@ -57,6 +57,14 @@ class JsonWriter {
   // below: the way a row repeated a million times is written from its literal pieces.
   Output& item();
 
+  // A writer into `out` that goes on inside the containers this one stands in, as if the
+  // innermost already held an item when `after_items`: how the parts of one long array are
+  // written on several threads, each into its own output, and joined in order.
+  JsonWriter continuation(Output& out, bool after_items) const;
+  // Parts written by continuations were joined behind this writer's output: the innermost
+  // container holds items.
+  void items_written_elsewhere();
+
   // Ends the document with a line end (none for an array element, whose array separates it);
   // call once after the outermost container.
   void finish();

@@ -148,6 +148,76 @@ struct Utf8Case {
 
 const std::string kFFFD = "\xEF\xBF\xBD";
 
+// An array written in parts by continuations, each into its own output, and joined in order
+// reads exactly as the array written by one writer, in every layout and at any depth.
+TEST(JsonWriter, PartsWrittenByContinuationsJoinIntoTheOneDocument) {
+  // Writes items [from, to) of the array: objects, a nested array, numbers.
+  const auto items = [](JsonWriter& json, int from, int to) {
+    for (int i = from; i < to; ++i) {
+      json.begin_object(i % 3 == 0);
+      json.key("n");
+      json.integer(i);
+      json.key("list");
+      json.begin_array();
+      json.number(i / 4.0);
+      json.end_array();
+      json.end_object();
+    }
+  };
+  // The document: {"a": [items], "b": true}, or the array alone one level down.
+  const auto document = [&items](JsonLayout layout, bool nested,
+                                 const std::vector<int>& cuts) -> std::string {
+    std::string text;
+    {
+      Output out(text);
+      JsonWriter json(out, layout);
+      json.begin_object();
+      json.key("a");
+      if (nested) {
+        json.begin_array();
+        json.begin_object();
+        json.key("deep");
+      }
+      json.begin_array();
+      if (cuts.empty()) {
+        items(json, 0, 7);
+      } else {
+        for (std::size_t k = 0; k + 1 < cuts.size(); ++k) {
+          std::string part_text;
+          Output part_out(part_text);
+          JsonWriter part = json.continuation(part_out, k > 0);
+          items(part, cuts[k], cuts[k + 1]);
+          part_out.flush();
+          out.write(part_text);
+        }
+        json.items_written_elsewhere();
+      }
+      json.end_array();
+      if (nested) {
+        json.end_object();
+        json.end_array();
+      }
+      json.key("b");
+      json.boolean(true);
+      json.end_object();
+      json.finish();
+      out.flush();
+    }
+    return text;
+  };
+  for (const JsonLayout layout :
+       {JsonLayout::kDocument, JsonLayout::kArrayElement, JsonLayout::kLine}) {
+    for (const bool nested : {false, true}) {
+      const std::string one = document(layout, nested, {});
+      for (const std::vector<int>& cuts :
+           {std::vector<int>{0, 7}, {0, 1, 7}, {0, 3, 4, 7}, {0, 1, 2, 3, 4, 5, 6, 7}}) {
+        EXPECT_EQ(document(layout, nested, cuts), one)
+            << static_cast<int>(layout) << " " << nested << " " << cuts.size();
+      }
+    }
+  }
+}
+
 TEST(ValidUtf8, EveryBadByteBecomesOneReplacement) {
   const Utf8Case cases[] = {
       {"four-byte", "\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},
