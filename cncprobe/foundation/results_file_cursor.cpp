@@ -151,6 +151,15 @@ kptResultsFileCursor::kptResultsFileCursor(const kptInputFile& input) : kptResul
   cut_lines(0, bytes.size());
 }
 
+kptResultsFileCursor::kptResultsFileCursor(std::string_view bytes, unsigned int threads,
+                                           std::size_t least_part)
+    : kptResultsFileCursor() {
+  LineStore& lines = *lines_;
+  if (!reserve_bytes(lines.bytes, lines.capacity, bytes.size())) return;
+  if (!bytes.empty()) std::memcpy(lines.bytes, bytes.data(), bytes.size());
+  cut_lines(0, bytes.size(), threads, std::max<std::size_t>(least_part, 1));
+}
+
 kptResultsFileCursor::kptResultsFileCursor(kptInputStream& stream) : kptResultsFileCursor() {
   read_stream(stream);
 }
@@ -289,9 +298,10 @@ void kptResultsFileCursor::read_stream(kptInputStream& stream, unsigned int thre
   cut_lines(from, end, threads);
 }
 
-void kptResultsFileCursor::cut_lines(std::size_t from, std::size_t end, unsigned int threads) {
+void kptResultsFileCursor::cut_lines(std::size_t from, std::size_t end, unsigned int threads,
+                                     std::size_t least_part) {
   LineStore& lines = *lines_;
-  if (threads <= 1 || !cut_lines_in_parts(from, end, threads)) {
+  if (threads <= 1 || !cut_lines_in_parts(from, end, threads, least_part)) {
     lines.allow_offsets_to(end);
     if (lines.count() == 0) {
       lines.starts.clear();
@@ -318,18 +328,16 @@ void kptResultsFileCursor::cut_lines(std::size_t from, std::size_t end, unsigned
 }
 
 bool kptResultsFileCursor::cut_lines_in_parts(std::size_t from, std::size_t end,
-                                              unsigned int threads) {
+                                              unsigned int threads, std::size_t least_part) {
   LineStore& lines = *lines_;
-  // A new list of a large file below 4 GiB (short offsets; no run of bytes long enough to be cut
-  // into several lines), in parts of a few megabytes at least: below that a thread costs more
-  // than it saves.
-  constexpr std::size_t kLeastPart = std::size_t{4} << 20;
+  // A new list below 4 GiB (short offsets; no run of bytes long enough to be cut into several
+  // lines) of two parts at least.
   constexpr std::size_t kMostParts = 16;
   if (lines.count() != 0 || lines.size != 0 || end > kMaxLineLength ||
-      end - from < 2 * kLeastPart) {
+      (end - from) / least_part < 2) {
     return false;
   }
-  const std::size_t parts = std::min<std::size_t>({threads, (end - from) / kLeastPart, kMostParts});
+  const std::size_t parts = std::min<std::size_t>({threads, (end - from) / least_part, kMostParts});
   char* const block = lines.bytes;
 
   // Each part ends just after a line end, so every line lies wholly in one part and is kept or

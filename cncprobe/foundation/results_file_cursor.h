@@ -16,6 +16,7 @@
 #include <initializer_list>
 #include <iosfwd>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #include "cncprobe/export.h"
@@ -87,6 +88,14 @@ class CNCPROBE_API kptResultsFileCursor {
   [[nodiscard]] std::size_t line_number() const noexcept { return undefined() ? 0 : index_ + 1; }
 
  protected:
+  // Parts of a file cut into lines side by side are this large at least: below that a thread
+  // costs more than it saves.
+  static constexpr std::size_t kLeastPart = std::size_t{4} << 20;
+
+  // The lines of `bytes`, cut in parts of at least `least_part` bytes on up to `threads`
+  // threads: how cutting in parts is checked against one pass on small inputs.
+  kptResultsFileCursor(std::string_view bytes, unsigned int threads, std::size_t least_part);
+
   // A cursor over a new, empty list, standing on its undefined position.
   kptResultsFileCursor();
 
@@ -142,10 +151,13 @@ class CNCPROBE_API kptResultsFileCursor {
   };
 
   // Cuts the raw file bytes in [from, end) of the block into kept lines, in place, and records
-  // where they begin; a large block of a new list is cut in parts on up to `threads` threads.
-  void cut_lines(std::size_t from, std::size_t end, unsigned int threads = 1);
-  // Cuts the parts of a large block on several threads; false when it is left to one thread.
-  bool cut_lines_in_parts(std::size_t from, std::size_t end, unsigned int threads);
+  // where they begin; a block of a new list of at least two parts is cut in parts on up to
+  // `threads` threads.
+  void cut_lines(std::size_t from, std::size_t end, unsigned int threads = 1,
+                 std::size_t least_part = kLeastPart);
+  // Cuts the parts of such a block on several threads; false when it is left to one thread.
+  bool cut_lines_in_parts(std::size_t from, std::size_t end, unsigned int threads,
+                          std::size_t least_part);
   // Makes the current line into line_; called when line_ holds another position.
   const utString& make_line() const noexcept;
 
