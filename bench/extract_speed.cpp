@@ -7,10 +7,11 @@
 // Jobs: "lines" reads the file into the cursor's lines and steps over them; "records" also offers
 // every line to the results-file parser with no receiver, so every record and report is matched
 // and its numbers read but no result is kept: the two are the floor under "extract", which keeps
-// every result of extract_data until it ends; "extract_t2" is the same extraction recognising the
-// lines on two threads. "refs" reads the reference lines (one is missing
-// from the generated files, so it reads the whole file); with --tool, the tool's extract in JSON
-// and in text with every point, output to /dev/null. Figures are medians.
+// every result of extract_data until it ends; "extract_t2" is the same extraction on two threads
+// (the file read and cut into lines in parts, its lines recognised in chunks). "refs" reads the
+// reference lines (one is missing from the generated files, so it reads the whole file); with
+// --tool, the tool's extract in JSON and in text with every point on one thread, and in JSON on
+// two ("tool_json_t2"), output to /dev/null. Figures are medians.
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/resource.h>
@@ -139,7 +140,7 @@ int main(int argc, char** argv) {
       std::filesystem::temp_directory_path() / ("cncprobe-speed-" + std::to_string(getpid()));
   std::filesystem::create_directories(dir);
 
-  std::printf("%-9s %8s %9s %8s %7s %6s %10s %9s %8s %7s %9s | %s\n", "points", "file_MiB", "job",
+  std::printf("%-9s %8s %12s %8s %7s %6s %10s %9s %8s %7s %9s | %s\n", "points", "file_MiB", "job",
               "median_s", "MB/s", "x_wc", "lines/s", "peak_MiB", "peak/file", "cpu_s", "cpu_MB/s",
               "wc -l median_s, cpu_s");
   int failures = 0;
@@ -161,14 +162,17 @@ int main(int argc, char** argv) {
         {"refs", {self, "--child", "refs", path, expected}},
     };
     if (!tool.empty()) {
-      jobs.push_back({"tool_json", {tool, "extract", path, "--format", "json"}});
-      jobs.push_back({"tool_text", {tool, "extract", path, "--format", "text", "--points"}});
+      jobs.push_back({"tool_json", {tool, "extract", path, "--format", "json", "--threads", "1"}});
+      jobs.push_back(
+          {"tool_json_t2", {tool, "extract", path, "--format", "json", "--threads", "2"}});
+      jobs.push_back(
+          {"tool_text", {tool, "extract", path, "--format", "text", "--points", "--threads", "1"}});
     }
     for (const auto& [name, args] : jobs) {
       const Run run = median_run(args, runs);
       if (!run.ok) ++failures;
       std::printf(
-          "%-9zu %8.1f %9s %8.3f %7.0f %6.1f %10.3g %9.1f %8.2f %7.3f %9.0f | %.4f %.4f%s\n",
+          "%-9zu %8.1f %12s %8.3f %7.0f %6.1f %10.3g %9.1f %8.2f %7.3f %9.0f | %.4f %.4f%s\n",
           points, mib, name.c_str(), run.seconds,
           static_cast<double>(file.bytes) / 1e6 / run.seconds, run.seconds / wc.seconds,
           static_cast<double>(file.lines) / run.seconds, run.peak_mib, run.peak_mib / mib,

@@ -8,7 +8,7 @@ and on two workers.
         --tool build/bench/tools/cncprobe examples/bracket_mm.txt
 
 The small files are copies of the given file (10,000 by default, in a temporary folder). The
-Dask comparison reads 200 files of 400 points each, written here. Every figure is the best of
+Dask comparison reads them, and 200 files of 400 points each, written here. Every figure is the best of
 --repeats runs; CPU seconds are given beside the wall-clock seconds because the machine may be
 shared (files a second are counted on the wall clock).
 """
@@ -17,6 +17,7 @@ import argparse
 import os
 import resource
 import shutil
+import statistics
 import subprocess
 import tempfile
 import time
@@ -144,12 +145,10 @@ def main():
         line(f"python: read_frames, {os.cpu_count()} threads", n, mb, wall, cpu)
 
         if not args.no_dask:
-            dask_benchmark(folder, args.repeats)
+            dask_benchmark(folder, args.repeats, files)
 
 
-def dask_benchmark(folder, repeats):
-    import statistics
-
+def dask_benchmark(folder, repeats, small):
     import dask
     import distributed
 
@@ -157,40 +156,50 @@ def dask_benchmark(folder, repeats):
 
     files = dask_files(folder)
     mb = sum(os.path.getsize(f) for f in files) / 1e6
-    print(f"cncprobe.dask.read_points of {len(files)} files of 400 points ({mb:.1f} MB), "
-          "partitions of 10 files")
+    small_mb = sum(os.path.getsize(f) for f in small) / 1e6
+    jobs = {
+        f"{len(files)} files of 400 points ({mb:.1f} MB), partitions of 10 files":
+            (files, 10, mb),
+        f"the {len(small)} small files ({small_mb:.1f} MB), partitions of 500 files":
+            (small, 500, small_mb),
+    }
 
-    def points(**kwargs):
-        return cncprobe.dask.read_points(files, files_per_partition=10).compute(**kwargs)
+    def points(job, **kwargs):
+        paths, per_partition, _ = jobs[job]
+        return cncprobe.dask.read_points(paths, files_per_partition=per_partition).compute(**kwargs)
 
-    with dask.config.set(scheduler="synchronous"):
-        wall, cpu = best_of(repeats, points)
-    line("dask: synchronous scheduler", len(files), mb, wall, cpu)
+    for job, (paths, _, size) in jobs.items():
+        with dask.config.set(scheduler="synchronous"):
+            wall, cpu = best_of(repeats, lambda: points(job))
+        line(f"dask: synchronous, {len(paths)} files", len(paths), size, wall, cpu)
     # Both clusters stay up and their runs alternate, so that a busy moment of the machine falls
     # on both alike; the medians are compared.
     clusters = {n: distributed.LocalCluster(n_workers=n, threads_per_worker=1, processes=True,
                                             host="127.0.0.1", dashboard_address=":0")
                 for n in (1, 2)}
     clients = {n: distributed.Client(c, set_as_default=False) for n, c in clusters.items()}
-    walls = {1: [], 2: []}
     try:
-        for n, client in clients.items():
-            points(scheduler=client)  # the workers import the package once
-        for _ in range(max(5, repeats)):
+        for job, (paths, _, size) in jobs.items():
+            print(f"cncprobe.dask.read_points of {job}")
+            walls = {1: [], 2: []}
             for n, client in clients.items():
-                start = time.perf_counter()
-                points(scheduler=client)
-                walls[n].append(time.perf_counter() - start)
+                points(job, scheduler=client)  # the workers import the package once
+            for _ in range(max(5, repeats)):
+                for n, client in clients.items():
+                    start = time.perf_counter()
+                    points(job, scheduler=client)
+                    walls[n].append(time.perf_counter() - start)
+            for n in (1, 2):
+                median = statistics.median(walls[n])
+                print(f"dask: LocalCluster, {n} worker(s), median of {len(walls[n])} paired runs"
+                      f"{'':<3} {median:7.3f} s  {len(paths) / median:8.0f} files/s"
+                      f"  {size / median:6.1f} MB/s")
+            print(f"dask: 2 workers / 1 worker: "
+                  f"{statistics.median(walls[1]) / statistics.median(walls[2]):.2f} times as fast")
     finally:
         for n in clients:
             clients[n].close()
             clusters[n].close()
-    for n in (1, 2):
-        median = statistics.median(walls[n])
-        print(f"dask: LocalCluster, {n} worker(s), median of {len(walls[n])} paired runs"
-              f"{'':<3} {median:7.3f} s  {len(files) / median:8.0f} files/s  {mb / median:6.1f} MB/s")
-    print(f"dask: 2 workers / 1 worker: "
-          f"{statistics.median(walls[1]) / statistics.median(walls[2]):.2f} times as fast")
 
 
 if __name__ == "__main__":
