@@ -63,6 +63,26 @@ class SettingsError(Exception):
         self.filename = filename
 
 
+# The SettingsError classes that are also an OSError subclass, by that subclass.
+_SETTINGS_FILE_ERRORS: dict = {}
+
+
+def _unreadable_settings(code: SettingsCode, message: str, filename: Any, errno_code: int,
+                         words: str) -> SettingsError:
+    """The error of a settings file that could not be read: a :class:`SettingsError` that is also
+    the OSError subclass Python picks for the errno (FileNotFoundError, PermissionError,
+    IsADirectoryError, else OSError), so it is caught as either."""
+    os_class = type(OSError(errno_code, words))
+    cls = _SETTINGS_FILE_ERRORS.get(os_class)
+    if cls is None:
+        cls = type(f"Settings{os_class.__name__}", (SettingsError, os_class),
+                   {"__module__": __name__, "__doc__": _unreadable_settings.__doc__})
+        _SETTINGS_FILE_ERRORS[os_class] = cls
+    error = cls(code, message, filename)
+    error.errno, error.strerror, error.filename = errno_code, words, filename
+    return error
+
+
 def _name_arguments(path: PathArg) -> tuple[bytes, Any]:
     """The file name's bytes for the library and the name as given, for error messages."""
     name = os.fspath(path)
@@ -485,10 +505,13 @@ def read_settings(path: PathArg, units: str = "mm") -> Settings:
     """Read an inspection-settings XML file; ``units`` are the input units assumed when the file
     names none. Returns the settings when the file was accepted (``code`` success or
     newer_version); raises :class:`SettingsError` with the library's code and message otherwise
-    (a file that cannot be opened is ``SettingsCode.INVALID_PATH``)."""
+    (a file that cannot be opened is ``SettingsCode.INVALID_PATH``, and the error is then also the
+    matching OSError: FileNotFoundError, PermissionError, IsADirectoryError, else OSError)."""
     name, shown = _name_arguments(path)
     d = _cncprobe.read_settings(name, _units_name(units))
     code = SettingsCode(d["code"])
+    if d["input_errno"] is not None:
+        raise _unreadable_settings(code, d["message"], shown, d["input_errno"], d["input_problem"])
     if code not in (SettingsCode.SUCCESS, SettingsCode.NEWER_VERSION):
         raise SettingsError(code, d["message"], shown)
     return Settings(file=shown, code=code, message=d["message"], **d["settings"])

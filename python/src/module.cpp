@@ -877,10 +877,17 @@ py::dict read_settings(const py::bytes& name, const std::string& units) {
   kptInspectionSettings settings;
   settings.set_input_units(units_of(units));
   kptInspectionSettingsError error;
+  kptInputProblem problem = kptInputReadable;
   {
     py::gil_scoped_release unlocked;
-    error = kptInspectionSettingsReader::read(path, settings);
+    // Opened first the way every reader of the library opens its input: the XML reader opens the
+    // file by its name and would wait on a FIFO for a writer, and could not say why a file is
+    // unreadable.
+    problem = kptInputStream::open(utString(std::string_view(name))).problem();
+    if (problem == kptInputReadable) error = kptInspectionSettingsReader::read(path, settings);
   }
+  // The file opened a moment ago; the reader refusing its path means it went away since.
+  if (problem == kptInputReadable && error == kptSettingsInvalidPath) problem = kptInputReadError;
   py::dict s;
   s["version"] = settings.version();
   s["input_units"] = settings.input_units().type() == kptUnitsInches ? "in" : "mm";
@@ -891,9 +898,14 @@ py::dict read_settings(const py::bytes& name, const std::string& units) {
   s["unitless_precision"] = settings.unitless_precision();
   s["surface_point_label"] = text(settings.surface_point_label().view());
   py::dict d;
-  d["code"] = static_cast<int>(error.code());
-  d["message"] = text(error.message().utf8());
+  d["code"] = static_cast<int>(problem == kptInputReadable ? error.code() : kptSettingsInvalidPath);
+  d["message"] = text(problem == kptInputReadable ? error.message().utf8()
+                                                  : std::string(kpt_input_problem_text(problem)));
   d["settings"] = s;
+  // Why the file could not be read (an errno and its words); None when it was read.
+  const std::optional<int> code = errno_of(problem);
+  d["input_errno"] = code ? py::object(py::int_(*code)) : py::none();
+  d["input_problem"] = kpt_input_problem_text(problem);
   return d;
 }
 

@@ -150,7 +150,7 @@ def test_a_locked_file_raises_permission_error_also_when_the_tests_run_as_root()
 
     command = [sys.executable, "-c", (
         "import sys, cncprobe\n"
-        "for read in (cncprobe.extract, cncprobe.references):\n"
+        "for read in (cncprobe.extract, cncprobe.references, cncprobe.read_settings):\n"
         "    try:\n"
         "        read(sys.argv[1])\n"
         "    except PermissionError as e:\n"
@@ -263,10 +263,16 @@ def test_references_and_settings_equal_the_tools_json(tool):
 
 
 def test_settings_file_that_cannot_be_opened(tmp_path):
-    with pytest.raises(cncprobe.SettingsError) as caught:
-        cncprobe.read_settings(tmp_path / "none.xml")
-    assert caught.value.code == cncprobe.SettingsCode.INVALID_PATH
-    assert caught.value.filename == str(tmp_path / "none.xml")
+    # A SettingsError (code INVALID_PATH) that is also the OSError of the reason; a FIFO is
+    # refused at once, never waited on.
+    for path, os_error in unreadable_cases(tmp_path):
+        for wanted in (cncprobe.SettingsError, os_error):
+            with pytest.raises(wanted) as caught:
+                cncprobe.read_settings(path)
+            error = caught.value
+            assert isinstance(error, cncprobe.SettingsError) and isinstance(error, os_error), path
+            assert error.code == cncprobe.SettingsCode.INVALID_PATH and error.errno is not None
+            assert error.filename == str(path)
 
 
 def test_deviation_verdict_and_checks_come_through_in_order():
