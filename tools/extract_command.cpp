@@ -238,8 +238,8 @@ void add_extract_command(CLI::App& app, CommandSet& commands) {
   extract
       ->add_option(
           "--threads", options->threads,
-          "Files read and printed side by side, or a large file's lines recognised on N threads "
-          "(default: the machine's cores)")
+          "Files read and printed side by side, or one large file read, recognised and printed "
+          "on N threads (default: the machine's cores)")
       ->check(CLI::Range(std::size_t{1}, std::size_t{1024}))
       ->option_text("N");
   add_qif_options(*extract, options->qif);

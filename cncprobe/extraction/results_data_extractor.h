@@ -88,10 +88,10 @@ class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback
   // Extracts from an input already read (standard input, memory); same statuses as extract_data.
   [[nodiscard]] kptResultsExtractionStatus extract_data(
       const kptInputFile& input, const kptUnits& units = kptUnits(kptUnitsMillimetres));
-  // The number of threads an extraction recognises a large file's lines on, the caller's
-  // included: 1 (the default) starts no thread, 0 takes one per core the machine reports. The
-  // results are the same whatever the number; a file of a few thousand lines is read on the
-  // caller's thread alone.
+  // The number of threads an extraction reads a large file and recognises its lines on, the
+  // caller's included: 1 (the default) starts no thread, 0 takes one per core the machine
+  // reports. The results are the same whatever the number; a file of a few thousand lines is
+  // read on the caller's thread alone.
   void set_threads(unsigned int threads) noexcept;
   // The number set_threads chose; at least 1.
   [[nodiscard]] unsigned int threads() const noexcept { return threads_; }
