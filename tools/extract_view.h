@@ -64,11 +64,8 @@ void for_each_result(const kptResultsDataExtractor& extractor, Fn&& fn) {
 // Calls fn(point) for every inspection point of the path in order.
 template <class Fn>
 void for_each_point(const mtrProbePath& path, Fn&& fn) {
-  itIterator<std::shared_ptr<mtrInspectionPoint>> it = path.inspection_points();
-  while (++it) {
-    const std::shared_ptr<mtrInspectionPoint> point = it();
-    if (point) fn(*point);
-  }
+  const unsigned int points = path.inspection_points_count();
+  for (unsigned int i = 0; i < points; ++i) fn(path.inspection_point_ref(i));
 }
 
 }  // namespace tool

@@ -28,12 +28,9 @@ void count(kptInspectionSummary& summary, std::size_t result_index,
 }
 
 void count(kptInspectionSummary& summary, std::size_t result_index, const mtrProbePath& path) {
-  itIterator<std::shared_ptr<mtrInspectionPoint>> it = path.inspection_points();
-  std::size_t point_index = 0;
-  for (; ++it; ++point_index) {
-    const std::shared_ptr<mtrInspectionPoint> point = it();
-    if (!point) continue;
-    const kptPointCheck check = kptPointChecks::of(*point);
+  const unsigned int points = path.inspection_points_count();
+  for (unsigned int point_index = 0; point_index < points; ++point_index) {
+    const kptPointCheck check = kptPointChecks::of(path.inspection_point_ref(point_index));
     if (check.verdict == kptVerdictIn) ++summary.points_within;
     if (check.verdict == kptVerdictOut) ++summary.points_outside;
     if (check.verdict == kptVerdictUnmeasured) ++summary.points_unmeasured;

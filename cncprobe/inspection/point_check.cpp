@@ -32,13 +32,12 @@ kptCheckLimits kptPointChecks::limits(const mtrInspectionPoint& point) {
 
 kptPathSummary kptPointChecks::summary(const mtrProbePath& path) {
   kptPathSummary summary;
-  itIterator<std::shared_ptr<mtrInspectionPoint>> it = path.inspection_points();
-  while (++it) {
-    const std::shared_ptr<mtrInspectionPoint> point = it();
-    if (!point) continue;
+  const unsigned int points = path.inspection_points_count();
+  for (unsigned int i = 0; i < points; ++i) {
+    const mtrInspectionPoint& point = path.inspection_point_ref(i);
     ++summary.points;
-    if (point->has_measure()) ++summary.measured;
-    const kptPointCheck check = of(*point);
+    if (point.has_measure()) ++summary.measured;
+    const kptPointCheck check = of(point);
     if (check.verdict == kptVerdictIn) ++summary.within;
     if (check.verdict == kptVerdictOut) ++summary.outside;
     if (check.verdict == kptVerdictUnmeasured) ++summary.unmeasured;

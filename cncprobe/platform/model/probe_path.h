@@ -41,6 +41,12 @@ class CNCPROBE_API mtrProbePath : public mtrToolpathResult,
   // pointer shares the ownership of the path when the path is held by a shared pointer; a path
   // held otherwise must outlive the points it hands out.
   std::shared_ptr<mtrInspectionPoint> inspection_point(unsigned int index) const;
+  // The point at `index` (below inspection_points_count()) as a reference that shares nothing:
+  // for a reader walking every point of a path it holds, which then pays no count on the path's
+  // owner per point. Valid while the path lives.
+  const mtrInspectionPoint& inspection_point_ref(unsigned int index) const noexcept {
+    return points_[index];
+  }
   // True when the path has points and the last one has its measure: no allocation, no count.
   bool last_point_measured() const noexcept {
     return !points_.empty() && points_.back().has_measure();
