@@ -103,6 +103,36 @@ TEST_P(RunStoreTest, RunIsStoredOnceAndReadBack) {
   }
 }
 
+// Every point travels as the back end's own numbers and bytes: what is read back is the record's,
+// bit for bit.
+TEST_P(RunStoreTest, PointsReadBackBitForBit) {
+  RecordOptions options;
+  options.program = unique_name("POINTS");
+  std::ifstream bracket(kBracket, std::ios::binary);
+  const std::string file =
+      write("bracket.txt", std::string(std::istreambuf_iterator<char>(bracket), {}));
+  const RunRecord record = RunRecord::from_file(file, options);
+  ASSERT_EQ(runs_->add_run(record, status_), AddOutcome::kStored) << status_.message;
+  RunFilter filter;
+  filter.program = options.program;
+  const std::vector<StoredRun> stored = runs_->runs(filter, status_);
+  ASSERT_EQ(stored.size(), 1u) << status_.message;
+  const std::vector<StoredPoint> points = runs_->points({stored[0].id}, status_);
+  ASSERT_TRUE(status_.ok()) << status_.message;
+  ASSERT_EQ(static_cast<std::int64_t>(points.size()), record.points);
+  std::size_t i = 0;
+  record.for_each_point([&](const PointRow& p) {
+    ASSERT_LT(i, points.size());
+    EXPECT_EQ(points[i].run, stored[0].id);
+    EXPECT_EQ(points[i].label, p.label) << i;
+    EXPECT_EQ(points[i].deviation, p.deviation) << i;
+    EXPECT_EQ(points[i].lower_limit, p.lower_limit) << i;
+    EXPECT_EQ(points[i].upper_limit, p.upper_limit) << i;
+    ++i;
+  });
+  EXPECT_EQ(i, points.size());
+}
+
 TEST_P(RunStoreTest, SamePathWithOtherContentIsANewRun) {
   RecordOptions options;
   options.program = unique_name("P");
