@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <iostream>
 #include <system_error>
+#include <utility>
 
 #include "store/internal/utf8_path.h"
 
@@ -15,7 +16,8 @@ IngestResult ingest_file(RunStore& runs, const std::string& path, const RecordOp
   const kptInputFile input = path == "-" ? kptInputFile::read(std::cin)
                                          : kptInputFile::read(utString(std::string_view(path)));
   result.path = stored_path(path);
-  if (runs.has_run(result.path, content_sha256(input.bytes()), result.status)) {
+  std::string sha256 = content_sha256(input.bytes());
+  if (runs.has_run(result.path, sha256, result.status)) {
     result.outcome = IngestOutcome::kSkipped;
     return result;
   }
@@ -23,7 +25,8 @@ IngestResult ingest_file(RunStore& runs, const std::string& path, const RecordOp
     result.outcome = IngestOutcome::kStoreFailed;
     return result;
   }
-  const RunRecord record = RunRecord::from_input(path, input, options);
+  // Hashed once: the hash that found the file new is the one stored.
+  const RunRecord record = RunRecord::from_input(path, input, options, std::move(sha256));
   result.program = record.program;
   result.verdict = record.verdict;
   result.status_name = record.status_name;

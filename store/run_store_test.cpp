@@ -6,6 +6,10 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#if defined(CNCPROBE_STORE_POSTGRES)
+#include <libpq-fe.h>
+#endif
+
 #include <cstdlib>
 #include <fstream>
 #include <random>
@@ -185,6 +189,102 @@ TEST_P(RunStoreTest, LatestControlLimitsPerProgram) {
 
 INSTANTIATE_TEST_SUITE_P(BackEnds, RunStoreTest, ::testing::Values("sqlite", "postgresql"),
                          [](const auto& info) { return std::string(info.param); });
+
+// A store of schema 1, as the first release wrote it: a reader reads it as it is, the first writer
+// brings it up to the current schema, and its runs stay whole.
+TEST(SqliteStore, OlderSchemaIsBroughtUp) {
+  ScratchDirectory dir;
+  const std::string url = dir.path().string() + "/runs.sqlite";
+  auto version = [&] {
+    sqlite3* db = nullptr;
+    sqlite3_open_v2(url.c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
+    sqlite3_stmt* s = nullptr;
+    sqlite3_prepare_v2(db, "SELECT version FROM schema_version", -1, &s, nullptr);
+    const int found = sqlite3_step(s) == SQLITE_ROW ? sqlite3_column_int(s, 0) : -1;
+    sqlite3_finalize(s);
+    sqlite3_close(db);
+    return found;
+  };
+  StoreStatus status;
+  {
+    auto runs = RunStore::open(url, status);
+    ASSERT_TRUE(runs) << status.message;
+    ASSERT_EQ(ingest_file(*runs, kBracket, {}).outcome, IngestOutcome::kStored);
+  }
+  // Schema 1 had the tables of schema 2.
+  sqlite3* db = nullptr;
+  sqlite3_open(url.c_str(), &db);
+  ASSERT_EQ(sqlite3_exec(db, "UPDATE schema_version SET version = 1", nullptr, nullptr, nullptr),
+            SQLITE_OK);
+  sqlite3_close(db);
+
+  auto reader = RunStore::open(url, status, false);
+  ASSERT_TRUE(reader) << status.message;
+  ASSERT_EQ(reader->runs({}, status).size(), 1u);
+  EXPECT_EQ(version(), 1);
+  reader.reset();
+
+  auto writer = RunStore::open(url, status);
+  ASSERT_TRUE(writer) << status.message;
+  EXPECT_EQ(version(), kSchemaVersion);
+  const std::vector<StoredRun> stored = writer->runs({}, status);
+  ASSERT_EQ(stored.size(), 1u);
+  EXPECT_EQ(writer->points({stored[0].id}, status).size(),
+            static_cast<std::size_t>(stored[0].points));
+  EXPECT_EQ(ingest_file(*writer, kBracket, {}).outcome, IngestOutcome::kSkipped);
+}
+
+#if defined(CNCPROBE_STORE_POSTGRES)
+// The same on PostgreSQL, where schema 1 kept a primary key and a foreign key on the points.
+TEST(PostgresqlStore, OlderSchemaIsBroughtUp) {
+  if (std::getenv("CNCPROBE_TEST_POSTGRES") == nullptr) {
+    GTEST_SKIP() << "PostgreSQL cases need CNCPROBE_TEST_POSTGRES and a scratch server";
+  }
+  // A schema of its own, so the store is made afresh in a database other cases share.
+  const std::string schema = "v1_" + unique_name("store").substr(6);
+  const std::string url = "postgresql://?options=-csearch_path%3D" + schema;
+  PGconn* db = PQconnectdb("");
+  ASSERT_EQ(PQstatus(db), CONNECTION_OK) << PQerrorMessage(db);
+  auto sql = [&](const std::string& statement) {
+    PGresult* result = PQexec(db, statement.c_str());
+    const std::string answer = PQntuples(result) > 0 ? PQgetvalue(result, 0, 0) : "";
+    EXPECT_NE(PQresultStatus(result), PGRES_FATAL_ERROR) << PQresultErrorMessage(result);
+    PQclear(result);
+    return answer;
+  };
+  sql("CREATE SCHEMA " + schema);
+  StoreStatus status;
+  {
+    auto runs = RunStore::open(url, status);
+    ASSERT_TRUE(runs) << status.message;
+    ASSERT_EQ(ingest_file(*runs, kBracket, {}).outcome, IngestOutcome::kStored);
+  }
+  sql("SET search_path = " + schema);
+  sql("DROP INDEX points_by_run");
+  sql("ALTER TABLE points ADD PRIMARY KEY (run_id, idx), "
+      "ADD FOREIGN KEY (run_id) REFERENCES runs(id) ON DELETE CASCADE");
+  sql("UPDATE schema_version SET version = 1");
+
+  auto reader = RunStore::open(url, status, false);
+  ASSERT_TRUE(reader) << status.message;
+  ASSERT_EQ(reader->runs({}, status).size(), 1u);
+  EXPECT_EQ(sql("SELECT version FROM schema_version"), "1");
+  reader.reset();
+
+  auto writer = RunStore::open(url, status);
+  ASSERT_TRUE(writer) << status.message;
+  EXPECT_EQ(sql("SELECT version FROM schema_version"), std::to_string(kSchemaVersion));
+  EXPECT_EQ(sql("SELECT count(*) FROM pg_constraint WHERE conrelid = 'points'::regclass"), "0");
+  const std::vector<StoredRun> stored = writer->runs({}, status);
+  ASSERT_EQ(stored.size(), 1u);
+  EXPECT_EQ(writer->points({stored[0].id}, status).size(),
+            static_cast<std::size_t>(stored[0].points));
+  EXPECT_EQ(ingest_file(*writer, kBracket, {}).outcome, IngestOutcome::kSkipped);
+  writer.reset();
+  sql("DROP SCHEMA " + schema + " CASCADE");
+  PQfinish(db);
+}
+#endif
 
 // A SQLite file that cannot serve as a store is refused with the reason, and left as it was.
 TEST(SqliteStore, RefusesWhatIsNoStore) {

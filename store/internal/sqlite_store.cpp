@@ -18,8 +18,9 @@ namespace store {
 
 namespace {
 
-// Version 1 of the tables. Text that comes from a results file (paths, names, labels) is kept
-// byte for byte: SQLite does not check the encoding of what it is handed.
+// Version 2 of the tables (the tables of version 1: version 2 changed how PostgreSQL finds a
+// run's points). Text that comes from a results file (paths, names, labels) is kept byte for
+// byte: SQLite does not check the encoding of what it is handed.
 constexpr const char* kSchema = R"sql(
 CREATE TABLE schema_version (version INTEGER NOT NULL);
 CREATE TABLE programs (id INTEGER PRIMARY KEY, name TEXT NOT NULL UNIQUE);
@@ -61,7 +62,7 @@ CREATE INDEX points_by_run ON points (run_id, idx);
 CREATE TABLE control_limits (
   id INTEGER PRIMARY KEY, program_id INTEGER NOT NULL REFERENCES programs(id),
   saved_time TEXT NOT NULL, document TEXT NOT NULL);
-INSERT INTO schema_version (version) VALUES (1);
+INSERT INTO schema_version (version) VALUES (2);
 )sql";
 
 StoreProblem problem_of(int code) {
@@ -270,14 +271,27 @@ bool SqliteStore::prepare(bool for_writing, StoreStatus& status) {
     status = {StoreProblem::kNotAStore, "the file is a database, but not a run store"};
     return false;
   }
-  // Schema 1 is the first: an older store would be brought up here, step by step, in one
-  // transaction, before anything else reads it.
+  // An older store is brought up to this schema by the first process that writes to it, step by
+  // step, in one transaction; a reader reads it as it is (the columns are the same).
   if (for_writing) {
     if (sqlite3_db_readonly(db_, "main") == 1) {
       status = {StoreProblem::kReadOnly, "the store is read-only"};
       return false;
     }
     sqlite3_exec(db_, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
+    if (found < kSchemaVersion) {
+      if (!exec("BEGIN IMMEDIATE", status)) return false;
+      // Read again under the write lock: another process may have brought it up meanwhile.
+      code = version(found);
+      // Version 1 has the tables of version 2.
+      if (code != SQLITE_OK ||
+          (found < kSchemaVersion && !exec("UPDATE schema_version SET version = 2", status)) ||
+          !exec("COMMIT", status)) {
+        if (code != SQLITE_OK) fail(code, status);
+        rollback();
+        return false;
+      }
+    }
   }
   sqlite3_exec(db_, "PRAGMA foreign_keys=ON", nullptr, nullptr, nullptr);
   return true;
