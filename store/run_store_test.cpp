@@ -107,34 +107,51 @@ TEST_P(RunStoreTest, RunIsStoredOnceAndReadBack) {
   }
 }
 
-// Every point travels as the back end's own numbers and bytes: what is read back is the record's,
-// bit for bit.
+// A probe path of `points` points, the one numbered `unmeasured` (from 0) never measured.
+std::string probe_path_file(int points, int unmeasured) {
+  std::string text =
+      "START 'MANY'\nTOOLPATHID 1\nG331 N10 A0 B0 C0 X0 Y0 Z0\n"
+      "G330 N11 A0 B0 C0 X0 Y0 Z0 I0 R0\n";
+  int block = 12;
+  for (int i = 0; i < points; ++i) {
+    const std::string at = " X" + std::to_string(i) + ".125 Y" + std::to_string(i % 7) + ".5";
+    text += "G800 N" + std::to_string(block++) + at + " Z0 I0 J0 K1 O0 U0.050 L-0.050\n";
+    if (i == unmeasured) continue;
+    text += "G801 N" + std::to_string(block++) + at + " Z0.0" + std::to_string(10 + i) + " R2.5\n";
+  }
+  return text + "END\n";
+}
+
+// Every point travels as the back end's own numbers and bytes, however many a run has (the
+// points are written in groups): what is read back is the record's, bit for bit, in order, and
+// an unmeasured point's deviation stays absent.
 TEST_P(RunStoreTest, PointsReadBackBitForBit) {
-  RecordOptions options;
-  options.program = unique_name("POINTS");
-  std::ifstream bracket(kBracket, std::ios::binary);
-  const std::string file =
-      write("bracket.txt", std::string(std::istreambuf_iterator<char>(bracket), {}));
-  const RunRecord record = RunRecord::from_file(file, options);
-  ASSERT_EQ(runs_->add_run(record, status_), AddOutcome::kStored) << status_.message;
-  RunFilter filter;
-  filter.program = options.program;
-  const std::vector<StoredRun> stored = runs_->runs(filter, status_);
-  ASSERT_EQ(stored.size(), 1u) << status_.message;
-  const std::vector<StoredPoint> points = runs_->points({stored[0].id}, status_);
-  ASSERT_TRUE(status_.ok()) << status_.message;
-  ASSERT_EQ(static_cast<std::int64_t>(points.size()), record.points);
-  std::size_t i = 0;
-  record.for_each_point([&](const PointRow& p) {
-    ASSERT_LT(i, points.size());
-    EXPECT_EQ(points[i].run, stored[0].id);
-    EXPECT_EQ(points[i].label, p.label) << i;
-    EXPECT_EQ(points[i].deviation, p.deviation) << i;
-    EXPECT_EQ(points[i].lower_limit, p.lower_limit) << i;
-    EXPECT_EQ(points[i].upper_limit, p.upper_limit) << i;
-    ++i;
-  });
-  EXPECT_EQ(i, points.size());
+  for (const int count : {1, 75}) {
+    RecordOptions options;
+    options.program = unique_name("POINTS");
+    const std::string file =
+        write("path" + std::to_string(count) + ".txt", probe_path_file(count, count / 2));
+    const RunRecord record = RunRecord::from_file(file, options);
+    ASSERT_EQ(record.points, count);
+    ASSERT_EQ(runs_->add_run(record, status_), AddOutcome::kStored) << status_.message;
+    RunFilter filter;
+    filter.program = options.program;
+    const std::vector<StoredRun> stored = runs_->runs(filter, status_);
+    ASSERT_EQ(stored.size(), 1u) << status_.message;
+    const std::vector<StoredPoint> points = runs_->points({stored[0].id}, status_);
+    ASSERT_TRUE(status_.ok()) << status_.message;
+    ASSERT_EQ(points.size(), static_cast<std::size_t>(count));
+    std::size_t i = 0;
+    record.for_each_point([&](const PointRow& p) {
+      EXPECT_EQ(points[i].run, stored[0].id);
+      EXPECT_EQ(points[i].label, p.label) << i;
+      EXPECT_EQ(points[i].deviation, p.deviation) << i;
+      EXPECT_EQ(points[i].lower_limit, p.lower_limit) << i;
+      EXPECT_EQ(points[i].upper_limit, p.upper_limit) << i;
+      ++i;
+    });
+    EXPECT_FALSE(points[static_cast<std::size_t>(count / 2)].deviation);
+  }
 }
 
 TEST_P(RunStoreTest, SamePathWithOtherContentIsANewRun) {

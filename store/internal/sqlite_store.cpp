@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "store/internal/back_ends.h"
 #include "store/internal/utf8_path.h"
@@ -64,6 +65,21 @@ CREATE TABLE control_limits (
   saved_time TEXT NOT NULL, document TEXT NOT NULL);
 INSERT INTO schema_version (version) VALUES (2);
 )sql";
+
+constexpr std::int64_t kPointsPerInsert = 32;
+
+// INSERT INTO points ... VALUES (...), (...): `rows` rows of all the columns.
+std::string points_insert(std::int64_t rows) {
+  std::string sql = R"sql(
+INSERT INTO points (run_id, idx, path, toolpath, instance, label, nominal_x, nominal_y,
+  nominal_z, direction_x, direction_y, direction_z, o, u, l, measured_x, measured_y, measured_z,
+  r, deviation, lower_limit, upper_limit, verdict) VALUES )sql";
+  for (std::int64_t i = 0; i < rows; ++i) {
+    sql += i == 0 ? "" : ", ";
+    sql += "(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)";
+  }
+  return sql;
+}
 
 StoreProblem problem_of(int code) {
   switch (code & 0xff) {
@@ -202,8 +218,8 @@ class SqliteStore final : public RunStore {
   std::optional<std::int64_t> program_id(const std::string& name, bool make, StoreStatus& status);
 
   sqlite3* db_;
-  Statement has_run_, add_program_, find_program_, add_run_, add_check_, add_point_, add_limits_,
-      latest_limits_;
+  Statement has_run_, add_program_, find_program_, add_run_, add_check_, add_point_, add_points_,
+      add_limits_, latest_limits_;
 };
 
 bool SqliteStore::prepare(bool for_writing, StoreStatus& status) {
@@ -415,16 +431,18 @@ VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))sql");
   }
   check.reset();
 
-  Statement& point = statement(add_point_, R"sql(
-INSERT INTO points (run_id, idx, path, toolpath, instance, label, nominal_x, nominal_y,
-  nominal_z, direction_x, direction_y, direction_z, o, u, l, measured_x, measured_y, measured_z,
-  r, deviation, lower_limit, upper_limit, verdict)
-VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))sql");
-  code = SQLITE_DONE;
-  r.for_each_point([&](const PointRow& p) {
-    if (code != SQLITE_DONE) return;
-    point.reset()
-        .integer(run_id)
+  // Points go kPointsPerInsert to a statement: a statement's own cost (its step, its
+  // sub-transaction, its reset) is paid once for them all. The last few go one by one.
+  Statement& batch = statement(add_points_, points_insert(kPointsPerInsert).c_str());
+  Statement& single = statement(add_point_, points_insert(1).c_str());
+  struct Pending {
+    PointRow row;
+    std::string label;  // the row's label, kept until the row is stored
+  };
+  std::vector<Pending> pending(static_cast<std::size_t>(kPointsPerInsert));
+  std::size_t held = 0;
+  auto bind = [run_id](Statement& s, const PointRow& p) {
+    s.integer(run_id)
         .integer(p.index)
         .integer(p.path)
         .integer(p.toolpath)
@@ -447,9 +465,32 @@ VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))sql
         .real(p.lower_limit)
         .real(p.upper_limit)
         .text(std::string_view(p.verdict));
-    code = point.step();
+  };
+  code = SQLITE_DONE;
+  auto store_held = [&] {
+    if (held == pending.size()) {
+      batch.reset();
+      for (const Pending& p : pending) bind(batch, p.row);
+      code = batch.step();
+    } else {
+      for (std::size_t i = 0; i < held && code == SQLITE_DONE; ++i) {
+        bind(single.reset(), pending[i].row);
+        code = single.step();
+      }
+    }
+    held = 0;
+  };
+  r.for_each_point([&](const PointRow& p) {
+    if (code != SQLITE_DONE) return;
+    Pending& next = pending[held++];
+    next.row = p;
+    next.label.assign(p.label);
+    next.row.label = next.label;
+    if (held == pending.size()) store_held();
   });
-  point.reset();
+  if (code == SQLITE_DONE) store_held();
+  batch.reset();
+  single.reset();
   if (code != SQLITE_DONE) return failed(code);
   if (!exec("COMMIT", status)) return failed(0);
   return AddOutcome::kStored;
