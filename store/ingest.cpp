@@ -16,10 +16,18 @@ IngestResult ingest_file(RunStore& runs, const std::string& path, const RecordOp
   const kptInputFile input = path == "-" ? kptInputFile::read(std::cin)
                                          : kptInputFile::read(utString(std::string_view(path)));
   result.path = stored_path(path);
-  std::string sha256 = content_sha256(input.bytes());
-  if (runs.has_run(result.path, sha256, result.status)) {
-    result.outcome = IngestOutcome::kSkipped;
-    return result;
+  // A large file at a path never stored is new whatever its content: it is hashed beside its
+  // extraction instead of before it. Any other is hashed first, and extracted only when new.
+  std::string sha256;
+  if (input.bytes().size() < RunRecord::kConcurrentBytes ||
+      runs.has_path(result.path, result.status)) {
+    if (result.status.ok()) {
+      sha256 = content_sha256(input.bytes());
+      if (runs.has_run(result.path, sha256, result.status)) {
+        result.outcome = IngestOutcome::kSkipped;
+        return result;
+      }
+    }
   }
   if (!result.status.ok()) {
     result.outcome = IngestOutcome::kStoreFailed;

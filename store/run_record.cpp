@@ -34,10 +34,6 @@ namespace store {
 
 namespace {
 
-// From this size on, a file's references are scanned beside its extraction; below it a thread
-// costs more than the scan.
-constexpr std::size_t kConcurrentScanBytes = std::size_t{1} << 20;
-
 std::optional<std::string> reference(const utString& text) {
   if (text.invalid()) return std::nullopt;
   return std::string(text.view());
@@ -104,12 +100,12 @@ RunRecord RunRecord::from_input(const std::string& path, const kptInputFile& inp
                                 const RecordOptions& options, std::string sha256) {
   RunRecord record;
   record.path = stored_path(path);
-  record.sha256 = sha256.empty() ? sha256_hex(input.bytes()) : std::move(sha256);
   record.file_time = modification_time(path);
   record.ingest_time = now_utc();
   record.units = options.units == kptUnitsInches ? "in" : "mm";
   record.input_problem = input.problem();
   if (!input.ok()) {
+    record.sha256 = sha256.empty() ? sha256_hex(input.bytes()) : std::move(sha256);
     record.status_name = "unreadable";
     record.status_code = -1;
     record.program =
@@ -118,21 +114,25 @@ RunRecord RunRecord::from_input(const std::string& path, const kptInputFile& inp
   }
 
   // The header references are looked for in every line until all are found, so a large file
-  // without some of them is read through twice: that scan runs on a thread of its own while this
-  // one extracts. Both only read the bytes.
+  // without some of them is read through twice: that scan, and the hash when it is still to be
+  // made, run on a thread of their own while this one extracts. All of them only read the bytes.
   kptFileReferenceExtractor refs;
-  auto scan = [&refs, &input] { return refs.extract(input) == apStatus(1); };
+  record.sha256 = std::move(sha256);
+  auto beside = [&record, &refs, &input] {
+    if (record.sha256.empty()) record.sha256 = sha256_hex(input.bytes());
+    return refs.extract(input) == apStatus(1);
+  };
   std::future<bool> scanned;
-  if (input.bytes().size() >= kConcurrentScanBytes) {
+  if (input.bytes().size() >= kConcurrentBytes) {
     try {
-      scanned = std::async(std::launch::async, scan);
+      scanned = std::async(std::launch::async, beside);
     } catch (const std::system_error&) {
-      // No thread to be had: the scan runs after the extraction, on this one.
+      // No thread to be had: the work is done after the extraction, on this one.
     }
   }
   auto extractor = std::make_shared<kptResultsDataExtractor>();
   const kptResultsExtractionStatus status = extractor->extract_data(input, kptUnits(options.units));
-  if (scanned.valid() ? scanned.get() : scan()) {
+  if (scanned.valid() ? scanned.get() : beside()) {
     record.references = {reference(refs.results_file_version_text()),
                          reference(refs.settings_filename()),
                          reference(refs.cad_filename()),

@@ -83,6 +83,10 @@ class RunRecord {
   RunRecord(RunRecord&&) noexcept;
   RunRecord& operator=(RunRecord&&) noexcept;
 
+  // From this size on, a file is hashed and its references scanned on a second thread while it
+  // is extracted; below it a thread costs more than it saves.
+  static constexpr std::size_t kConcurrentBytes = std::size_t{1} << 20;
+
   // Reads `path` ("-" for standard input) whole, hashes it and extracts it. A file that cannot be
   // read gives a record with input_problem set, its hash that of the bytes read (none: empty),
   // and no checks or points; never fails otherwise.

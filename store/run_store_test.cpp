@@ -154,19 +154,33 @@ TEST_P(RunStoreTest, PointsReadBackBitForBit) {
   }
 }
 
+// A small file is hashed before it is extracted; a large one at a new path beside its
+// extraction. Either way the stored hash is the content's, the references are read, and the same
+// content is stored once.
 TEST_P(RunStoreTest, SamePathWithOtherContentIsANewRun) {
-  RecordOptions options;
-  options.program = unique_name("P");
-  const std::string file = write("run.txt", hostile_file());
-  EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kStored);
-  EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kSkipped);
-  write("run.txt", hostile_file() + "\n");
-  EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kStored);
-  RunFilter filter;
-  filter.program = options.program;
-  EXPECT_EQ(runs_->runs(filter, status_).size(), 2u);
-  filter.last = 1;
-  EXPECT_EQ(runs_->runs(filter, status_).size(), 1u);
+  for (const std::size_t padding : {std::size_t{0}, RunRecord::kConcurrentBytes}) {
+    RecordOptions options;
+    options.program = unique_name("P");
+    // Comment lines after the header make the file as large as wanted.
+    std::string text = hostile_file();
+    for (std::size_t line = 0; line * 64 < padding; ++line) {
+      text.insert(text.find("START"), "( " + std::string(60, 'x') + " )\n");
+    }
+    const std::string file = write("run" + std::to_string(padding) + ".txt", text);
+    EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kStored);
+    EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kSkipped);
+    write("run" + std::to_string(padding) + ".txt", text + "\n");
+    EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kStored);
+    RunFilter filter;
+    filter.program = options.program;
+    const std::vector<StoredRun> stored = runs_->runs(filter, status_);
+    ASSERT_EQ(stored.size(), 2u);
+    EXPECT_EQ(stored[0].sha256, content_sha256(text)) << padding;
+    EXPECT_EQ(stored[1].sha256, content_sha256(text + "\n")) << padding;
+    EXPECT_EQ(stored[0].cldata_filename, "C:\\jobs\\x'; DROP TABLE programs; --.cl");
+    filter.last = 1;
+    EXPECT_EQ(runs_->runs(filter, status_).size(), 1u);
+  }
 }
 
 TEST_P(RunStoreTest, HostileTextReadsBackExactly) {

@@ -286,6 +286,15 @@ class PostgresStore final : public RunStore {
     return r.rows() > 0;
   }
 
+  bool has_path(const std::string& path, StoreStatus& status) override {
+    status = {};
+    Params p;
+    p.bytes(std::string_view(path));
+    Result r = run("SELECT 1 FROM runs WHERE path = $1 LIMIT 1", p);
+    if (!r.ok()) return fail(r, status);
+    return r.rows() > 0;
+  }
+
   AddOutcome add_run(const RunRecord& record, StoreStatus& status) override;
   std::vector<StoredRun> runs(const RunFilter& filter, StoreStatus& status) override;
   std::vector<StoredCheck> checks(const std::vector<std::int64_t>& run_ids,

@@ -188,6 +188,16 @@ class SqliteStore final : public RunStore {
     return code == SQLITE_ROW;
   }
 
+  bool has_path(const std::string& path, StoreStatus& status) override {
+    status = {};
+    Statement& s = statement(has_path_, "SELECT 1 FROM runs WHERE path = ? LIMIT 1");
+    s.reset().text(path);
+    const int code = s.step();
+    if (code != SQLITE_ROW && code != SQLITE_DONE) fail(code, status);
+    s.reset();
+    return code == SQLITE_ROW;
+  }
+
   AddOutcome add_run(const RunRecord& record, StoreStatus& status) override;
   std::vector<StoredRun> runs(const RunFilter& filter, StoreStatus& status) override;
   std::vector<StoredCheck> checks(const std::vector<std::int64_t>& run_ids,
@@ -218,8 +228,8 @@ class SqliteStore final : public RunStore {
   std::optional<std::int64_t> program_id(const std::string& name, bool make, StoreStatus& status);
 
   sqlite3* db_;
-  Statement has_run_, add_program_, find_program_, add_run_, add_check_, add_point_, add_points_,
-      add_limits_, latest_limits_;
+  Statement has_run_, has_path_, add_program_, find_program_, add_run_, add_check_, add_point_,
+      add_points_, add_limits_, latest_limits_;
 };
 
 bool SqliteStore::prepare(bool for_writing, StoreStatus& status) {
