@@ -22,9 +22,9 @@ namespace store {
 namespace {
 
 // Version 2 of the tables. A run's points are written together, in one COPY, in the transaction
-// that writes their run: they lie side by side in the table, in run order, so a block-range index
-// finds a run's points for a fraction of what a B-tree costs on every row, and their run is known
-// to be there without the server checking a reference row by row.
+// that writes their run, in index order: an index on the run alone finds them (its entries only
+// ever grow at its right end, one key for all of a run's points), and their run is known to be
+// there without the server looking it up for every point.
 constexpr const char* kSchema = R"sql(
 CREATE TABLE schema_version (version INTEGER NOT NULL);
 CREATE TABLE programs (id BIGSERIAL PRIMARY KEY, name BYTEA NOT NULL UNIQUE);
@@ -63,7 +63,7 @@ CREATE TABLE points (
   measured_x DOUBLE PRECISION, measured_y DOUBLE PRECISION, measured_z DOUBLE PRECISION,
   r DOUBLE PRECISION, deviation DOUBLE PRECISION, lower_limit DOUBLE PRECISION,
   upper_limit DOUBLE PRECISION, verdict TEXT NOT NULL);
-CREATE INDEX points_by_run ON points USING brin (run_id) WITH (autosummarize = on);
+CREATE INDEX points_by_run ON points (run_id);
 CREATE TABLE control_limits (
   id BIGSERIAL PRIMARY KEY, program_id BIGINT NOT NULL REFERENCES programs(id),
   saved_time TEXT NOT NULL, document TEXT NOT NULL);
@@ -71,11 +71,11 @@ INSERT INTO schema_version (version) VALUES (2);
 )sql";
 
 // From version 1, whose points had a primary key (run_id, idx) and a foreign key to their run:
-// the same rows, found through the block-range index instead.
+// the same rows, found through the index on the run.
 constexpr const char* kFromVersion1 = R"sql(
 ALTER TABLE points DROP CONSTRAINT IF EXISTS points_run_id_fkey,
   DROP CONSTRAINT IF EXISTS points_pkey;
-CREATE INDEX points_by_run ON points USING brin (run_id) WITH (autosummarize = on);
+CREATE INDEX points_by_run ON points (run_id);
 UPDATE schema_version SET version = 2;
 )sql";
 
