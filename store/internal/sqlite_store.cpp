@@ -66,6 +66,7 @@ CREATE TABLE control_limits (
 INSERT INTO schema_version (version) VALUES (2);
 )sql";
 
+// The points one statement inserts (23 parameters each, well below SQLite's limit).
 constexpr std::int64_t kPointsPerInsert = 32;
 
 // INSERT INTO points ... VALUES (...), (...): `rows` rows of all the columns.
@@ -443,8 +444,10 @@ VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))sql");
 
   // Points go kPointsPerInsert to a statement: a statement's own cost (its step, its
   // sub-transaction, its reset) is paid once for them all. The last few go one by one.
-  Statement& batch = statement(add_points_, points_insert(kPointsPerInsert).c_str());
-  Statement& single = statement(add_point_, points_insert(1).c_str());
+  if (!add_points_) add_points_ = Statement(db_, points_insert(kPointsPerInsert).c_str());
+  if (!add_point_) add_point_ = Statement(db_, points_insert(1).c_str());
+  Statement& batch = add_points_;
+  Statement& single = add_point_;
   struct Pending {
     PointRow row;
     std::string label;  // the row's label, kept until the row is stored
