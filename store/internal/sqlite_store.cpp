@@ -69,10 +69,12 @@ INSERT INTO schema_version (version) VALUES (2);
 // The points one statement inserts (23 parameters each, well below SQLite's limit).
 constexpr std::int64_t kPointsPerInsert = 32;
 
-// INSERT INTO points ... VALUES (...), (...): `rows` rows of all the columns.
+// INSERT INTO points ... VALUES (...), (...): `rows` rows of all the columns. A row that fails
+// undoes the whole transaction (OR ROLLBACK), as add_run would: so a statement of many rows
+// needs no journal of its own to undo only itself.
 std::string points_insert(std::int64_t rows) {
   std::string sql = R"sql(
-INSERT INTO points (run_id, idx, path, toolpath, instance, label, nominal_x, nominal_y,
+INSERT OR ROLLBACK INTO points (run_id, idx, path, toolpath, instance, label, nominal_x, nominal_y,
   nominal_z, direction_x, direction_y, direction_z, o, u, l, measured_x, measured_y, measured_z,
   r, deviation, lower_limit, upper_limit, verdict) VALUES )sql";
   for (std::int64_t i = 0; i < rows; ++i) {
@@ -320,7 +322,11 @@ bool SqliteStore::prepare(bool for_writing, StoreStatus& status) {
       }
     }
   }
-  sqlite3_exec(db_, "PRAGMA foreign_keys=ON", nullptr, nullptr, nullptr);
+  // Foreign keys are not enforced on the store's own connection: a run's checks and points are
+  // inserted with the id of the run that the same transaction has just inserted, so their
+  // reference holds by construction, and checking it row by row would make every grouped insert
+  // of points keep a journal of its own (a statement that may fail half way must be undone
+  // alone). The tables still declare their references, for anyone who deletes runs by hand.
   return true;
 }
 
