@@ -15,6 +15,7 @@
 #include <random>
 
 #include "store/ingest.h"
+#include "store/internal/point_groups.h"
 #include "tests/support/scratch_directory.h"
 
 namespace store {
@@ -126,7 +127,7 @@ std::string probe_path_file(int points, int unmeasured) {
 // points are written in groups): what is read back is the record's, bit for bit, in order, and
 // an unmeasured point's deviation stays absent.
 TEST_P(RunStoreTest, PointsReadBackBitForBit) {
-  for (const int count : {1, 75}) {
+  for (const int count : {1, 75, 4096 + 75}) {
     RecordOptions options;
     options.program = unique_name("POINTS");
     const std::string file =
@@ -220,6 +221,39 @@ TEST_P(RunStoreTest, LatestControlLimitsPerProgram) {
 
 INSTANTIATE_TEST_SUITE_P(BackEnds, RunStoreTest, ::testing::Values("sqlite", "postgresql"),
                          [](const auto& info) { return std::string(info.param); });
+
+// Rows made on a second thread come in order, in full groups but for the last, and a reader that
+// stops early (a store that failed) leaves the maker to stop too, without a hang.
+TEST(PointGroups, HandsOverEveryRowInOrderAndStopsEarly) {
+  ScratchDirectory dir;
+  const std::string file = dir.path().string() + "/path.txt";
+  std::ofstream(file, std::ios::binary) << probe_path_file(1000, 500);
+  const RunRecord record = RunRecord::from_file(file, {});
+  ASSERT_EQ(record.points, 1000);
+  for (const std::size_t group :
+       {std::size_t{1}, std::size_t{7}, std::size_t{250}, std::size_t{1000}, std::size_t{4096}}) {
+    PointGroups groups(record, group);
+    ASSERT_TRUE(groups.started());
+    std::vector<std::string> labels;
+    for (const std::vector<OwnedPoint>* rows = &groups.next(); !rows->empty();
+         rows = &groups.next()) {
+      EXPECT_TRUE(rows->size() == group || labels.size() + rows->size() == 1000) << group;
+      for (const OwnedPoint& point : *rows) {
+        EXPECT_EQ(point.row.index, static_cast<std::int64_t>(labels.size()));
+        EXPECT_EQ(point.row.label.data(), point.label.data());  // the row views its own copy
+        labels.push_back(point.label);
+      }
+    }
+    std::vector<std::string> expected;
+    record.for_each_point([&](const PointRow& p) { expected.emplace_back(p.label); });
+    EXPECT_EQ(labels, expected) << group;
+    EXPECT_TRUE(groups.next().empty());
+  }
+  for (const int read : {0, 1, 2}) {
+    PointGroups groups(record, 3);
+    for (int i = 0; i < read; ++i) EXPECT_EQ(groups.next().size(), 3u);
+  }  // each is destroyed with the maker waiting for room, or still making rows
+}
 
 // A store of schema 1, as the first release wrote it: a reader reads it as it is, the first writer
 // brings it up to the current schema, and its runs stay whole.

@@ -8,11 +8,13 @@
 
 #include <cmath>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "store/internal/back_ends.h"
+#include "store/internal/point_groups.h"
 #include "store/internal/utf8_path.h"
 
 namespace store {
@@ -68,6 +70,8 @@ INSERT INTO schema_version (version) VALUES (2);
 
 // The points one statement inserts (23 parameters each, well below SQLite's limit).
 constexpr std::int64_t kPointsPerInsert = 32;
+// From this many points on, a run's rows are made on a second thread, this many to a group.
+constexpr std::size_t kPointsBeside = 4096;
 
 // INSERT INTO points ... VALUES (...), (...): `rows` rows of all the columns. A row that fails
 // undoes the whole transaction (OR ROLLBACK), as add_run would: so a statement of many rows
@@ -454,12 +458,6 @@ VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))sql");
   if (!add_point_) add_point_ = Statement(db_, points_insert(1).c_str());
   Statement& batch = add_points_;
   Statement& single = add_point_;
-  struct Pending {
-    PointRow row;
-    std::string label;  // the row's label, kept until the row is stored
-  };
-  std::vector<Pending> pending(static_cast<std::size_t>(kPointsPerInsert));
-  std::size_t held = 0;
   auto bind = [run_id](Statement& s, const PointRow& p) {
     s.integer(run_id)
         .integer(p.index)
@@ -486,28 +484,43 @@ VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))sql");
         .text(std::string_view(p.verdict));
   };
   code = SQLITE_DONE;
-  auto store_held = [&] {
-    if (held == pending.size()) {
+  // Stores rows in order: whole groups of kPointsPerInsert, then the rest one by one.
+  auto store_rows = [&](const OwnedPoint* rows, std::size_t count) {
+    constexpr auto kGroup = static_cast<std::size_t>(kPointsPerInsert);
+    for (; count >= kGroup && code == SQLITE_DONE; rows += kGroup, count -= kGroup) {
       batch.reset();
-      for (const Pending& p : pending) bind(batch, p.row);
+      for (std::size_t i = 0; i < kGroup; ++i) bind(batch, rows[i].row);
       code = batch.step();
-    } else {
-      for (std::size_t i = 0; i < held && code == SQLITE_DONE; ++i) {
-        bind(single.reset(), pending[i].row);
-        code = single.step();
-      }
     }
-    held = 0;
+    for (; count > 0 && code == SQLITE_DONE; ++rows, --count) {
+      bind(single.reset(), rows->row);
+      code = single.step();
+    }
   };
-  r.for_each_point([&](const PointRow& p) {
-    if (code != SQLITE_DONE) return;
-    Pending& next = pending[held++];
-    next.row = p;
-    next.label.assign(p.label);
-    next.row.label = next.label;
-    if (held == pending.size()) store_held();
-  });
-  if (code == SQLITE_DONE) store_held();
+  // A large run's rows are made from the model on a second thread while this one stores them.
+  std::optional<PointGroups> groups;
+  if (r.points >= static_cast<std::int64_t>(kPointsBeside)) groups.emplace(r, kPointsBeside);
+  if (groups && groups->started()) {
+    for (const std::vector<OwnedPoint>* group = &groups->next();
+         !group->empty() && code == SQLITE_DONE; group = &groups->next()) {
+      store_rows(group->data(), group->size());
+    }
+  } else {
+    std::vector<OwnedPoint> pending(static_cast<std::size_t>(kPointsPerInsert));
+    std::size_t held = 0;
+    r.for_each_point([&](const PointRow& p) {
+      if (code != SQLITE_DONE) return;
+      OwnedPoint& next = pending[held++];
+      next.row = p;
+      next.label.assign(p.label);
+      next.row.label = next.label;
+      if (held == pending.size()) {
+        store_rows(pending.data(), held);
+        held = 0;
+      }
+    });
+    store_rows(pending.data(), held);
+  }
   batch.reset();
   single.reset();
   if (code != SQLITE_DONE) return failed(code);
