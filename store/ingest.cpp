@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <iostream>
 #include <system_error>
+#include <utility>
 
 #include "store/internal/utf8_path.h"
 
@@ -15,15 +16,25 @@ IngestResult ingest_file(RunStore& runs, const std::string& path, const RecordOp
   const kptInputFile input = path == "-" ? kptInputFile::read(std::cin)
                                          : kptInputFile::read(utString(std::string_view(path)));
   result.path = stored_path(path);
-  if (runs.has_run(result.path, content_sha256(input.bytes()), result.status)) {
-    result.outcome = IngestOutcome::kSkipped;
-    return result;
+  // A large file at a path never stored is new whatever its content: it is hashed beside its
+  // extraction instead of before it. Any other is hashed first, and extracted only when new.
+  std::string sha256;
+  if (input.bytes().size() < RunRecord::kConcurrentBytes ||
+      runs.has_path(result.path, result.status)) {
+    if (result.status.ok()) {
+      sha256 = content_sha256(input.bytes());
+      if (runs.has_run(result.path, sha256, result.status)) {
+        result.outcome = IngestOutcome::kSkipped;
+        return result;
+      }
+    }
   }
   if (!result.status.ok()) {
     result.outcome = IngestOutcome::kStoreFailed;
     return result;
   }
-  const RunRecord record = RunRecord::from_input(path, input, options);
+  // Hashed once: the hash that found the file new is the one stored.
+  const RunRecord record = RunRecord::from_input(path, input, options, std::move(sha256));
   result.program = record.program;
   result.verdict = record.verdict;
   result.status_name = record.status_name;

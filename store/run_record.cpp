@@ -8,8 +8,10 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <future>
 #include <iostream>
 #include <system_error>
+#include <utility>
 
 #include "cncprobe/extraction/results_data_extractor.h"
 #include "cncprobe/filereferences/file_reference_extractor.h"
@@ -95,15 +97,15 @@ RunRecord RunRecord::from_file(const std::string& path, const RecordOptions& opt
 }
 
 RunRecord RunRecord::from_input(const std::string& path, const kptInputFile& input,
-                                const RecordOptions& options) {
+                                const RecordOptions& options, std::string sha256) {
   RunRecord record;
   record.path = stored_path(path);
-  record.sha256 = sha256_hex(input.bytes());
   record.file_time = modification_time(path);
   record.ingest_time = now_utc();
   record.units = options.units == kptUnitsInches ? "in" : "mm";
   record.input_problem = input.problem();
   if (!input.ok()) {
+    record.sha256 = sha256.empty() ? sha256_hex(input.bytes()) : std::move(sha256);
     record.status_name = "unreadable";
     record.status_code = -1;
     record.program =
@@ -111,8 +113,26 @@ RunRecord RunRecord::from_input(const std::string& path, const kptInputFile& inp
     return record;
   }
 
+  // The header references are looked for in every line until all are found, so a large file
+  // without some of them is read through twice: that scan, and the hash when it is still to be
+  // made, run on a thread of their own while this one extracts. All of them only read the bytes.
   kptFileReferenceExtractor refs;
-  if (refs.extract(input) == apStatus(1)) {
+  record.sha256 = std::move(sha256);
+  auto beside = [&record, &refs, &input] {
+    if (record.sha256.empty()) record.sha256 = sha256_hex(input.bytes());
+    return refs.extract(input) == apStatus(1);
+  };
+  std::future<bool> scanned;
+  if (input.bytes().size() >= kConcurrentBytes) {
+    try {
+      scanned = std::async(std::launch::async, beside);
+    } catch (const std::system_error&) {
+      // No thread to be had: the work is done after the extraction, on this one.
+    }
+  }
+  auto extractor = std::make_shared<kptResultsDataExtractor>();
+  const kptResultsExtractionStatus status = extractor->extract_data(input, kptUnits(options.units));
+  if (scanned.valid() ? scanned.get() : beside()) {
     record.references = {reference(refs.results_file_version_text()),
                          reference(refs.settings_filename()),
                          reference(refs.cad_filename()),
@@ -122,9 +142,6 @@ RunRecord RunRecord::from_input(const std::string& path, const kptInputFile& inp
                          reference(refs.model_version())};
   }
   record.program = options.program.empty() ? program_of(path, record.references) : options.program;
-
-  auto extractor = std::make_shared<kptResultsDataExtractor>();
-  const kptResultsExtractionStatus status = extractor->extract_data(input, kptUnits(options.units));
   record.status_code = status;
   record.status_name = kptStatusText::name(status);
   const utString results_file = extractor->resultsfile_name();

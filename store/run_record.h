@@ -83,13 +83,18 @@ class RunRecord {
   RunRecord(RunRecord&&) noexcept;
   RunRecord& operator=(RunRecord&&) noexcept;
 
+  // From this size on, a file is hashed and its references scanned on a second thread while it
+  // is extracted; below it a thread costs more than it saves.
+  static constexpr std::size_t kConcurrentBytes = std::size_t{1} << 20;
+
   // Reads `path` ("-" for standard input) whole, hashes it and extracts it. A file that cannot be
   // read gives a record with input_problem set, its hash that of the bytes read (none: empty),
   // and no checks or points; never fails otherwise.
   static RunRecord from_file(const std::string& path, const RecordOptions& options);
-  // The same for bytes already read; `path` is what the record is stored under.
+  // The same for bytes already read; `path` is what the record is stored under. `sha256`: the
+  // content hash when the caller has it already (empty: it is computed here).
   static RunRecord from_input(const std::string& path, const kptInputFile& input,
-                              const RecordOptions& options);
+                              const RecordOptions& options, std::string sha256 = {});
 
   std::string path;    // absolute and normal where the file system allows; "-" for stdin
   std::string sha256;  // 64 lower-case hex digits of the content

@@ -22,7 +22,7 @@ namespace store {
 
 // The schema this build writes and reads. A store of a newer schema is refused; an older one is
 // brought up to this one in a transaction when it is opened.
-inline constexpr int kSchemaVersion = 1;
+inline constexpr int kSchemaVersion = 2;
 
 enum class StoreProblem {
   kNone = 0,
@@ -99,6 +99,9 @@ class RunStore {
 
   // True when a run of this path and content is stored; false also on a failure (status says).
   virtual bool has_run(const std::string& path, const std::string& sha256, StoreStatus& status) = 0;
+  // True when a run of this path, whatever its content, is stored; false also on a failure
+  // (status says).
+  virtual bool has_path(const std::string& path, StoreStatus& status) = 0;
   // Stores the run, its checks and points in one transaction: whole, or not at all. A run of the
   // same path and content already stored (by this or another process) is kAlreadyStored.
   virtual AddOutcome add_run(const RunRecord& record, StoreStatus& status) = 0;

@@ -6,11 +6,16 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#if defined(CNCPROBE_STORE_POSTGRES)
+#include <libpq-fe.h>
+#endif
+
 #include <cstdlib>
 #include <fstream>
 #include <random>
 
 #include "store/ingest.h"
+#include "store/internal/point_groups.h"
 #include "tests/support/scratch_directory.h"
 
 namespace store {
@@ -103,19 +108,80 @@ TEST_P(RunStoreTest, RunIsStoredOnceAndReadBack) {
   }
 }
 
+// A probe path of `points` points, the one numbered `unmeasured` (from 0) never measured.
+std::string probe_path_file(int points, int unmeasured) {
+  std::string text =
+      "START 'MANY'\nTOOLPATHID 1\nG331 N10 A0 B0 C0 X0 Y0 Z0\n"
+      "G330 N11 A0 B0 C0 X0 Y0 Z0 I0 R0\n";
+  int block = 12;
+  for (int i = 0; i < points; ++i) {
+    const std::string at = " X" + std::to_string(i) + ".125 Y" + std::to_string(i % 7) + ".5";
+    text += "G800 N" + std::to_string(block++) + at + " Z0 I0 J0 K1 O0 U0.050 L-0.050\n";
+    if (i == unmeasured) continue;
+    text += "G801 N" + std::to_string(block++) + at + " Z0.0" + std::to_string(10 + i) + " R2.5\n";
+  }
+  return text + "END\n";
+}
+
+// Every point travels as the back end's own numbers and bytes, however many a run has (the
+// points are written in groups): what is read back is the record's, bit for bit, in order, and
+// an unmeasured point's deviation stays absent.
+TEST_P(RunStoreTest, PointsReadBackBitForBit) {
+  for (const int count : {1, 75, 4096 + 75}) {
+    RecordOptions options;
+    options.program = unique_name("POINTS");
+    const std::string file =
+        write("path" + std::to_string(count) + ".txt", probe_path_file(count, count / 2));
+    const RunRecord record = RunRecord::from_file(file, options);
+    ASSERT_EQ(record.points, count);
+    ASSERT_EQ(runs_->add_run(record, status_), AddOutcome::kStored) << status_.message;
+    RunFilter filter;
+    filter.program = options.program;
+    const std::vector<StoredRun> stored = runs_->runs(filter, status_);
+    ASSERT_EQ(stored.size(), 1u) << status_.message;
+    const std::vector<StoredPoint> points = runs_->points({stored[0].id}, status_);
+    ASSERT_TRUE(status_.ok()) << status_.message;
+    ASSERT_EQ(points.size(), static_cast<std::size_t>(count));
+    std::size_t i = 0;
+    record.for_each_point([&](const PointRow& p) {
+      EXPECT_EQ(points[i].run, stored[0].id);
+      EXPECT_EQ(points[i].label, p.label) << i;
+      EXPECT_EQ(points[i].deviation, p.deviation) << i;
+      EXPECT_EQ(points[i].lower_limit, p.lower_limit) << i;
+      EXPECT_EQ(points[i].upper_limit, p.upper_limit) << i;
+      ++i;
+    });
+    EXPECT_FALSE(points[static_cast<std::size_t>(count / 2)].deviation);
+  }
+}
+
+// A small file is hashed before it is extracted; a large one at a new path beside its
+// extraction. Either way the stored hash is the content's, the references are read, and the same
+// content is stored once.
 TEST_P(RunStoreTest, SamePathWithOtherContentIsANewRun) {
-  RecordOptions options;
-  options.program = unique_name("P");
-  const std::string file = write("run.txt", hostile_file());
-  EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kStored);
-  EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kSkipped);
-  write("run.txt", hostile_file() + "\n");
-  EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kStored);
-  RunFilter filter;
-  filter.program = options.program;
-  EXPECT_EQ(runs_->runs(filter, status_).size(), 2u);
-  filter.last = 1;
-  EXPECT_EQ(runs_->runs(filter, status_).size(), 1u);
+  for (const std::size_t padding : {std::size_t{0}, RunRecord::kConcurrentBytes}) {
+    RecordOptions options;
+    options.program = unique_name("P");
+    // Comment lines after the header make the file as large as wanted.
+    std::string text = hostile_file();
+    for (std::size_t line = 0; line * 64 < padding; ++line) {
+      text.insert(text.find("START"), "( " + std::string(60, 'x') + " )\n");
+    }
+    const std::string file = write("run" + std::to_string(padding) + ".txt", text);
+    EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kStored);
+    EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kSkipped);
+    write("run" + std::to_string(padding) + ".txt", text + "\n");
+    EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kStored);
+    RunFilter filter;
+    filter.program = options.program;
+    const std::vector<StoredRun> stored = runs_->runs(filter, status_);
+    ASSERT_EQ(stored.size(), 2u);
+    EXPECT_EQ(stored[0].sha256, content_sha256(text)) << padding;
+    EXPECT_EQ(stored[1].sha256, content_sha256(text + "\n")) << padding;
+    EXPECT_EQ(stored[0].cldata_filename, "C:\\jobs\\x'; DROP TABLE programs; --.cl");
+    filter.last = 1;
+    EXPECT_EQ(runs_->runs(filter, status_).size(), 1u);
+  }
 }
 
 TEST_P(RunStoreTest, HostileTextReadsBackExactly) {
@@ -155,6 +221,135 @@ TEST_P(RunStoreTest, LatestControlLimitsPerProgram) {
 
 INSTANTIATE_TEST_SUITE_P(BackEnds, RunStoreTest, ::testing::Values("sqlite", "postgresql"),
                          [](const auto& info) { return std::string(info.param); });
+
+// Rows made on a second thread come in order, in full groups but for the last, and a reader that
+// stops early (a store that failed) leaves the maker to stop too, without a hang.
+TEST(PointGroups, HandsOverEveryRowInOrderAndStopsEarly) {
+  ScratchDirectory dir;
+  const std::string file = dir.path().string() + "/path.txt";
+  std::ofstream(file, std::ios::binary) << probe_path_file(1000, 500);
+  const RunRecord record = RunRecord::from_file(file, {});
+  ASSERT_EQ(record.points, 1000);
+  for (const std::size_t group :
+       {std::size_t{1}, std::size_t{7}, std::size_t{250}, std::size_t{1000}, std::size_t{4096}}) {
+    PointGroups groups(record, group);
+    ASSERT_TRUE(groups.started());
+    std::vector<std::string> labels;
+    for (const std::vector<OwnedPoint>* rows = &groups.next(); !rows->empty();
+         rows = &groups.next()) {
+      EXPECT_TRUE(rows->size() == group || labels.size() + rows->size() == 1000) << group;
+      for (const OwnedPoint& point : *rows) {
+        EXPECT_EQ(point.row.index, static_cast<std::int64_t>(labels.size()));
+        EXPECT_EQ(point.row.label.data(), point.label.data());  // the row views its own copy
+        labels.push_back(point.label);
+      }
+    }
+    std::vector<std::string> expected;
+    record.for_each_point([&](const PointRow& p) { expected.emplace_back(p.label); });
+    EXPECT_EQ(labels, expected) << group;
+    EXPECT_TRUE(groups.next().empty());
+  }
+  for (const int read : {0, 1, 2}) {
+    PointGroups groups(record, 3);
+    for (int i = 0; i < read; ++i) EXPECT_EQ(groups.next().size(), 3u);
+  }  // each is destroyed with the maker waiting for room, or still making rows
+}
+
+// A store of schema 1, as the first release wrote it: a reader reads it as it is, the first writer
+// brings it up to the current schema, and its runs stay whole.
+TEST(SqliteStore, OlderSchemaIsBroughtUp) {
+  ScratchDirectory dir;
+  const std::string url = dir.path().string() + "/runs.sqlite";
+  auto version = [&] {
+    sqlite3* db = nullptr;
+    sqlite3_open_v2(url.c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
+    sqlite3_stmt* s = nullptr;
+    sqlite3_prepare_v2(db, "SELECT version FROM schema_version", -1, &s, nullptr);
+    const int found = sqlite3_step(s) == SQLITE_ROW ? sqlite3_column_int(s, 0) : -1;
+    sqlite3_finalize(s);
+    sqlite3_close(db);
+    return found;
+  };
+  StoreStatus status;
+  {
+    auto runs = RunStore::open(url, status);
+    ASSERT_TRUE(runs) << status.message;
+    ASSERT_EQ(ingest_file(*runs, kBracket, {}).outcome, IngestOutcome::kStored);
+  }
+  // Schema 1 had the tables of schema 2.
+  sqlite3* db = nullptr;
+  sqlite3_open(url.c_str(), &db);
+  ASSERT_EQ(sqlite3_exec(db, "UPDATE schema_version SET version = 1", nullptr, nullptr, nullptr),
+            SQLITE_OK);
+  sqlite3_close(db);
+
+  auto reader = RunStore::open(url, status, false);
+  ASSERT_TRUE(reader) << status.message;
+  ASSERT_EQ(reader->runs({}, status).size(), 1u);
+  EXPECT_EQ(version(), 1);
+  reader.reset();
+
+  auto writer = RunStore::open(url, status);
+  ASSERT_TRUE(writer) << status.message;
+  EXPECT_EQ(version(), kSchemaVersion);
+  const std::vector<StoredRun> stored = writer->runs({}, status);
+  ASSERT_EQ(stored.size(), 1u);
+  EXPECT_EQ(writer->points({stored[0].id}, status).size(),
+            static_cast<std::size_t>(stored[0].points));
+  EXPECT_EQ(ingest_file(*writer, kBracket, {}).outcome, IngestOutcome::kSkipped);
+}
+
+#if defined(CNCPROBE_STORE_POSTGRES)
+// The same on PostgreSQL, where schema 1 kept a primary key and a foreign key on the points.
+TEST(PostgresqlStore, OlderSchemaIsBroughtUp) {
+  if (std::getenv("CNCPROBE_TEST_POSTGRES") == nullptr) {
+    GTEST_SKIP() << "PostgreSQL cases need CNCPROBE_TEST_POSTGRES and a scratch server";
+  }
+  // A schema of its own, so the store is made afresh in a database other cases share.
+  const std::string schema = "v1_" + unique_name("store").substr(6);
+  const std::string url = "postgresql://?options=-csearch_path%3D" + schema;
+  PGconn* db = PQconnectdb("");
+  ASSERT_EQ(PQstatus(db), CONNECTION_OK) << PQerrorMessage(db);
+  auto sql = [&](const std::string& statement) {
+    PGresult* result = PQexec(db, statement.c_str());
+    const std::string answer = PQntuples(result) > 0 ? PQgetvalue(result, 0, 0) : "";
+    EXPECT_NE(PQresultStatus(result), PGRES_FATAL_ERROR) << PQresultErrorMessage(result);
+    PQclear(result);
+    return answer;
+  };
+  sql("CREATE SCHEMA " + schema);
+  StoreStatus status;
+  {
+    auto runs = RunStore::open(url, status);
+    ASSERT_TRUE(runs) << status.message;
+    ASSERT_EQ(ingest_file(*runs, kBracket, {}).outcome, IngestOutcome::kStored);
+  }
+  sql("SET search_path = " + schema);
+  sql("DROP INDEX points_by_run");
+  sql("ALTER TABLE points ADD PRIMARY KEY (run_id, idx), "
+      "ADD FOREIGN KEY (run_id) REFERENCES runs(id) ON DELETE CASCADE");
+  sql("UPDATE schema_version SET version = 1");
+
+  auto reader = RunStore::open(url, status, false);
+  ASSERT_TRUE(reader) << status.message;
+  ASSERT_EQ(reader->runs({}, status).size(), 1u);
+  EXPECT_EQ(sql("SELECT version FROM schema_version"), "1");
+  reader.reset();
+
+  auto writer = RunStore::open(url, status);
+  ASSERT_TRUE(writer) << status.message;
+  EXPECT_EQ(sql("SELECT version FROM schema_version"), std::to_string(kSchemaVersion));
+  EXPECT_EQ(sql("SELECT count(*) FROM pg_constraint WHERE conrelid = 'points'::regclass"), "0");
+  const std::vector<StoredRun> stored = writer->runs({}, status);
+  ASSERT_EQ(stored.size(), 1u);
+  EXPECT_EQ(writer->points({stored[0].id}, status).size(),
+            static_cast<std::size_t>(stored[0].points));
+  EXPECT_EQ(ingest_file(*writer, kBracket, {}).outcome, IngestOutcome::kSkipped);
+  writer.reset();
+  sql("DROP SCHEMA " + schema + " CASCADE");
+  PQfinish(db);
+}
+#endif
 
 // A SQLite file that cannot serve as a store is refused with the reason, and left as it was.
 TEST(SqliteStore, RefusesWhatIsNoStore) {

@@ -8,7 +8,7 @@
 
 #include <libpq-fe.h>
 
-#include <charconv>
+#include <bit>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -21,6 +21,10 @@ namespace store {
 
 namespace {
 
+// Version 2 of the tables. A run's points are written together, in one COPY, in the transaction
+// that writes their run, in index order: an index on the run alone finds them (its entries only
+// ever grow at its right end, one key for all of a run's points), and their run is known to be
+// there without the server looking it up for every point.
 constexpr const char* kSchema = R"sql(
 CREATE TABLE schema_version (version INTEGER NOT NULL);
 CREATE TABLE programs (id BIGSERIAL PRIMARY KEY, name BYTEA NOT NULL UNIQUE);
@@ -50,7 +54,7 @@ CREATE TABLE checks (
   compared DOUBLE PRECISION, compared_limit DOUBLE PRECISION,
   PRIMARY KEY (run_id, seq));
 CREATE TABLE points (
-  run_id BIGINT NOT NULL REFERENCES runs(id) ON DELETE CASCADE, idx BIGINT NOT NULL,
+  run_id BIGINT NOT NULL, idx BIGINT NOT NULL,
   path INTEGER NOT NULL, toolpath INTEGER NOT NULL, instance INTEGER NOT NULL,
   label BYTEA NOT NULL,
   nominal_x DOUBLE PRECISION, nominal_y DOUBLE PRECISION, nominal_z DOUBLE PRECISION,
@@ -58,12 +62,21 @@ CREATE TABLE points (
   o DOUBLE PRECISION, u DOUBLE PRECISION, l DOUBLE PRECISION,
   measured_x DOUBLE PRECISION, measured_y DOUBLE PRECISION, measured_z DOUBLE PRECISION,
   r DOUBLE PRECISION, deviation DOUBLE PRECISION, lower_limit DOUBLE PRECISION,
-  upper_limit DOUBLE PRECISION, verdict TEXT NOT NULL,
-  PRIMARY KEY (run_id, idx));
+  upper_limit DOUBLE PRECISION, verdict TEXT NOT NULL);
+CREATE INDEX points_by_run ON points (run_id);
 CREATE TABLE control_limits (
   id BIGSERIAL PRIMARY KEY, program_id BIGINT NOT NULL REFERENCES programs(id),
   saved_time TEXT NOT NULL, document TEXT NOT NULL);
-INSERT INTO schema_version (version) VALUES (1);
+INSERT INTO schema_version (version) VALUES (2);
+)sql";
+
+// From version 1, whose points had a primary key (run_id, idx) and a foreign key to their run:
+// the same rows, found through the index on the run.
+constexpr const char* kFromVersion1 = R"sql(
+ALTER TABLE points DROP CONSTRAINT IF EXISTS points_run_id_fkey,
+  DROP CONSTRAINT IF EXISTS points_pkey;
+CREATE INDEX points_by_run ON points (run_id);
+UPDATE schema_version SET version = 2;
 )sql";
 
 // Any number the schema makes: two ingests that find an empty database take turns making it.
@@ -142,59 +155,58 @@ class Params {
   std::vector<int> formats_;
 };
 
-// Rows for COPY ... FROM STDIN in its text format.
+// Rows for COPY ... FROM STDIN in its binary form: the server reads each value as it is, with no
+// text to parse, and a file's bytes (labels, names) travel raw. Every field is sent with the width
+// of its column's type (BIGINT 8, INTEGER 4, DOUBLE PRECISION 8 bytes, big-endian); a NaN is sent
+// as NULL, as the store keeps an unmeasured value.
 class CopyRows {
  public:
-  explicit CopyRows(PGconn* connection) : connection_(connection) {}
-  void integer(std::int64_t value) {
-    separate();
-    char text[24];
-    const std::to_chars_result end = std::to_chars(text, text + sizeof text, value);
-    buffer_.append(text, end.ptr);
+  CopyRows(PGconn* connection, std::int16_t fields) : connection_(connection), fields_(fields) {
+    static constexpr char kSignature[] = "PGCOPY\n\377\r\n";  // with its closing NUL
+    buffer_.append(kSignature, sizeof kSignature);
+    put(std::uint32_t{0});  // flags: no OIDs
+    put(std::uint32_t{0});  // no header extension
+  }
+  void bigint(std::int64_t value) {
+    put(std::uint32_t{8});
+    put(static_cast<std::uint64_t>(value));
+  }
+  void integer(std::int32_t value) {
+    put(std::uint32_t{4});
+    put(static_cast<std::uint32_t>(value));
   }
   void real(double value) {
-    separate();
-    if (std::isnan(value)) {
-      buffer_ += "\\N";
-    } else if (std::isinf(value)) {
-      buffer_ += value > 0 ? "Infinity" : "-Infinity";
-    } else {
-      // The shortest text that reads back to the same double.
-      char text[32];
-      const std::to_chars_result end = std::to_chars(text, text + sizeof text, value);
-      buffer_.append(text, end.ptr);
-    }
+    if (std::isnan(value)) return null();
+    put(std::uint32_t{8});
+    put(std::bit_cast<std::uint64_t>(value));
   }
   void real(const std::optional<double>& value) { real(value ? *value : std::nan("")); }
-  // Our own ASCII names (kinds, quantities, verdicts).
-  void name(std::string_view value) {
-    separate();
-    buffer_ += value;
-  }
+  // Text or bytea: the bytes as they are (our own names are ASCII).
   void bytes(std::string_view value) {
-    separate();
-    static constexpr char kHex[] = "0123456789abcdef";
-    buffer_ += "\\\\x";  // COPY's own backslash escape, then bytea's hex form
-    for (const char c : value) {
-      const auto byte = static_cast<unsigned char>(c);
-      buffer_ += kHex[byte >> 4];
-      buffer_ += kHex[byte & 15];
-    }
+    put(static_cast<std::uint32_t>(value.size()));
+    buffer_ += value;
   }
   void bytes(const std::optional<std::string>& value) {
     if (value) {
       bytes(std::string_view(*value));
     } else {
-      separate();
-      buffer_ += "\\N";
+      null();
     }
   }
-  // Ends the row; sends the buffer when it has grown. False when the server refused it.
-  bool end_row() {
-    buffer_ += '\n';
-    first_ = true;
-    return buffer_.size() < (1u << 20) || flush();
+  void null() { put(std::uint32_t{0xffffffff}); }
+  // Starts a row; sends the buffer when it has grown. False when the server refused it.
+  bool begin_row() {
+    if (buffer_.size() >= (1u << 20) && !flush()) return false;
+    put(static_cast<std::uint16_t>(fields_));
+    return true;
   }
+  // Sends the rest with the end mark. False when the server refused it.
+  bool finish() {
+    put(std::uint16_t{0xffff});
+    return flush();
+  }
+
+ private:
   bool flush() {
     if (buffer_.empty()) return true;
     const bool sent =
@@ -202,15 +214,18 @@ class CopyRows {
     buffer_.clear();
     return sent;
   }
-
- private:
-  void separate() {
-    if (!first_) buffer_ += '\t';
-    first_ = false;
+  // Network byte order, whatever the host's.
+  template <class Unsigned>
+  void put(Unsigned value) {
+    char bytes[sizeof value];
+    for (std::size_t i = 0; i < sizeof value; ++i) {
+      bytes[i] = static_cast<char>(value >> (8 * (sizeof value - 1 - i)));
+    }
+    buffer_.append(bytes, sizeof value);
   }
   PGconn* connection_;
+  std::int16_t fields_;
   std::string buffer_;
-  bool first_ = true;
 };
 
 class Result {
@@ -271,6 +286,15 @@ class PostgresStore final : public RunStore {
     return r.rows() > 0;
   }
 
+  bool has_path(const std::string& path, StoreStatus& status) override {
+    status = {};
+    Params p;
+    p.bytes(std::string_view(path));
+    Result r = run("SELECT 1 FROM runs WHERE path = $1 LIMIT 1", p);
+    if (!r.ok()) return fail(r, status);
+    return r.rows() > 0;
+  }
+
   AddOutcome add_run(const RunRecord& record, StoreStatus& status) override;
   std::vector<StoredRun> runs(const RunFilter& filter, StoreStatus& status) override;
   std::vector<StoredCheck> checks(const std::vector<std::int64_t>& run_ids,
@@ -319,6 +343,8 @@ class PostgresStore final : public RunStore {
   }
   void rollback() { PQclear(PQexec(connection_, "ROLLBACK")); }
   std::optional<std::int64_t> program_id(const std::string& name, StoreStatus& status);
+  // Brings a store of an older schema up to this one; false (status set) when it cannot.
+  bool upgrade(StoreStatus& status);
   // Ends a COPY; false (status set) when the server refused its rows.
   bool end_copy(CopyRows& rows, StoreStatus& status);
 
@@ -379,8 +405,30 @@ bool PostgresStore::prepare(bool for_writing, StoreStatus& status) {
     status = {StoreProblem::kNotAStore, "the database's schema_version table is empty"};
     return false;
   }
-  // Schema 1 is the first: an older store would be brought up here in one transaction.
+  // An older store is brought up to this schema by the first process that writes to it, in one
+  // transaction; a reader reads it as it is (the columns are the same).
+  if (schema < kSchemaVersion && for_writing) return upgrade(status);
   return true;
+}
+
+bool PostgresStore::upgrade(StoreStatus& status) {
+  Result begin = exec("BEGIN");
+  auto failed = [&](const Result& result) {
+    fail(result, status);
+    rollback();
+    return false;
+  };
+  Result lock = exec(kSchemaLock);
+  if (!lock.ok()) return failed(lock);
+  // Another process may have brought it up while this one waited for the lock.
+  Result found = exec("SELECT max(version) FROM schema_version");
+  if (!found.ok()) return failed(found);
+  if (found.integer(0, 0) == 1) {
+    Result changed = exec(kFromVersion1);
+    if (!changed.ok()) return failed(changed);
+  }
+  Result commit = exec("COMMIT");
+  return commit.ok() || fail(commit, status);
 }
 
 std::optional<std::int64_t> PostgresStore::program_id(const std::string& name,
@@ -401,7 +449,7 @@ std::optional<std::int64_t> PostgresStore::program_id(const std::string& name,
 }
 
 bool PostgresStore::end_copy(CopyRows& rows, StoreStatus& status) {
-  const bool sent = rows.flush();
+  const bool sent = rows.finish();
   if (PQputCopyEnd(connection_, sent ? nullptr : "the rows could not be sent") != 1) {
     status = {StoreProblem::kUnreachable, "the store: " + first_line(PQerrorMessage(connection_))};
     return false;
@@ -480,25 +528,26 @@ ON CONFLICT (path, sha256) DO NOTHING RETURNING id)sql",
     Result copy = exec(
         "COPY checks (run_id, seq, result, kind, toolpath, instance, component, feature, name, "
         "quantity, series, nominal, actual, deviation, tolerance, true_position, tolerance_used, "
-        "lower_limit, upper_limit, verdict, compared, compared_limit) FROM STDIN");
+        "lower_limit, upper_limit, verdict, compared, compared_limit) FROM STDIN (FORMAT binary)");
     if (!copy.ok()) {
       fail(copy, status);
       return failed();
     }
-    CopyRows rows(connection_);
-    std::int64_t seq = 0;
+    CopyRows rows(connection_, 22);
+    std::int32_t seq = 0;
     bool sent = true;
     for (const CheckRow& c : r.checks) {
-      rows.integer(run_id);
+      if (!(sent = rows.begin_row())) break;
+      rows.bigint(run_id);
       rows.integer(seq++);
       rows.integer(c.result);
-      rows.name(c.kind);
+      rows.bytes(std::string_view(c.kind));
       rows.integer(c.toolpath);
       rows.integer(c.instance);
       rows.integer(c.component);
       rows.integer(c.feature);
       rows.bytes(c.name);
-      rows.name(c.quantity);
+      rows.bytes(std::string_view(c.quantity));
       rows.bytes(std::string_view(c.series));
       rows.real(c.nominal);
       rows.real(c.actual);
@@ -508,10 +557,9 @@ ON CONFLICT (path, sha256) DO NOTHING RETURNING id)sql",
       rows.real(c.tolerance_used);
       rows.real(c.lower_limit);
       rows.real(c.upper_limit);
-      rows.name(c.verdict);
+      rows.bytes(std::string_view(c.verdict));
       rows.real(c.compared);
       rows.real(c.compared_limit);
-      sent = sent && rows.end_row();
     }
     if (!end_copy(rows, status) || !sent) {
       if (status.ok()) status = {StoreProblem::kFailed, "the store refused the checks"};
@@ -522,17 +570,17 @@ ON CONFLICT (path, sha256) DO NOTHING RETURNING id)sql",
     Result copy = exec(
         "COPY points (run_id, idx, path, toolpath, instance, label, nominal_x, nominal_y, "
         "nominal_z, direction_x, direction_y, direction_z, o, u, l, measured_x, measured_y, "
-        "measured_z, r, deviation, lower_limit, upper_limit, verdict) FROM STDIN");
+        "measured_z, r, deviation, lower_limit, upper_limit, verdict) FROM STDIN (FORMAT binary)");
     if (!copy.ok()) {
       fail(copy, status);
       return failed();
     }
-    CopyRows rows(connection_);
+    CopyRows rows(connection_, 23);
     bool sent = true;
     r.for_each_point([&](const PointRow& pt) {
-      if (!sent) return;
-      rows.integer(run_id);
-      rows.integer(pt.index);
+      if (!sent || !(sent = rows.begin_row())) return;
+      rows.bigint(run_id);
+      rows.bigint(pt.index);
       rows.integer(pt.path);
       rows.integer(pt.toolpath);
       rows.integer(pt.instance);
@@ -547,8 +595,7 @@ ON CONFLICT (path, sha256) DO NOTHING RETURNING id)sql",
       rows.real(pt.deviation);
       rows.real(pt.lower_limit);
       rows.real(pt.upper_limit);
-      rows.name(pt.verdict);
-      sent = rows.end_row();
+      rows.bytes(std::string_view(pt.verdict));
     });
     if (!end_copy(rows, status) || !sent) {
       if (status.ok()) status = {StoreProblem::kFailed, "the store refused the points"};

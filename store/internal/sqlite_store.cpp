@@ -8,18 +8,22 @@
 
 #include <cmath>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "store/internal/back_ends.h"
+#include "store/internal/point_groups.h"
 #include "store/internal/utf8_path.h"
 
 namespace store {
 
 namespace {
 
-// Version 1 of the tables. Text that comes from a results file (paths, names, labels) is kept
-// byte for byte: SQLite does not check the encoding of what it is handed.
+// Version 2 of the tables (the tables of version 1: version 2 changed how PostgreSQL finds a
+// run's points). Text that comes from a results file (paths, names, labels) is kept byte for
+// byte: SQLite does not check the encoding of what it is handed.
 constexpr const char* kSchema = R"sql(
 CREATE TABLE schema_version (version INTEGER NOT NULL);
 CREATE TABLE programs (id INTEGER PRIMARY KEY, name TEXT NOT NULL UNIQUE);
@@ -61,8 +65,28 @@ CREATE INDEX points_by_run ON points (run_id, idx);
 CREATE TABLE control_limits (
   id INTEGER PRIMARY KEY, program_id INTEGER NOT NULL REFERENCES programs(id),
   saved_time TEXT NOT NULL, document TEXT NOT NULL);
-INSERT INTO schema_version (version) VALUES (1);
+INSERT INTO schema_version (version) VALUES (2);
 )sql";
+
+// The points one statement inserts (23 parameters each, well below SQLite's limit).
+constexpr std::int64_t kPointsPerInsert = 32;
+// From this many points on, a run's rows are made on a second thread, this many to a group.
+constexpr std::size_t kPointsBeside = 4096;
+
+// INSERT INTO points ... VALUES (...), (...): `rows` rows of all the columns. A row that fails
+// undoes the whole transaction (OR ROLLBACK), as add_run would: so a statement of many rows
+// needs no journal of its own to undo only itself.
+std::string points_insert(std::int64_t rows) {
+  std::string sql = R"sql(
+INSERT OR ROLLBACK INTO points (run_id, idx, path, toolpath, instance, label, nominal_x, nominal_y,
+  nominal_z, direction_x, direction_y, direction_z, o, u, l, measured_x, measured_y, measured_z,
+  r, deviation, lower_limit, upper_limit, verdict) VALUES )sql";
+  for (std::int64_t i = 0; i < rows; ++i) {
+    sql += i == 0 ? "" : ", ";
+    sql += "(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)";
+  }
+  return sql;
+}
 
 StoreProblem problem_of(int code) {
   switch (code & 0xff) {
@@ -171,6 +195,16 @@ class SqliteStore final : public RunStore {
     return code == SQLITE_ROW;
   }
 
+  bool has_path(const std::string& path, StoreStatus& status) override {
+    status = {};
+    Statement& s = statement(has_path_, "SELECT 1 FROM runs WHERE path = ? LIMIT 1");
+    s.reset().text(path);
+    const int code = s.step();
+    if (code != SQLITE_ROW && code != SQLITE_DONE) fail(code, status);
+    s.reset();
+    return code == SQLITE_ROW;
+  }
+
   AddOutcome add_run(const RunRecord& record, StoreStatus& status) override;
   std::vector<StoredRun> runs(const RunFilter& filter, StoreStatus& status) override;
   std::vector<StoredCheck> checks(const std::vector<std::int64_t>& run_ids,
@@ -201,8 +235,8 @@ class SqliteStore final : public RunStore {
   std::optional<std::int64_t> program_id(const std::string& name, bool make, StoreStatus& status);
 
   sqlite3* db_;
-  Statement has_run_, add_program_, find_program_, add_run_, add_check_, add_point_, add_limits_,
-      latest_limits_;
+  Statement has_run_, has_path_, add_program_, find_program_, add_run_, add_check_, add_point_,
+      add_points_, add_limits_, latest_limits_;
 };
 
 bool SqliteStore::prepare(bool for_writing, StoreStatus& status) {
@@ -270,16 +304,33 @@ bool SqliteStore::prepare(bool for_writing, StoreStatus& status) {
     status = {StoreProblem::kNotAStore, "the file is a database, but not a run store"};
     return false;
   }
-  // Schema 1 is the first: an older store would be brought up here, step by step, in one
-  // transaction, before anything else reads it.
+  // An older store is brought up to this schema by the first process that writes to it, step by
+  // step, in one transaction; a reader reads it as it is (the columns are the same).
   if (for_writing) {
     if (sqlite3_db_readonly(db_, "main") == 1) {
       status = {StoreProblem::kReadOnly, "the store is read-only"};
       return false;
     }
     sqlite3_exec(db_, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
+    if (found < kSchemaVersion) {
+      if (!exec("BEGIN IMMEDIATE", status)) return false;
+      // Read again under the write lock: another process may have brought it up meanwhile.
+      code = version(found);
+      // Version 1 has the tables of version 2.
+      if (code != SQLITE_OK ||
+          (found < kSchemaVersion && !exec("UPDATE schema_version SET version = 2", status)) ||
+          !exec("COMMIT", status)) {
+        if (code != SQLITE_OK) fail(code, status);
+        rollback();
+        return false;
+      }
+    }
   }
-  sqlite3_exec(db_, "PRAGMA foreign_keys=ON", nullptr, nullptr, nullptr);
+  // Foreign keys are not enforced on the store's own connection: a run's checks and points are
+  // inserted with the id of the run that the same transaction has just inserted, so their
+  // reference holds by construction, and checking it row by row would make every grouped insert
+  // of points keep a journal of its own (a statement that may fail half way must be undone
+  // alone). The tables still declare their references, for anyone who deletes runs by hand.
   return true;
 }
 
@@ -401,16 +452,14 @@ VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))sql");
   }
   check.reset();
 
-  Statement& point = statement(add_point_, R"sql(
-INSERT INTO points (run_id, idx, path, toolpath, instance, label, nominal_x, nominal_y,
-  nominal_z, direction_x, direction_y, direction_z, o, u, l, measured_x, measured_y, measured_z,
-  r, deviation, lower_limit, upper_limit, verdict)
-VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))sql");
-  code = SQLITE_DONE;
-  r.for_each_point([&](const PointRow& p) {
-    if (code != SQLITE_DONE) return;
-    point.reset()
-        .integer(run_id)
+  // Points go kPointsPerInsert to a statement: a statement's own cost (its step, its
+  // sub-transaction, its reset) is paid once for them all. The last few go one by one.
+  if (!add_points_) add_points_ = Statement(db_, points_insert(kPointsPerInsert).c_str());
+  if (!add_point_) add_point_ = Statement(db_, points_insert(1).c_str());
+  Statement& batch = add_points_;
+  Statement& single = add_point_;
+  auto bind = [run_id](Statement& s, const PointRow& p) {
+    s.integer(run_id)
         .integer(p.index)
         .integer(p.path)
         .integer(p.toolpath)
@@ -433,9 +482,47 @@ VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))sql
         .real(p.lower_limit)
         .real(p.upper_limit)
         .text(std::string_view(p.verdict));
-    code = point.step();
-  });
-  point.reset();
+  };
+  code = SQLITE_DONE;
+  // Stores rows in order: whole groups of kPointsPerInsert, then the rest one by one.
+  auto store_rows = [&](const OwnedPoint* rows, std::size_t count) {
+    constexpr auto kGroup = static_cast<std::size_t>(kPointsPerInsert);
+    for (; count >= kGroup && code == SQLITE_DONE; rows += kGroup, count -= kGroup) {
+      batch.reset();
+      for (std::size_t i = 0; i < kGroup; ++i) bind(batch, rows[i].row);
+      code = batch.step();
+    }
+    for (; count > 0 && code == SQLITE_DONE; ++rows, --count) {
+      bind(single.reset(), rows->row);
+      code = single.step();
+    }
+  };
+  // A large run's rows are made from the model on a second thread while this one stores them.
+  std::optional<PointGroups> groups;
+  if (r.points >= static_cast<std::int64_t>(kPointsBeside)) groups.emplace(r, kPointsBeside);
+  if (groups && groups->started()) {
+    for (const std::vector<OwnedPoint>* group = &groups->next();
+         !group->empty() && code == SQLITE_DONE; group = &groups->next()) {
+      store_rows(group->data(), group->size());
+    }
+  } else {
+    std::vector<OwnedPoint> pending(static_cast<std::size_t>(kPointsPerInsert));
+    std::size_t held = 0;
+    r.for_each_point([&](const PointRow& p) {
+      if (code != SQLITE_DONE) return;
+      OwnedPoint& next = pending[held++];
+      next.row = p;
+      next.label.assign(p.label);
+      next.row.label = next.label;
+      if (held == pending.size()) {
+        store_rows(pending.data(), held);
+        held = 0;
+      }
+    });
+    store_rows(pending.data(), held);
+  }
+  batch.reset();
+  single.reset();
   if (code != SQLITE_DONE) return failed(code);
   if (!exec("COMMIT", status)) return failed(0);
   return AddOutcome::kStored;
