@@ -6,6 +6,10 @@
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>
 
+#if defined(_WIN32)
+#include <windows.h>
+#endif
+
 #include <climits>
 #include <map>
 #include <mutex>
@@ -23,9 +27,50 @@ constexpr PCRE2_SIZE kJitStackMax = 1024 * 1024;
 // every matcher of a thread shares one: the thousands of parsers a batch of small files builds
 // reserve no stack each, and no match runs on the JIT's small default stack, which would cost a
 // probe of every page of it on every call. Null when it cannot be made: the JIT then uses its own.
+pcre2_jit_stack* new_jit_stack() {
+  return pcre2_jit_stack_create(kJitStackStart, kJitStackMax, nullptr);
+}
+
+#if defined(_WIN32)
+// On Windows the stack is kept in fiber-local storage, whose callback frees it when the thread
+// ends: with a thread_local object that has a destructor, a process whose second thread had
+// scanned a file's references beside its extraction never exited (MinGW's runtime, under Wine).
+class ThreadJitStacks {
+ public:
+  ThreadJitStacks() : slot_(FlsAlloc(&free_stack)) {}
+  // Frees the stack of every thread still holding one, e.g. when the library is unloaded.
+  ~ThreadJitStacks() {
+    if (slot_ != FLS_OUT_OF_INDEXES) FlsFree(slot_);
+    slot_ = FLS_OUT_OF_INDEXES;
+  }
+  ThreadJitStacks(const ThreadJitStacks&) = delete;
+  ThreadJitStacks& operator=(const ThreadJitStacks&) = delete;
+
+  pcre2_jit_stack* of_this_thread() {
+    if (slot_ == FLS_OUT_OF_INDEXES) return nullptr;
+    auto* stack = static_cast<pcre2_jit_stack*>(FlsGetValue(slot_));
+    if (stack == nullptr && (stack = new_jit_stack()) != nullptr && !FlsSetValue(slot_, stack)) {
+      pcre2_jit_stack_free(stack);
+      stack = nullptr;
+    }
+    return stack;
+  }
+
+ private:
+  static void WINAPI free_stack(void* stack) {
+    if (stack != nullptr) pcre2_jit_stack_free(static_cast<pcre2_jit_stack*>(stack));
+  }
+  DWORD slot_;
+};
+
+pcre2_jit_stack* thread_jit_stack(void* /*unused*/) {
+  static ThreadJitStacks stacks;
+  return stacks.of_this_thread();
+}
+#else
 pcre2_jit_stack* thread_jit_stack(void* /*unused*/) {
   struct Holder {
-    pcre2_jit_stack* stack = pcre2_jit_stack_create(kJitStackStart, kJitStackMax, nullptr);
+    pcre2_jit_stack* stack = new_jit_stack();
     ~Holder() {
       if (stack) pcre2_jit_stack_free(stack);
     }
@@ -33,6 +78,7 @@ pcre2_jit_stack* thread_jit_stack(void* /*unused*/) {
   thread_local Holder holder;
   return holder.stack;
 }
+#endif
 
 uint32_t to_pcre2_options(int options) {
   uint32_t result = 0;
