@@ -2,19 +2,17 @@
 // here judges a value: deviations, verdicts and limits are the inspection rules'.
 #include "store/run_record.h"
 
-#include <sys/stat.h>
-
-#include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
 #include <future>
 #include <iostream>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
 #include "cncprobe/extraction/results_data_extractor.h"
 #include "cncprobe/filereferences/file_reference_extractor.h"
+#include "cncprobe/foundation/utc_time.h"
 #include "cncprobe/inspection/feature_check.h"
 #include "cncprobe/inspection/inspection_summary.h"
 #include "cncprobe/inspection/point_check.h"
@@ -48,21 +46,6 @@ void for_each_result(const kptResultsDataExtractor& extractor, Fn&& fn) {
     if (result) fn(index, *result);
     ++index;
   }
-}
-
-std::optional<std::string> modification_time(const std::string& path) {
-  if (path == "-") return std::nullopt;
-#if defined(_WIN32)
-  std::error_code error;
-  const auto time = std::filesystem::last_write_time(path_of(path), error);
-  if (error) return std::nullopt;
-  const auto since_epoch = std::chrono::file_clock::to_sys(time).time_since_epoch();
-  return iso_utc(std::chrono::duration_cast<std::chrono::seconds>(since_epoch).count());
-#else
-  struct stat info {};
-  if (::stat(path.c_str(), &info) != 0) return std::nullopt;
-  return iso_utc(static_cast<long long>(info.st_mtime));
-#endif
 }
 
 // The last part of a path of either system, without its extension.
@@ -100,8 +83,9 @@ RunRecord RunRecord::from_input(const std::string& path, const kptInputFile& inp
                                 const RecordOptions& options, std::string sha256) {
   RunRecord record;
   record.path = stored_path(path);
-  record.file_time = modification_time(path);
-  record.ingest_time = now_utc();
+  record.file_time =
+      path == "-" ? std::nullopt : kptUtcTime::of_file(utString(std::string_view(path)));
+  record.ingest_time = kptUtcTime::now();
   record.units = options.units == kptUnitsInches ? "in" : "mm";
   record.input_problem = input.problem();
   if (!input.ok()) {
@@ -267,35 +251,6 @@ std::string program_of(const std::string& path, const RunReferences& references)
   const std::size_t parent = folder.find_last_of("/\\");
   std::string name = parent == std::string::npos ? folder : folder.substr(parent + 1);
   return name.empty() ? "-" : name;
-}
-
-std::string iso_utc(long long seconds) {
-  // Civil date from days since 1970-01-01 (proleptic Gregorian), without the C library's
-  // thread-unsafe or platform-specific time functions.
-  long long days = seconds / 86400;
-  long long rest = seconds % 86400;
-  if (rest < 0) {
-    rest += 86400;
-    --days;
-  }
-  days += 719468;
-  const long long era = (days >= 0 ? days : days - 146096) / 146097;
-  const long long doe = days - era * 146097;
-  const long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-  const long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-  const long long mp = (5 * doy + 2) / 153;
-  const long long day = doy - (153 * mp + 2) / 5 + 1;
-  const long long month = mp < 10 ? mp + 3 : mp - 9;
-  const long long year = yoe + era * 400 + (month <= 2 ? 1 : 0);
-  char text[96];
-  std::snprintf(text, sizeof text, "%04lld-%02lld-%02lldT%02lld:%02lld:%02lldZ", year, month, day,
-                rest / 3600, rest / 60 % 60, rest % 60);
-  return text;
-}
-
-std::string now_utc() {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return iso_utc(std::chrono::duration_cast<std::chrono::seconds>(now).count());
 }
 
 }  // namespace store

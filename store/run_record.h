@@ -133,9 +133,4 @@ std::string content_sha256(std::string_view bytes);
 // without references. Folders of Windows paths ("C:\jobs\bracket.model") count as folders.
 std::string program_of(const std::string& path, const RunReferences& references);
 
-// A time as ISO 8601 UTC ("2026-11-23T13:25:00Z"), from seconds since 1970.
-std::string iso_utc(long long seconds_since_epoch);
-// The current time as iso_utc.
-std::string now_utc();
-
 }  // namespace store

@@ -20,6 +20,7 @@
 extern char** environ;
 #endif
 
+#include "cncprobe/foundation/utc_time.h"
 #include "cncprobe/inspection/trend_analysis.h"
 #include "store/folder_watch.h"
 #include "store/ingest.h"
@@ -172,7 +173,7 @@ int run_watch(const WatchOptions& options, Output& out) {
       std::string verdict = !result.verdict ? "-" : *result.verdict == "pass" ? "PASS" : "FAIL";
       if (result.status_name != "success") verdict += " (" + result.status_name + ")";
       const std::vector<std::string> fired = drift_rules_fired(*runs, result.program, result.path);
-      std::string line = store::now_utc() + "  " + printable_text(file) + "  " +
+      std::string line = kptUtcTime::now() + "  " + printable_text(file) + "  " +
                          printable_text(result.program) + "  " + verdict;
       for (const std::string& rule : fired) line += "  drift: " + printable_text(rule);
       out.write(line + "\n");

@@ -12,7 +12,6 @@
 
 #include <array>
 #include <cctype>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
@@ -23,6 +22,7 @@
 
 #include "cncprobe/exchange/internal/name_uuid.h"
 #include "cncprobe/exchange/internal/xml_text.h"
+#include "cncprobe/foundation/utc_time.h"
 #include "cncprobe/inspection/feature_check.h"
 #include "cncprobe/inspection/inspection_summary.h"
 #include "cncprobe/inspection/point_check.h"
@@ -439,20 +439,6 @@ std::string uri_of(const std::string& file_name) {
     }
   }
   return uri;
-}
-
-std::string clock_time() {
-  using namespace std::chrono;
-  const sys_seconds now = floor<seconds>(system_clock::now());
-  const sys_days day = floor<days>(now);
-  const year_month_day date(day);
-  const hh_mm_ss<seconds> time(now - day);
-  char text[32];
-  std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
-                static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
-                static_cast<int>(time.seconds().count()));
-  return text;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -1293,7 +1279,7 @@ kptQifOutcome kptQifWriter::write(const kptResultsDataExtractor& extractor,
   if (!document.time.empty() && !valid_time(document.time)) return kptQifBadTime;
   XmlStream xml(sink);
   DocumentWriter writer(extractor, status, references, document, xml);
-  writer.set_time(document.time.empty() ? clock_time() : document.time);
+  writer.set_time(document.time.empty() ? kptUtcTime::now() : document.time);
   writer.write();
   return xml.finish() ? kptQifWritten : kptQifOutputRefused;
 }

@@ -2,6 +2,7 @@
 // their checks and points. Text that comes from a results file (paths, program and feature names,
 // labels) is kept as bytea: a file may hold bytes that are not UTF-8, and a server's text
 // columns refuse them.
+#include "cncprobe/foundation/utc_time.h"
 #include "store/internal/back_ends.h"
 
 #if defined(CNCPROBE_STORE_POSTGRES)
@@ -749,7 +750,7 @@ bool PostgresStore::save_limits(const std::string& program, const std::string& d
     return false;
   }
   Params p;
-  p.integer(*id).text(now_utc()).text(document);
+  p.integer(*id).text(kptUtcTime::now()).text(document);
   Result added =
       run("INSERT INTO control_limits (program_id, saved_time, document) VALUES ($1, $2, $3)", p);
   if (!added.ok()) {

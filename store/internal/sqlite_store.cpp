@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "cncprobe/foundation/utc_time.h"
 #include "store/internal/back_ends.h"
 #include "store/internal/point_groups.h"
 #include "store/internal/utf8_path.h"
@@ -666,7 +667,7 @@ bool SqliteStore::save_limits(const std::string& program, const std::string& doc
   Statement& s =
       statement(add_limits_,
                 "INSERT INTO control_limits (program_id, saved_time, document) VALUES (?, ?, ?)");
-  const std::string saved = now_utc();
+  const std::string saved = kptUtcTime::now();
   const int code = s.reset().integer(*id).text(saved).text(document).step();
   s.reset();
   if (code != SQLITE_DONE) {

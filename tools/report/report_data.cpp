@@ -3,9 +3,6 @@
 // inspection subsystem's; this file only arranges them for the page.
 #include "tools/report/report_data.h"
 
-#include <sys/stat.h>
-
-#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <map>
@@ -17,6 +14,7 @@
 
 #include "cncprobe/extraction/results_data_extractor.h"
 #include "cncprobe/filereferences/file_reference_extractor.h"
+#include "cncprobe/foundation/utc_time.h"
 #include "cncprobe/inspection/feature_check.h"
 #include "cncprobe/inspection/inspection_summary.h"
 #include "cncprobe/inspection/point_check.h"
@@ -48,50 +46,10 @@ namespace tool {
 // ---------------------------------------------------------------------------------------------
 // Dates and settings
 
-std::string iso_utc(long long seconds) {
-  // Civil date from days since 1970-01-01 (proleptic Gregorian), without the C library's
-  // thread-unsafe or platform-specific time functions.
-  long long days = seconds / 86400;
-  long long rest = seconds % 86400;
-  if (rest < 0) {
-    rest += 86400;
-    --days;
-  }
-  days += 719468;
-  const long long era = (days >= 0 ? days : days - 146096) / 146097;
-  const long long doe = days - era * 146097;
-  const long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-  const long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-  const long long mp = (5 * doy + 2) / 153;
-  const long long day = doy - (153 * mp + 2) / 5 + 1;
-  const long long month = mp < 10 ? mp + 3 : mp - 9;
-  const long long year = yoe + era * 400 + (month <= 2 ? 1 : 0);
-  char text[96];
-  std::snprintf(text, sizeof text, "%04lld-%02lld-%02lldT%02lld:%02lld:%02lldZ", year, month, day,
-                rest / 3600, rest / 60 % 60, rest % 60);
-  return text;
-}
-
 std::string file_date(const std::string& path) {
   if (path == "-") return {};
-#if defined(_WIN32)
-  struct _stat64 info {};
-  if (_wstat64(utf8_path(path).c_str(), &info) != 0) return {};
-#else
-  struct stat info {};
-  if (::stat(path.c_str(), &info) != 0) return {};
-#endif
-  return iso_utc(static_cast<long long>(info.st_mtime));
+  return kptUtcTime::of_file(utString(std::string_view(path))).value_or(std::string());
 }
-
-namespace {
-
-std::string now_utc() {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return iso_utc(std::chrono::duration_cast<std::chrono::seconds>(now).count());
-}
-
-}  // namespace
 
 SettingsOutcome read_settings(const ReportOptions& options) {
   kptInspectionSettings settings;
@@ -311,7 +269,7 @@ SingleReportOutcome write_single_report_data(const ReportOptions& options,
   } else {
     json.string(date);
   }
-  json.key("report_date").string(now_utc());
+  json.key("report_date").string(kptUtcTime::now());
   json.key("status").begin_object();
   json.key("code").integer(status);
   json.key("name").string(kptStatusText::name(status));
@@ -546,7 +504,7 @@ ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome
   json.begin_object();
   json.key("kind").string("trend");
   json.key("generator").string(options.generator);
-  json.key("report_date").string(now_utc());
+  json.key("report_date").string(kptUtcTime::now());
   json.key("units").string(units_name(options.units));
   json.key("convention").string(kpt_zone_convention_name(options.convention));
   write_settings(json, options, settings);

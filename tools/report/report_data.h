@@ -96,9 +96,7 @@ inline constexpr std::size_t kMaxTrendPoints = 5000;
 ReportData trend_report_data(const ReportOptions& options, const SettingsOutcome& settings,
                              const TrendData& trend);
 
-// A time as ISO 8601 UTC ("2026-11-23T13:25:00Z"), from seconds since 1970.
-std::string iso_utc(long long seconds_since_epoch);
-// The modification time of a file as iso_utc, or empty when it cannot be asked.
+// The modification time of a file as ISO 8601 UTC, or empty when it cannot be asked.
 std::string file_date(const std::string& path);
 
 }  // namespace tool
