@@ -202,10 +202,8 @@ void RunRecord::for_each_point(const std::function<void(const PointRow&)>& fn) c
     row.instance = probe_path->pattern_instance()
                        ? static_cast<std::int32_t>(*probe_path->pattern_instance())
                        : -1;
-    itIterator<std::shared_ptr<mtrInspectionPoint>> it = probe_path->inspection_points();
-    while (++it) {
-      const std::shared_ptr<mtrInspectionPoint> point = it();
-      if (!point) continue;
+    for (unsigned int i = 0, count = probe_path->inspection_points_count(); i < count; ++i) {
+      const mtrInspectionPoint* const point = &probe_path->inspection_point_ref(i);
       const utString text = point->label();
       label.assign(text.view());
       row.label = label;

@@ -547,14 +547,10 @@ class DocumentWriter {
   template <class Fn>
   void each_written_point(const mtrProbePath& path, Fn&& fn) const {
     if (document_.points == kptQifPointsNone) return;
-    itIterator<std::shared_ptr<mtrInspectionPoint>> it = path.inspection_points();
-    std::size_t number = 0;
-    while (++it) {
-      const std::shared_ptr<mtrInspectionPoint> point = it();
-      ++number;
-      if (!point) continue;
-      const kptPointCheck check = kptPointChecks::of(*point);
-      if (point_written(check)) fn(*point, check, number);
+    for (unsigned int i = 0, count = path.inspection_points_count(); i < count; ++i) {
+      const mtrInspectionPoint& point = path.inspection_point_ref(i);
+      const kptPointCheck check = kptPointChecks::of(point);
+      if (point_written(check)) fn(point, check, std::size_t{i} + 1);
     }
   }
 
@@ -1172,12 +1168,10 @@ class DocumentWriter {
 
   template <class Fn>
   static void each_set_point(const mtrProbePath& path, Fn&& fn) {
-    itIterator<std::shared_ptr<mtrInspectionPoint>> it = path.inspection_points();
-    while (++it) {
-      const std::shared_ptr<mtrInspectionPoint> point = it();
-      if (!point) continue;
-      const kptPointCheck check = kptPointChecks::of(*point);
-      if (in_point_set(*point, check)) fn(*point, *check.deviation);
+    for (unsigned int i = 0, count = path.inspection_points_count(); i < count; ++i) {
+      const mtrInspectionPoint& point = path.inspection_point_ref(i);
+      const kptPointCheck check = kptPointChecks::of(point);
+      if (in_point_set(point, check)) fn(point, *check.deviation);
     }
   }
 

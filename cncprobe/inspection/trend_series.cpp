@@ -83,10 +83,8 @@ void kptTrendSeriesSet::add_run(const kptResultsDataExtractor& extractor) {
     const std::shared_ptr<mtrToolpathResult> result = it();
     if (!result) continue;
     if (const auto* path = dynamic_cast<const mtrProbePath*>(result.get())) {
-      itIterator<std::shared_ptr<mtrInspectionPoint>> points = path->inspection_points();
-      while (++points) {
-        const std::shared_ptr<mtrInspectionPoint> point = points();
-        if (!point) continue;
+      for (unsigned int i = 0, count = path->inspection_points_count(); i < count; ++i) {
+        const mtrInspectionPoint* const point = &path->inspection_point_ref(i);
         std::string label(point->label().view());
         std::string key = "point|" + label;
         if (!point_index_.count(key) && points_.size() >= max_points_) {
