@@ -47,8 +47,9 @@
 #include "cncprobe/platform/support/iterator.h"
 
 // Units of a results file, and extraction of a whole file, or of many files in one call, into
-// probe paths and features.
+// probe paths and features; a listener hears of each path as it is completed.
 #include "cncprobe/extraction/file_extraction.h"
+#include "cncprobe/extraction/probe_path_listener.h"
 #include "cncprobe/extraction/results_batch_extractor.h"
 #include "cncprobe/extraction/results_data_extractor.h"
 #include "cncprobe/foundation/input_file.h"

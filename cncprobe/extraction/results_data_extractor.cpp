@@ -9,6 +9,7 @@
 
 #include "cncprobe/extraction/file_extraction.h"
 #include "cncprobe/extraction/internal/chunked_recognition.h"
+#include "cncprobe/extraction/probe_path_listener.h"
 #include "cncprobe/platform/geometry/circle3.h"
 #include "cncprobe/platform/geometry/inf_line3.h"
 #include "cncprobe/platform/geometry/plane.h"
@@ -62,6 +63,8 @@ bool same_instance(const std::optional<unsigned int>& a, const std::optional<uns
 kptResultsDataExtractor::kptResultsDataExtractor() { clear(); }
 
 kptResultsDataExtractor::~kptResultsDataExtractor() = default;
+
+kptProbePathListener::~kptProbePathListener() = default;
 
 kptResultsExtractionStatus kptResultsDataExtractor::extract_data(const utString& file_name) {
   return extract_data(file_name, kptUnits(kptUnitsMillimetres));
@@ -127,6 +130,10 @@ kptResultsExtractionStatus kptResultsDataExtractor::extract_lines(kptResultsFile
       if (release_passed_lines) cursor.release_passed_lines();
     }
   }
+  // The file has ended, and with it the newest path.
+  if (path_listener_ && !measured_paths_.empty()) {
+    path_listener_->on_path_completed(measured_paths_.back());
+  }
   if (number_of_results() == 0 ||
       (number_of_results() == measured_paths_count() && number_of_points() == 0)) {
     status_ = kptExtractionNoResults;
@@ -176,6 +183,7 @@ void kptResultsDataExtractor::on_start() {
   // A second START begins the run afresh: what the earlier one gathered is discarded. The
   // toolpath context stays, as the machine has not been told otherwise.
   if (start_count_ > 0) status_ = kptExtractionMultipleStarts;
+  if (path_listener_ && start_count_ > 0) path_listener_->on_results_discarded();
   clear_results();
   ++start_count_;
   inside_run_ = true;
@@ -290,6 +298,10 @@ void kptResultsDataExtractor::add_measured_path(unsigned int id) {
   }
   prefix << ": Inspection Point ";
   label_prefix_ = prefix;
+  // Only the newest path grows: the one before it is complete.
+  if (path_listener_ && !measured_paths_.empty()) {
+    path_listener_->on_path_completed(measured_paths_.back());
+  }
   results_.push_back(path);
   measured_paths_.push_back(std::move(path));
 }

@@ -67,6 +67,7 @@ enum kptProbePathPointType : std::int32_t {
 };
 
 class kptFileExtraction;
+class kptProbePathListener;
 class kptResultsFileParser;
 
 class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback {
@@ -95,6 +96,10 @@ class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback
   void set_threads(unsigned int threads) noexcept;
   // The number set_threads chose; at least 1.
   [[nodiscard]] unsigned int threads() const noexcept { return threads_; }
+  // Tells `listener` of each probe path as it is completed during the following extractions
+  // (see cncprobe/extraction/probe_path_listener.h); null tells no one. The listener must
+  // outlive those extractions.
+  void set_path_listener(kptProbePathListener* listener) noexcept { path_listener_ = listener; }
 
   // Why the last extract_data could not read its file; kptInputReadable when it was read (the
   // extraction status alone says kptExtractionNoResults for an unreadable file, as it says for an
@@ -208,4 +213,5 @@ class CNCPROBE_API kptResultsDataExtractor : public kptResultsFileParserCallback
   std::unique_ptr<kptResultsFileParser> parser_;
   kptUnits parser_units_;
   unsigned int threads_ = 1;
+  kptProbePathListener* path_listener_ = nullptr;
 };
