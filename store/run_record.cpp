@@ -80,7 +80,8 @@ RunRecord RunRecord::from_file(const std::string& path, const RecordOptions& opt
 }
 
 RunRecord RunRecord::from_input(const std::string& path, const kptInputFile& input,
-                                const RecordOptions& options, std::string sha256) {
+                                const RecordOptions& options, std::string sha256,
+                                kptProbePathListener* listener) {
   RunRecord record;
   record.path = stored_path(path);
   record.file_time =
@@ -115,6 +116,7 @@ RunRecord RunRecord::from_input(const std::string& path, const kptInputFile& inp
     }
   }
   auto extractor = std::make_shared<kptResultsDataExtractor>();
+  extractor->set_path_listener(listener);
   const kptResultsExtractionStatus status = extractor->extract_data(input, kptUnits(options.units));
   if (scanned.valid() ? scanned.get() : beside()) {
     record.references = {reference(refs.results_file_version_text()),
@@ -183,53 +185,63 @@ RunRecord RunRecord::from_input(const std::string& path, const kptInputFile& inp
       record.checks.push_back(std::move(row));
     }
   });
+  extractor->set_path_listener(nullptr);
   record.extractor_ = std::move(extractor);
   return record;
 }
 
 void RunRecord::for_each_point(const std::function<void(const PointRow&)>& fn) const {
+  std::int32_t path_index = 0;
+  std::int64_t first_index = 0;
+  for_each_path([&](const mtrProbePath& probe_path) {
+    for_each_point_of(probe_path, path_index++, first_index, fn);
+    first_index += probe_path.inspection_points_count();
+  });
+}
+
+void RunRecord::for_each_path(const std::function<void(const mtrProbePath&)>& fn) const {
   if (!extractor_) return;
-  PointRow row;
-  std::int32_t path_index = -1;
-  std::string label;
   itIterator<std::shared_ptr<mtrProbePath>> paths = extractor_->measured_paths();
   while (++paths) {
-    ++path_index;
-    const std::shared_ptr<mtrProbePath> probe_path = paths();
-    if (!probe_path) continue;
-    row.path = path_index;
-    row.toolpath = static_cast<std::int32_t>(probe_path->id());
-    row.instance = probe_path->pattern_instance()
-                       ? static_cast<std::int32_t>(*probe_path->pattern_instance())
-                       : -1;
-    for (unsigned int i = 0, count = probe_path->inspection_points_count(); i < count; ++i) {
-      const mtrInspectionPoint* const point = &probe_path->inspection_point_ref(i);
-      const utString text = point->label();
-      label.assign(text.view());
-      row.label = label;
-      const giPoint3& n = point->nominal_point();
-      const giUnitVec3& d = point->direction();
-      row.nominal[0] = n.x(), row.nominal[1] = n.y(), row.nominal[2] = n.z();
-      row.direction[0] = d.x(), row.direction[1] = d.y(), row.direction[2] = d.z();
-      row.o = point->o_value();
-      row.u = point->u_value();
-      row.l = point->l_value();
-      if (point->has_measure()) {
-        const giPoint3& m = point->measured_point();
-        row.measured[0] = m.x(), row.measured[1] = m.y(), row.measured[2] = m.z();
-        row.r = point->r_value();
-      } else {
-        row.measured[0] = row.measured[1] = row.measured[2] = row.r = std::nan("");
-      }
-      const kptPointCheck check = kptPointChecks::of(*point);
-      row.deviation = check.deviation;
-      const kptCheckLimits limits = kptPointChecks::limits(*point);
-      row.lower_limit = limits.lower;
-      row.upper_limit = limits.upper;
-      row.verdict = kpt_verdict_name(check.verdict);
-      fn(row);
-      ++row.index;
+    if (const std::shared_ptr<mtrProbePath> probe_path = paths()) fn(*probe_path);
+  }
+}
+
+void for_each_point_of(const mtrProbePath& path, std::int32_t path_index, std::int64_t first_index,
+                       const std::function<void(const PointRow&)>& fn) {
+  PointRow row;
+  row.index = first_index;
+  row.path = path_index;
+  row.toolpath = static_cast<std::int32_t>(path.id());
+  row.instance = path.pattern_instance() ? static_cast<std::int32_t>(*path.pattern_instance()) : -1;
+  std::string label;
+  for (unsigned int i = 0, count = path.inspection_points_count(); i < count; ++i) {
+    const mtrInspectionPoint& point = path.inspection_point_ref(i);
+    const utString text = point.label();
+    label.assign(text.view());
+    row.label = label;
+    const giPoint3& n = point.nominal_point();
+    const giUnitVec3& d = point.direction();
+    row.nominal[0] = n.x(), row.nominal[1] = n.y(), row.nominal[2] = n.z();
+    row.direction[0] = d.x(), row.direction[1] = d.y(), row.direction[2] = d.z();
+    row.o = point.o_value();
+    row.u = point.u_value();
+    row.l = point.l_value();
+    if (point.has_measure()) {
+      const giPoint3& m = point.measured_point();
+      row.measured[0] = m.x(), row.measured[1] = m.y(), row.measured[2] = m.z();
+      row.r = point.r_value();
+    } else {
+      row.measured[0] = row.measured[1] = row.measured[2] = row.r = std::nan("");
     }
+    const kptPointCheck check = kptPointChecks::of(point);
+    row.deviation = check.deviation;
+    const kptCheckLimits limits = kptPointChecks::limits(point);
+    row.lower_limit = limits.lower;
+    row.upper_limit = limits.upper;
+    row.verdict = kpt_verdict_name(check.verdict);
+    fn(row);
+    ++row.index;
   }
 }
 

@@ -20,7 +20,9 @@
 #include "cncprobe/foundation/units.h"
 #include "cncprobe/inspection/verdict.h"
 
+class kptProbePathListener;
 class kptResultsDataExtractor;
+class mtrProbePath;
 
 namespace store {
 
@@ -92,9 +94,11 @@ class RunRecord {
   // and no checks or points; never fails otherwise.
   static RunRecord from_file(const std::string& path, const RecordOptions& options);
   // The same for bytes already read; `path` is what the record is stored under. `sha256`: the
-  // content hash when the caller has it already (empty: it is computed here).
+  // content hash when the caller has it already (empty: it is computed here). `listener`, when
+  // given, hears of each probe path as the extraction completes it (see RunWriter).
   static RunRecord from_input(const std::string& path, const kptInputFile& input,
-                              const RecordOptions& options, std::string sha256 = {});
+                              const RecordOptions& options, std::string sha256 = {},
+                              kptProbePathListener* listener = nullptr);
 
   std::string path;    // absolute and normal where the file system allows; "-" for stdin
   std::string sha256;  // 64 lower-case hex digits of the content
@@ -118,10 +122,17 @@ class RunRecord {
   bool readable() const noexcept { return input_problem == kptInputReadable; }
   // Calls fn(row) for every inspection point, in order. Nothing for an unreadable file.
   void for_each_point(const std::function<void(const PointRow&)>& fn) const;
+  // Calls fn(path) for every probe path, in order. Nothing for an unreadable file.
+  void for_each_path(const std::function<void(const mtrProbePath&)>& fn) const;
 
  private:
   std::shared_ptr<kptResultsDataExtractor> extractor_;  // the points stay in the reader's model
 };
+
+// Calls fn(row) for every inspection point of `path`, the run's probe path number `path_index`
+// (0-based), whose first point is the run's point number `first_index`.
+void for_each_point_of(const mtrProbePath& path, std::int32_t path_index, std::int64_t first_index,
+                       const std::function<void(const PointRow&)>& fn);
 
 // The path a file is stored under: absolute and normal where the file system allows; "-" stays.
 std::string stored_path(const std::string& path);

@@ -3,6 +3,7 @@
 
 #include <string_view>
 
+#include "cncprobe/platform/model/probe_path.h"
 #include "store/internal/back_ends.h"
 
 namespace store {
@@ -28,6 +29,16 @@ StoreUrl parse_store_url(const std::string& url) {
   const std::size_t scheme = text.find("://");
   if (text.empty() || (scheme != std::string_view::npos && scheme > 1)) return {};
   return {StoreUrl::Kind::kSqlite, url};
+}
+
+AddOutcome RunStore::add_run(const RunRecord& record, StoreStatus& status) {
+  const std::unique_ptr<RunWriter> writer = begin_run(status);
+  if (!writer) return AddOutcome::kFailed;
+  bool written = true;
+  record.for_each_path([&](const mtrProbePath& path) {
+    if (written) written = writer->add_path(path, status);
+  });
+  return written ? writer->finish(record, status) : AddOutcome::kFailed;
 }
 
 std::unique_ptr<RunStore> RunStore::open(const std::string& url, StoreStatus& status,

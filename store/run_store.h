@@ -82,6 +82,22 @@ struct StoredPoint {
   std::optional<double> deviation, lower_limit, upper_limit;
 };
 
+// A run stored while its file is still being extracted: the points of each probe path are
+// written as the extraction completes it (RunRecord::from_input's listener), the run itself and
+// its checks when the extraction is done, all in one transaction. Whole or absent: a writer
+// destroyed before finish() leaves nothing of the run.
+class RunWriter {
+ public:
+  virtual ~RunWriter() = default;
+  // Writes the points of the run's next probe path. False when the store failed (status says);
+  // nothing of the run will then be stored.
+  virtual bool add_path(const mtrProbePath& path, StoreStatus& status) = 0;
+  // Writes the run and its checks and commits. `record` is the run whose paths were added, all of
+  // them, in order. kAlreadyStored, with nothing written, when a run of the same path and content
+  // is stored (another process may have stored it in the meantime).
+  virtual AddOutcome finish(const RunRecord& record, StoreStatus& status) = 0;
+};
+
 class RunStore {
  public:
   virtual ~RunStore() = default;
@@ -104,7 +120,10 @@ class RunStore {
   virtual bool has_path(const std::string& path, StoreStatus& status) = 0;
   // Stores the run, its checks and points in one transaction: whole, or not at all. A run of the
   // same path and content already stored (by this or another process) is kAlreadyStored.
-  virtual AddOutcome add_run(const RunRecord& record, StoreStatus& status) = 0;
+  AddOutcome add_run(const RunRecord& record, StoreStatus& status);
+  // Begins storing a run whose paths come as its file is extracted; null, with status set, when
+  // the store cannot begin. While a writer lives the store takes no other call.
+  virtual std::unique_ptr<RunWriter> begin_run(StoreStatus& status) = 0;
   // The runs that pass `filter`, oldest first (by file time, then id).
   virtual std::vector<StoredRun> runs(const RunFilter& filter, StoreStatus& status) = 0;
   // The feature checks of the given runs, in run order and then as stored.

@@ -14,8 +14,9 @@
 #include <fstream>
 #include <random>
 
+#include "cncprobe/extraction/results_data_extractor.h"
+#include "cncprobe/platform/model/probe_path.h"
 #include "store/ingest.h"
-#include "store/internal/point_groups.h"
 #include "tests/support/scratch_directory.h"
 
 namespace store {
@@ -211,6 +212,101 @@ TEST_P(RunStoreTest, HostileTextReadsBackExactly) {
   EXPECT_FALSE(runs_->runs({}, status_).empty());  // the runs table is still there
 }
 
+// `paths` probe paths of `points` points each, every seventh point never measured; with
+// `restart`, the machine starts the run again after that many paths.
+std::string many_paths_file(int paths, int points, int restart = -1) {
+  std::string text = "START 'MANY PATHS'\n";
+  int block = 10;
+  for (int path = 0; path < paths; ++path) {
+    if (path == restart) text += "START 'AGAIN'\n";
+    text += "TOOLPATHID " + std::to_string(path + 1) + "\n";
+    for (int i = 0; i < points; ++i) {
+      const std::string at = " X" + std::to_string(i) + ".125 Y" + std::to_string(path) + ".5";
+      text += "G800 N" + std::to_string(block++) + at + " Z0 I0 J0 K1 O0 U0.050 L-0.050\n";
+      if (i % 7 == 3) continue;
+      text += "G801 N" + std::to_string(block++) + at + " Z0.0" + std::to_string(10 + i % 80) +
+              " R2.5\n";
+    }
+  }
+  return text + "END\n";
+}
+
+// A large file's points are written while it is still being extracted (a second START sends it
+// back to being stored after): either way the points read back are the record's, in order, and
+// the run holds what the record says.
+TEST_P(RunStoreTest, LargeFileStoredWhileExtractedIsTheRecord) {
+  for (const int restart : {-1, 40}) {
+    SCOPED_TRACE(restart);
+    RecordOptions options;
+    options.program = unique_name("LARGE");
+    const std::string text = many_paths_file(120, 120, restart);
+    ASSERT_GE(text.size(), RunRecord::kConcurrentBytes);
+    const std::string file = write("large" + std::to_string(restart) + ".txt", text);
+    const IngestResult result = ingest_file(*runs_, file, options);
+    ASSERT_EQ(result.outcome, IngestOutcome::kStoredFailed) << result.status.message;
+
+    const RunRecord record = RunRecord::from_file(file, options);
+    // Unmeasured points: the latest problem, whether or not the run started again.
+    EXPECT_EQ(result.status_name, record.status_name);
+    EXPECT_EQ(record.points, restart < 0 ? 120 * 120 : 80 * 120);
+    RunFilter filter;
+    filter.program = options.program;
+    const std::vector<StoredRun> stored = runs_->runs(filter, status_);
+    ASSERT_EQ(stored.size(), 1u) << status_.message;
+    EXPECT_EQ(stored[0].points, record.points);
+    EXPECT_EQ(stored[0].status_name, record.status_name);
+    EXPECT_EQ(stored[0].sha256, content_sha256(text));
+    const std::vector<StoredPoint> points = runs_->points({stored[0].id}, status_);
+    ASSERT_EQ(points.size(), static_cast<std::size_t>(record.points)) << status_.message;
+    std::size_t i = 0;
+    record.for_each_point([&](const PointRow& p) {
+      EXPECT_EQ(points[i].label, p.label) << i;
+      EXPECT_EQ(points[i].deviation, p.deviation) << i;
+      EXPECT_EQ(points[i].lower_limit, p.lower_limit) << i;
+      ++i;
+    });
+    EXPECT_EQ(i, points.size());
+  }
+}
+
+// A writer stores its run whole or not at all: one given up leaves no point behind, and one
+// whose run was stored meanwhile (by another process) rolls its points back.
+TEST_P(RunStoreTest, RunWriterLeavesNothingHalf) {
+  RecordOptions options;
+  options.program = unique_name("WRITER");
+  const std::string file = write("writer.txt", many_paths_file(3, 50));
+  const RunRecord record = RunRecord::from_file(file, options);
+  auto points_stored = [&] {
+    std::vector<std::int64_t> ids;
+    for (const StoredRun& run : runs_->runs({}, status_)) ids.push_back(run.id);
+    return runs_->points(ids, status_).size();
+  };
+  const std::size_t before = points_stored();
+  {
+    std::unique_ptr<RunWriter> writer = runs_->begin_run(status_);
+    ASSERT_TRUE(writer) << status_.message;
+    record.for_each_path([&](const mtrProbePath& path) {
+      EXPECT_TRUE(writer->add_path(path, status_)) << status_.message;
+    });
+  }  // given up
+  EXPECT_EQ(points_stored(), before);
+  ASSERT_EQ(runs_->add_run(record, status_), AddOutcome::kStored) << status_.message;
+  const std::size_t stored = points_stored();
+  EXPECT_EQ(stored, before + static_cast<std::size_t>(record.points));
+  {
+    std::unique_ptr<RunWriter> writer = runs_->begin_run(status_);
+    ASSERT_TRUE(writer) << status_.message;
+    record.for_each_path([&](const mtrProbePath& path) { writer->add_path(path, status_); });
+    EXPECT_EQ(writer->finish(record, status_), AddOutcome::kAlreadyStored) << status_.message;
+  }
+  EXPECT_EQ(points_stored(), stored);
+  // The store goes on as before.
+  RecordOptions other = options;
+  other.program = unique_name("WRITER");
+  EXPECT_EQ(runs_->add_run(RunRecord::from_file(file, other), status_), AddOutcome::kAlreadyStored);
+  EXPECT_TRUE(status_.ok()) << status_.message;
+}
+
 TEST_P(RunStoreTest, LatestControlLimitsPerProgram) {
   const std::string program = unique_name("OP30");
   EXPECT_FALSE(runs_->latest_limits(program, status_));
@@ -221,39 +317,6 @@ TEST_P(RunStoreTest, LatestControlLimitsPerProgram) {
 
 INSTANTIATE_TEST_SUITE_P(BackEnds, RunStoreTest, ::testing::Values("sqlite", "postgresql"),
                          [](const auto& info) { return std::string(info.param); });
-
-// Rows made on a second thread come in order, in full groups but for the last, and a reader that
-// stops early (a store that failed) leaves the maker to stop too, without a hang.
-TEST(PointGroups, HandsOverEveryRowInOrderAndStopsEarly) {
-  ScratchDirectory dir;
-  const std::string file = dir.path().string() + "/path.txt";
-  std::ofstream(file, std::ios::binary) << probe_path_file(1000, 500);
-  const RunRecord record = RunRecord::from_file(file, {});
-  ASSERT_EQ(record.points, 1000);
-  for (const std::size_t group :
-       {std::size_t{1}, std::size_t{7}, std::size_t{250}, std::size_t{1000}, std::size_t{4096}}) {
-    PointGroups groups(record, group);
-    ASSERT_TRUE(groups.started());
-    std::vector<std::string> labels;
-    for (const std::vector<OwnedPoint>* rows = &groups.next(); !rows->empty();
-         rows = &groups.next()) {
-      EXPECT_TRUE(rows->size() == group || labels.size() + rows->size() == 1000) << group;
-      for (const OwnedPoint& point : *rows) {
-        EXPECT_EQ(point.row.index, static_cast<std::int64_t>(labels.size()));
-        EXPECT_EQ(point.row.label.data(), point.label.data());  // the row views its own copy
-        labels.push_back(point.label);
-      }
-    }
-    std::vector<std::string> expected;
-    record.for_each_point([&](const PointRow& p) { expected.emplace_back(p.label); });
-    EXPECT_EQ(labels, expected) << group;
-    EXPECT_TRUE(groups.next().empty());
-  }
-  for (const int read : {0, 1, 2}) {
-    PointGroups groups(record, 3);
-    for (int i = 0; i < read; ++i) EXPECT_EQ(groups.next().size(), 3u);
-  }  // each is destroyed with the maker waiting for room, or still making rows
-}
 
 // A store of schema 1, as the first release wrote it: a reader reads it as it is, the first writer
 // brings it up to the current schema, and its runs stay whole.

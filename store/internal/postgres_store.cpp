@@ -3,6 +3,7 @@
 // labels) is kept as bytea: a file may hold bytes that are not UTF-8, and a server's text
 // columns refuse them.
 #include "cncprobe/foundation/utc_time.h"
+#include "cncprobe/platform/model/probe_path.h"
 #include "store/internal/back_ends.h"
 
 #if defined(CNCPROBE_STORE_POSTGRES)
@@ -269,6 +270,30 @@ class Result {
   PGresult* result_;
 };
 
+class PostgresStore;
+
+// A run's rows, written in the transaction begin_run opened: its points in one COPY as the paths
+// come, then the run with the id drawn ahead, and its checks.
+class PostgresRunWriter final : public RunWriter {
+ public:
+  PostgresRunWriter(PostgresStore& store, std::int64_t run_id) : store_(store), run_id_(run_id) {}
+  ~PostgresRunWriter() override;
+  PostgresRunWriter(const PostgresRunWriter&) = delete;
+  PostgresRunWriter& operator=(const PostgresRunWriter&) = delete;
+
+  bool add_path(const mtrProbePath& path, StoreStatus& status) override;
+  AddOutcome finish(const RunRecord& record, StoreStatus& status) override;
+
+ private:
+  PostgresStore& store_;
+  std::int64_t run_id_;
+  std::optional<CopyRows> points_;  // the COPY of the points, from the first path on
+  std::int32_t paths_ = 0;
+  std::int64_t first_point_ = 0;
+  bool failed_ = false;  // the store refused something: nothing more is sent
+  bool done_ = false;    // committed
+};
+
 class PostgresStore final : public RunStore {
  public:
   explicit PostgresStore(PGconn* connection) : connection_(connection) {}
@@ -296,7 +321,7 @@ class PostgresStore final : public RunStore {
     return r.rows() > 0;
   }
 
-  AddOutcome add_run(const RunRecord& record, StoreStatus& status) override;
+  std::unique_ptr<RunWriter> begin_run(StoreStatus& status) override;
   std::vector<StoredRun> runs(const RunFilter& filter, StoreStatus& status) override;
   std::vector<StoredCheck> checks(const std::vector<std::int64_t>& run_ids,
                                   StoreStatus& status) override;
@@ -308,6 +333,7 @@ class PostgresStore final : public RunStore {
                                            StoreStatus& status) override;
 
  private:
+  friend class PostgresRunWriter;
   // Runs a statement with parameters; statements are prepared by the server once per session.
   Result run(const char* sql, const Params& params) {
     std::vector<const char*> values;
@@ -463,21 +489,104 @@ bool PostgresStore::end_copy(CopyRows& rows, StoreStatus& status) {
   return ok;
 }
 
-AddOutcome PostgresStore::add_run(const RunRecord& r, StoreStatus& status) {
+std::unique_ptr<RunWriter> PostgresStore::begin_run(StoreStatus& status) {
   status = {};
   Result begin = exec("BEGIN");
   if (!begin.ok()) {
     fail(begin, status);
-    return AddOutcome::kFailed;
+    return nullptr;
   }
-  auto failed = [&]() {
+  // The run's id is drawn first, so its points can be sent before the run itself is known; a
+  // run that is not stored in the end leaves a gap in the ids, as any rolled-back insert does.
+  Result id = exec("SELECT nextval(pg_get_serial_sequence('runs', 'id'))");
+  if (!id.ok() || id.rows() != 1) {
+    fail(id, status);
     rollback();
-    return AddOutcome::kFailed;
+    return nullptr;
+  }
+  return std::make_unique<PostgresRunWriter>(*this, id.integer(0, 0));
+}
+
+PostgresRunWriter::~PostgresRunWriter() {
+  if (done_) return;
+  // An open COPY is ended with an error, which the server answers by failing the transaction.
+  if (points_) {
+    (void)PQputCopyEnd(store_.connection_, "the run was not stored whole");
+    while (PGresult* raw = PQgetResult(store_.connection_)) PQclear(raw);
+  }
+  store_.rollback();
+}
+
+bool PostgresRunWriter::add_path(const mtrProbePath& path, StoreStatus& status) {
+  if (failed_) return false;
+  if (!points_) {
+    Result copy = store_.exec(
+        "COPY points (run_id, idx, path, toolpath, instance, label, nominal_x, nominal_y, "
+        "nominal_z, direction_x, direction_y, direction_z, o, u, l, measured_x, measured_y, "
+        "measured_z, r, deviation, lower_limit, upper_limit, verdict) FROM STDIN (FORMAT binary)");
+    if (!copy.ok()) {
+      failed_ = true;
+      return store_.fail(copy, status);
+    }
+    points_.emplace(store_.connection_, 23);
+  }
+  CopyRows& rows = *points_;
+  bool sent = true;
+  for_each_point_of(path, paths_++, first_point_, [&](const PointRow& pt) {
+    if (!sent || !(sent = rows.begin_row())) return;
+    rows.bigint(run_id_);
+    rows.bigint(pt.index);
+    rows.integer(pt.path);
+    rows.integer(pt.toolpath);
+    rows.integer(pt.instance);
+    rows.bytes(pt.label);
+    for (const double v : pt.nominal) rows.real(v);
+    for (const double v : pt.direction) rows.real(v);
+    rows.real(pt.o);
+    rows.real(pt.u);
+    rows.real(pt.l);
+    for (const double v : pt.measured) rows.real(v);
+    rows.real(pt.r);
+    rows.real(pt.deviation);
+    rows.real(pt.lower_limit);
+    rows.real(pt.upper_limit);
+    rows.bytes(std::string_view(pt.verdict));
+  });
+  first_point_ += path.inspection_points_count();
+  if (!sent) {
+    // The server stopped taking rows: ending the COPY reads why.
+    failed_ = true;
+    (void)store_.end_copy(rows, status);
+    if (status.ok()) status = {StoreProblem::kFailed, "the store refused the points"};
+    points_.reset();
+    return false;
+  }
+  return true;
+}
+
+AddOutcome PostgresRunWriter::finish(const RunRecord& r, StoreStatus& status) {
+  status = {};
+  auto failed = [&]() {
+    failed_ = true;
+    return AddOutcome::kFailed;  // the destructor rolls back
   };
-  const std::optional<std::int64_t> program = program_id(r.program, status);
+  if (failed_) {
+    status = {StoreProblem::kFailed, "the store refused the points"};
+    return failed();
+  }
+  if (points_) {
+    CopyRows rows = std::move(*points_);
+    points_.reset();
+    if (!store_.end_copy(rows, status)) {
+      if (status.ok()) status = {StoreProblem::kFailed, "the store refused the points"};
+      return failed();
+    }
+  }
+  const std::optional<std::int64_t> program = store_.program_id(r.program, status);
   if (!program) return failed();
   Params p;
-  p.integer(*program)
+  p.integer(run_id_)
+      .integer(*program)
       .bytes(std::string_view(r.path))
       .text(r.sha256)
       .text(r.file_time)
@@ -505,41 +614,39 @@ AddOutcome PostgresStore::add_run(const RunRecord& r, StoreStatus& status) {
       .bytes(r.references.document_id)
       .bytes(r.references.document_version)
       .bytes(r.references.model_version);
-  Result added = run(R"sql(
-INSERT INTO runs (program_id, path, sha256, file_time, ingest_time, units, input_problem,
+  // A run of the same path and content stored by another process meanwhile: this insert waits
+  // for that one's transaction, then does nothing, and the points sent for it are rolled back.
+  Result added = store_.run(R"sql(
+INSERT INTO runs (id, program_id, path, sha256, file_time, ingest_time, units, input_problem,
   status_code, status_name, verdict, results_file, results, probe_paths, features, points,
   checks_in, checks_out, checks_not_toleranced, points_within, points_outside, points_unmeasured,
   results_file_version, settings_filename, cad_filename, cldata_filename, document_id,
   document_version, model_version)
 VALUES ($1, $2, $3, $4, $5, $6, $7, $8, $9, $10, $11, $12, $13, $14, $15, $16, $17, $18, $19,
-  $20, $21, $22, $23, $24, $25, $26, $27, $28)
+  $20, $21, $22, $23, $24, $25, $26, $27, $28, $29)
 ON CONFLICT (path, sha256) DO NOTHING RETURNING id)sql",
-                     p);
+                            p);
   if (!added.ok()) {
-    fail(added, status);
+    store_.fail(added, status);
     return failed();
   }
-  if (added.rows() == 0) {
-    rollback();
-    return AddOutcome::kAlreadyStored;
-  }
-  const std::int64_t run_id = added.integer(0, 0);
+  if (added.rows() == 0) return AddOutcome::kAlreadyStored;
 
   if (!r.checks.empty()) {
-    Result copy = exec(
+    Result copy = store_.exec(
         "COPY checks (run_id, seq, result, kind, toolpath, instance, component, feature, name, "
         "quantity, series, nominal, actual, deviation, tolerance, true_position, tolerance_used, "
         "lower_limit, upper_limit, verdict, compared, compared_limit) FROM STDIN (FORMAT binary)");
     if (!copy.ok()) {
-      fail(copy, status);
+      store_.fail(copy, status);
       return failed();
     }
-    CopyRows rows(connection_, 22);
+    CopyRows rows(store_.connection_, 22);
     std::int32_t seq = 0;
     bool sent = true;
     for (const CheckRow& c : r.checks) {
       if (!(sent = rows.begin_row())) break;
-      rows.bigint(run_id);
+      rows.bigint(run_id_);
       rows.integer(seq++);
       rows.integer(c.result);
       rows.bytes(std::string_view(c.kind));
@@ -562,52 +669,17 @@ ON CONFLICT (path, sha256) DO NOTHING RETURNING id)sql",
       rows.real(c.compared);
       rows.real(c.compared_limit);
     }
-    if (!end_copy(rows, status) || !sent) {
+    if (!store_.end_copy(rows, status) || !sent) {
       if (status.ok()) status = {StoreProblem::kFailed, "the store refused the checks"};
       return failed();
     }
   }
-  if (r.points > 0) {
-    Result copy = exec(
-        "COPY points (run_id, idx, path, toolpath, instance, label, nominal_x, nominal_y, "
-        "nominal_z, direction_x, direction_y, direction_z, o, u, l, measured_x, measured_y, "
-        "measured_z, r, deviation, lower_limit, upper_limit, verdict) FROM STDIN (FORMAT binary)");
-    if (!copy.ok()) {
-      fail(copy, status);
-      return failed();
-    }
-    CopyRows rows(connection_, 23);
-    bool sent = true;
-    r.for_each_point([&](const PointRow& pt) {
-      if (!sent || !(sent = rows.begin_row())) return;
-      rows.bigint(run_id);
-      rows.bigint(pt.index);
-      rows.integer(pt.path);
-      rows.integer(pt.toolpath);
-      rows.integer(pt.instance);
-      rows.bytes(pt.label);
-      for (const double v : pt.nominal) rows.real(v);
-      for (const double v : pt.direction) rows.real(v);
-      rows.real(pt.o);
-      rows.real(pt.u);
-      rows.real(pt.l);
-      for (const double v : pt.measured) rows.real(v);
-      rows.real(pt.r);
-      rows.real(pt.deviation);
-      rows.real(pt.lower_limit);
-      rows.real(pt.upper_limit);
-      rows.bytes(std::string_view(pt.verdict));
-    });
-    if (!end_copy(rows, status) || !sent) {
-      if (status.ok()) status = {StoreProblem::kFailed, "the store refused the points"};
-      return failed();
-    }
-  }
-  Result commit = exec("COMMIT");
+  Result commit = store_.exec("COMMIT");
   if (!commit.ok()) {
-    fail(commit, status);
+    store_.fail(commit, status);
     return failed();
   }
+  done_ = true;
   return AddOutcome::kStored;
 }
 

@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "cncprobe/foundation/utc_time.h"
+#include "cncprobe/platform/model/probe_path.h"
 #include "store/internal/back_ends.h"
-#include "store/internal/point_groups.h"
 #include "store/internal/utf8_path.h"
 
 namespace store {
@@ -71,8 +71,6 @@ INSERT INTO schema_version (version) VALUES (2);
 
 // The points one statement inserts (23 parameters each, well below SQLite's limit).
 constexpr std::int64_t kPointsPerInsert = 32;
-// From this many points on, a run's rows are made on a second thread, this many to a group.
-constexpr std::size_t kPointsBeside = 4096;
 
 // INSERT INTO points ... VALUES (...), (...): `rows` rows of all the columns. A row that fails
 // undoes the whole transaction (OR ROLLBACK), as add_run would: so a statement of many rows
@@ -177,6 +175,40 @@ class Statement {
   int next_ = 1;
 };
 
+class SqliteStore;
+
+// One point row held until a group is full, with its label kept beside it.
+struct OwnedPoint {
+  PointRow row;  // row.label views `label`
+  std::string label;
+};
+
+// A run's rows, written in the transaction begin_run opened; the run's id is known ahead.
+class SqliteRunWriter final : public RunWriter {
+ public:
+  SqliteRunWriter(SqliteStore& store, std::int64_t run_id)
+      : store_(store), run_id_(run_id), pending_(static_cast<std::size_t>(kPointsPerInsert)) {}
+  ~SqliteRunWriter() override;
+  SqliteRunWriter(const SqliteRunWriter&) = delete;
+  SqliteRunWriter& operator=(const SqliteRunWriter&) = delete;
+
+  bool add_path(const mtrProbePath& path, StoreStatus& status) override;
+  AddOutcome finish(const RunRecord& record, StoreStatus& status) override;
+
+ private:
+  // Inserts the rows held (a full group in one statement); sets code_.
+  void store_pending();
+
+  SqliteStore& store_;
+  std::int64_t run_id_;
+  std::int32_t paths_ = 0;   // the paths added so far
+  std::int64_t points_ = 0;  // their points
+  std::vector<OwnedPoint> pending_;
+  std::size_t held_ = 0;
+  int code_ = SQLITE_DONE;  // the first failure of an insert
+  bool done_ = false;       // committed
+};
+
 class SqliteStore final : public RunStore {
  public:
   explicit SqliteStore(sqlite3* db) : db_(db) {}
@@ -206,7 +238,7 @@ class SqliteStore final : public RunStore {
     return code == SQLITE_ROW;
   }
 
-  AddOutcome add_run(const RunRecord& record, StoreStatus& status) override;
+  std::unique_ptr<RunWriter> begin_run(StoreStatus& status) override;
   std::vector<StoredRun> runs(const RunFilter& filter, StoreStatus& status) override;
   std::vector<StoredCheck> checks(const std::vector<std::int64_t>& run_ids,
                                   StoreStatus& status) override;
@@ -218,6 +250,7 @@ class SqliteStore final : public RunStore {
                                            StoreStatus& status) override;
 
  private:
+  friend class SqliteRunWriter;
   // Prepares `sql` once, on first use.
   Statement& statement(Statement& slot, const char* sql) {
     if (!slot) slot = Statement(db_, sql);
@@ -236,9 +269,13 @@ class SqliteStore final : public RunStore {
   std::optional<std::int64_t> program_id(const std::string& name, bool make, StoreStatus& status);
 
   sqlite3* db_;
-  Statement has_run_, has_path_, add_program_, find_program_, add_run_, add_check_, add_point_,
-      add_points_, add_limits_, latest_limits_;
+  Statement has_run_, has_path_, add_program_, find_program_, next_run_id_, add_run_, add_check_,
+      add_point_, add_points_, add_limits_, latest_limits_;
 };
+
+SqliteRunWriter::~SqliteRunWriter() {
+  if (!done_) store_.rollback();
+}
 
 bool SqliteStore::prepare(bool for_writing, StoreStatus& status) {
   sqlite3_busy_timeout(db_, 60000);
@@ -356,28 +393,108 @@ std::optional<std::int64_t> SqliteStore::program_id(const std::string& name, boo
   return id;
 }
 
-AddOutcome SqliteStore::add_run(const RunRecord& r, StoreStatus& status) {
+std::unique_ptr<RunWriter> SqliteStore::begin_run(StoreStatus& status) {
   status = {};
   // IMMEDIATE: the write lock is taken at the start, so two ingests queue on the busy timeout
-  // instead of one failing when it turns from reading to writing.
-  if (!exec("BEGIN IMMEDIATE", status)) return AddOutcome::kFailed;
-  auto failed = [&](int code) {
-    if (code != 0) fail(code, status);
+  // instead of one failing when it turns from reading to writing. Holding it, this connection
+  // alone adds runs, so the id the run will have is known before its points are written.
+  if (!exec("BEGIN IMMEDIATE", status)) return nullptr;
+  Statement& next = statement(next_run_id_, "SELECT coalesce(max(id), 0) + 1 FROM runs");
+  const int code = next.reset().step();
+  const std::int64_t run_id = code == SQLITE_ROW ? next.column_integer(0) : 0;
+  next.reset();
+  if (code != SQLITE_ROW) {
+    fail(code, status);
     rollback();
-    return AddOutcome::kFailed;
+    return nullptr;
+  }
+  return std::make_unique<SqliteRunWriter>(*this, run_id);
+}
+
+bool SqliteRunWriter::add_path(const mtrProbePath& path, StoreStatus& status) {
+  if (code_ != SQLITE_DONE) return false;
+  for_each_point_of(path, paths_++, points_, [this](const PointRow& p) {
+    if (code_ != SQLITE_DONE) return;
+    OwnedPoint& next = pending_[held_++];
+    next.row = p;
+    next.label.assign(p.label);
+    next.row.label = next.label;
+    if (held_ == pending_.size()) store_pending();
+  });
+  points_ += path.inspection_points_count();
+  return code_ == SQLITE_DONE || store_.fail(code_, status);
+}
+
+void SqliteRunWriter::store_pending() {
+  // Points go kPointsPerInsert to a statement: a statement's own cost (its step, its reset) is
+  // paid once for them all. The last few of a run go one by one.
+  SqliteStore& s = store_;
+  if (!s.add_points_) s.add_points_ = Statement(s.db_, points_insert(kPointsPerInsert).c_str());
+  if (!s.add_point_) s.add_point_ = Statement(s.db_, points_insert(1).c_str());
+  auto bind = [this](Statement& statement, const PointRow& p) {
+    statement.integer(run_id_)
+        .integer(p.index)
+        .integer(p.path)
+        .integer(p.toolpath)
+        .integer(p.instance)
+        .text(p.label)
+        .real(p.nominal[0])
+        .real(p.nominal[1])
+        .real(p.nominal[2])
+        .real(p.direction[0])
+        .real(p.direction[1])
+        .real(p.direction[2])
+        .real(p.o)
+        .real(p.u)
+        .real(p.l)
+        .real(p.measured[0])
+        .real(p.measured[1])
+        .real(p.measured[2])
+        .real(p.r)
+        .real(p.deviation)
+        .real(p.lower_limit)
+        .real(p.upper_limit)
+        .text(std::string_view(p.verdict));
   };
-  const std::optional<std::int64_t> program = program_id(r.program, true, status);
+  const OwnedPoint* rows = pending_.data();
+  std::size_t count = held_;
+  held_ = 0;
+  if (count == pending_.size()) {
+    s.add_points_.reset();
+    for (std::size_t i = 0; i < count; ++i) bind(s.add_points_, rows[i].row);
+    code_ = s.add_points_.step();
+    s.add_points_.reset();
+    return;
+  }
+  for (; count > 0 && code_ == SQLITE_DONE; ++rows, --count) {
+    bind(s.add_point_.reset(), rows->row);
+    code_ = s.add_point_.step();
+  }
+  s.add_point_.reset();
+}
+
+AddOutcome SqliteRunWriter::finish(const RunRecord& r, StoreStatus& status) {
+  status = {};
+  SqliteStore& s = store_;
+  auto failed = [&](int code) {
+    if (code != 0) s.fail(code, status);
+    return AddOutcome::kFailed;  // the destructor rolls back
+  };
+  if (code_ == SQLITE_DONE) store_pending();
+  if (code_ != SQLITE_DONE) return failed(code_);
+  const std::optional<std::int64_t> program = s.program_id(r.program, true, status);
   if (!program) return failed(0);
 
-  Statement& run = statement(add_run_, R"sql(
-INSERT INTO runs (program_id, path, sha256, file_time, ingest_time, units, input_problem,
+  Statement& run = s.statement(s.add_run_, R"sql(
+INSERT INTO runs (id, program_id, path, sha256, file_time, ingest_time, units, input_problem,
   status_code, status_name, verdict, results_file, results, probe_paths, features, points,
   checks_in, checks_out, checks_not_toleranced, points_within, points_outside, points_unmeasured,
   results_file_version, settings_filename, cad_filename, cldata_filename, document_id,
   document_version, model_version)
-VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)
+VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)
 ON CONFLICT (path, sha256) DO NOTHING)sql");
   run.reset()
+      .integer(run_id_)
       .integer(*program)
       .text(r.path)
       .text(r.sha256)
@@ -409,13 +526,10 @@ ON CONFLICT (path, sha256) DO NOTHING)sql");
   int code = run.step();
   run.reset();
   if (code != SQLITE_DONE) return failed(code);
-  if (sqlite3_changes(db_) == 0) {
-    rollback();
-    return AddOutcome::kAlreadyStored;
-  }
-  const std::int64_t run_id = sqlite3_last_insert_rowid(db_);
+  // Stored before, by this process or another: the points written for it are rolled back.
+  if (sqlite3_changes(s.db_) == 0) return AddOutcome::kAlreadyStored;
 
-  Statement& check = statement(add_check_, R"sql(
+  Statement& check = s.statement(s.add_check_, R"sql(
 INSERT INTO checks (run_id, seq, result, kind, toolpath, instance, component, feature, name,
   quantity, series, nominal, actual, deviation, tolerance, true_position, tolerance_used,
   lower_limit, upper_limit, verdict, compared, compared_limit)
@@ -423,7 +537,7 @@ VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))sql");
   std::int64_t seq = 0;
   for (const CheckRow& c : r.checks) {
     check.reset()
-        .integer(run_id)
+        .integer(run_id_)
         .integer(seq++)
         .integer(c.result)
         .text(c.kind)
@@ -452,80 +566,8 @@ VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))sql");
     }
   }
   check.reset();
-
-  // Points go kPointsPerInsert to a statement: a statement's own cost (its step, its
-  // sub-transaction, its reset) is paid once for them all. The last few go one by one.
-  if (!add_points_) add_points_ = Statement(db_, points_insert(kPointsPerInsert).c_str());
-  if (!add_point_) add_point_ = Statement(db_, points_insert(1).c_str());
-  Statement& batch = add_points_;
-  Statement& single = add_point_;
-  auto bind = [run_id](Statement& s, const PointRow& p) {
-    s.integer(run_id)
-        .integer(p.index)
-        .integer(p.path)
-        .integer(p.toolpath)
-        .integer(p.instance)
-        .text(p.label)
-        .real(p.nominal[0])
-        .real(p.nominal[1])
-        .real(p.nominal[2])
-        .real(p.direction[0])
-        .real(p.direction[1])
-        .real(p.direction[2])
-        .real(p.o)
-        .real(p.u)
-        .real(p.l)
-        .real(p.measured[0])
-        .real(p.measured[1])
-        .real(p.measured[2])
-        .real(p.r)
-        .real(p.deviation)
-        .real(p.lower_limit)
-        .real(p.upper_limit)
-        .text(std::string_view(p.verdict));
-  };
-  code = SQLITE_DONE;
-  // Stores rows in order: whole groups of kPointsPerInsert, then the rest one by one.
-  auto store_rows = [&](const OwnedPoint* rows, std::size_t count) {
-    constexpr auto kGroup = static_cast<std::size_t>(kPointsPerInsert);
-    for (; count >= kGroup && code == SQLITE_DONE; rows += kGroup, count -= kGroup) {
-      batch.reset();
-      for (std::size_t i = 0; i < kGroup; ++i) bind(batch, rows[i].row);
-      code = batch.step();
-    }
-    for (; count > 0 && code == SQLITE_DONE; ++rows, --count) {
-      bind(single.reset(), rows->row);
-      code = single.step();
-    }
-  };
-  // A large run's rows are made from the model on a second thread while this one stores them.
-  std::optional<PointGroups> groups;
-  if (r.points >= static_cast<std::int64_t>(kPointsBeside)) groups.emplace(r, kPointsBeside);
-  if (groups && groups->started()) {
-    for (const std::vector<OwnedPoint>* group = &groups->next();
-         !group->empty() && code == SQLITE_DONE; group = &groups->next()) {
-      store_rows(group->data(), group->size());
-    }
-  } else {
-    std::vector<OwnedPoint> pending(static_cast<std::size_t>(kPointsPerInsert));
-    std::size_t held = 0;
-    r.for_each_point([&](const PointRow& p) {
-      if (code != SQLITE_DONE) return;
-      OwnedPoint& next = pending[held++];
-      next.row = p;
-      next.label.assign(p.label);
-      next.row.label = next.label;
-      if (held == pending.size()) {
-        store_rows(pending.data(), held);
-        held = 0;
-      }
-    });
-    store_rows(pending.data(), held);
-  }
-  batch.reset();
-  single.reset();
-  if (code != SQLITE_DONE) return failed(code);
-  if (!exec("COMMIT", status)) return failed(0);
+  if (!s.exec("COMMIT", status)) return failed(0);
+  done_ = true;
   return AddOutcome::kStored;
 }
 
