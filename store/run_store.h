@@ -22,7 +22,7 @@ namespace store {
 
 // The schema this build writes and reads. A store of a newer schema is refused; an older one is
 // brought up to this one in a transaction when it is opened.
-inline constexpr int kSchemaVersion = 2;
+inline constexpr int kSchemaVersion = 3;
 
 enum class StoreProblem {
   kNone = 0,

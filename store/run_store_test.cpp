@@ -363,14 +363,12 @@ TEST(SqliteStore, OlderSchemaIsBroughtUp) {
 }
 
 #if defined(CNCPROBE_STORE_POSTGRES)
-// The same on PostgreSQL, where schema 1 kept a primary key and a foreign key on the points.
+// The same on PostgreSQL, where schema 1 kept a primary key and a foreign key on the points and
+// schema 2 a B-tree on their run: either is brought up to a block-range index.
 TEST(PostgresqlStore, OlderSchemaIsBroughtUp) {
   if (std::getenv("CNCPROBE_TEST_POSTGRES") == nullptr) {
     GTEST_SKIP() << "PostgreSQL cases need CNCPROBE_TEST_POSTGRES and a scratch server";
   }
-  // A schema of its own, so the store is made afresh in a database other cases share.
-  const std::string schema = "v1_" + unique_name("store").substr(6);
-  const std::string url = "postgresql://?options=-csearch_path%3D" + schema;
   PGconn* db = PQconnectdb("");
   ASSERT_EQ(PQstatus(db), CONNECTION_OK) << PQerrorMessage(db);
   auto sql = [&](const std::string& statement) {
@@ -380,36 +378,50 @@ TEST(PostgresqlStore, OlderSchemaIsBroughtUp) {
     PQclear(result);
     return answer;
   };
-  sql("CREATE SCHEMA " + schema);
-  StoreStatus status;
-  {
-    auto runs = RunStore::open(url, status);
-    ASSERT_TRUE(runs) << status.message;
-    ASSERT_EQ(ingest_file(*runs, kBracket, {}).outcome, IngestOutcome::kStored);
+  for (const int old : {1, 2}) {
+    SCOPED_TRACE(old);
+    // A schema of its own, so the store is made afresh in a database other cases share.
+    const std::string schema = "v" + std::to_string(old) + "_" + unique_name("store").substr(6);
+    const std::string url = "postgresql://?options=-csearch_path%3D" + schema;
+    sql("CREATE SCHEMA " + schema);
+    StoreStatus status;
+    {
+      auto runs = RunStore::open(url, status);
+      ASSERT_TRUE(runs) << status.message;
+      ASSERT_EQ(ingest_file(*runs, kBracket, {}).outcome, IngestOutcome::kStored);
+    }
+    sql("SET search_path = " + schema);
+    sql("DROP INDEX points_by_run");
+    if (old == 1) {
+      sql("ALTER TABLE points ADD PRIMARY KEY (run_id, idx), "
+          "ADD FOREIGN KEY (run_id) REFERENCES runs(id) ON DELETE CASCADE");
+    } else {
+      sql("CREATE INDEX points_by_run ON points (run_id)");
+    }
+    sql("UPDATE schema_version SET version = " + std::to_string(old));
+
+    auto reader = RunStore::open(url, status, false);
+    ASSERT_TRUE(reader) << status.message;
+    ASSERT_EQ(reader->runs({}, status).size(), 1u);
+    EXPECT_EQ(sql("SELECT version FROM schema_version"), std::to_string(old));
+    reader.reset();
+
+    auto writer = RunStore::open(url, status);
+    ASSERT_TRUE(writer) << status.message;
+    EXPECT_EQ(sql("SELECT version FROM schema_version"), std::to_string(kSchemaVersion));
+    EXPECT_EQ(sql("SELECT count(*) FROM pg_constraint WHERE conrelid = 'points'::regclass"), "0");
+    EXPECT_EQ(sql("SELECT a.amname FROM pg_class c JOIN pg_am a ON a.oid = c.relam "
+                  "WHERE c.oid = 'points_by_run'::regclass"),
+              "brin");
+    const std::vector<StoredRun> stored = writer->runs({}, status);
+    ASSERT_EQ(stored.size(), 1u);
+    EXPECT_EQ(writer->points({stored[0].id}, status).size(),
+              static_cast<std::size_t>(stored[0].points));
+    EXPECT_EQ(ingest_file(*writer, kBracket, {}).outcome, IngestOutcome::kSkipped);
+    writer.reset();
+    sql("RESET search_path");
+    sql("DROP SCHEMA " + schema + " CASCADE");
   }
-  sql("SET search_path = " + schema);
-  sql("DROP INDEX points_by_run");
-  sql("ALTER TABLE points ADD PRIMARY KEY (run_id, idx), "
-      "ADD FOREIGN KEY (run_id) REFERENCES runs(id) ON DELETE CASCADE");
-  sql("UPDATE schema_version SET version = 1");
-
-  auto reader = RunStore::open(url, status, false);
-  ASSERT_TRUE(reader) << status.message;
-  ASSERT_EQ(reader->runs({}, status).size(), 1u);
-  EXPECT_EQ(sql("SELECT version FROM schema_version"), "1");
-  reader.reset();
-
-  auto writer = RunStore::open(url, status);
-  ASSERT_TRUE(writer) << status.message;
-  EXPECT_EQ(sql("SELECT version FROM schema_version"), std::to_string(kSchemaVersion));
-  EXPECT_EQ(sql("SELECT count(*) FROM pg_constraint WHERE conrelid = 'points'::regclass"), "0");
-  const std::vector<StoredRun> stored = writer->runs({}, status);
-  ASSERT_EQ(stored.size(), 1u);
-  EXPECT_EQ(writer->points({stored[0].id}, status).size(),
-            static_cast<std::size_t>(stored[0].points));
-  EXPECT_EQ(ingest_file(*writer, kBracket, {}).outcome, IngestOutcome::kSkipped);
-  writer.reset();
-  sql("DROP SCHEMA " + schema + " CASCADE");
   PQfinish(db);
 }
 #endif

@@ -23,10 +23,11 @@ namespace store {
 
 namespace {
 
-// Version 2 of the tables. A run's points are written together, in one COPY, in the transaction
-// that writes their run, in index order: an index on the run alone finds them (its entries only
-// ever grow at its right end, one key for all of a run's points), and their run is known to be
-// there without the server looking it up for every point.
+// Version 3 of the tables. A run's points are written together, in one COPY, in the transaction
+// that writes their run, so the table holds them in runs, one after the other: a block-range
+// index on the run finds them (it keeps the least and greatest run of each range of pages, a few
+// bytes where a B-tree keeps a key for every point), and their run is known to be there without
+// the server looking it up for every point.
 constexpr const char* kSchema = R"sql(
 CREATE TABLE schema_version (version INTEGER NOT NULL);
 CREATE TABLE programs (id BIGSERIAL PRIMARY KEY, name BYTEA NOT NULL UNIQUE);
@@ -65,20 +66,29 @@ CREATE TABLE points (
   measured_x DOUBLE PRECISION, measured_y DOUBLE PRECISION, measured_z DOUBLE PRECISION,
   r DOUBLE PRECISION, deviation DOUBLE PRECISION, lower_limit DOUBLE PRECISION,
   upper_limit DOUBLE PRECISION, verdict TEXT NOT NULL);
-CREATE INDEX points_by_run ON points (run_id);
+CREATE INDEX points_by_run ON points USING brin (run_id)
+  WITH (pages_per_range = 32, autosummarize = on);
 CREATE TABLE control_limits (
   id BIGSERIAL PRIMARY KEY, program_id BIGINT NOT NULL REFERENCES programs(id),
   saved_time TEXT NOT NULL, document TEXT NOT NULL);
-INSERT INTO schema_version (version) VALUES (2);
+INSERT INTO schema_version (version) VALUES (3);
 )sql";
 
 // From version 1, whose points had a primary key (run_id, idx) and a foreign key to their run:
-// the same rows, found through the index on the run.
+// the same rows, found through an index on the run.
 constexpr const char* kFromVersion1 = R"sql(
 ALTER TABLE points DROP CONSTRAINT IF EXISTS points_run_id_fkey,
   DROP CONSTRAINT IF EXISTS points_pkey;
 CREATE INDEX points_by_run ON points (run_id);
 UPDATE schema_version SET version = 2;
+)sql";
+// From version 2, whose index on the points' run was a B-tree. The block ranges are summarized
+// as the index is made; later ones as soon as they fill (autosummarize).
+constexpr const char* kFromVersion2 = R"sql(
+DROP INDEX points_by_run;
+CREATE INDEX points_by_run ON points USING brin (run_id)
+  WITH (pages_per_range = 32, autosummarize = on);
+UPDATE schema_version SET version = 3;
 )sql";
 
 // Any number the schema makes: two ingests that find an empty database take turns making it.
@@ -450,8 +460,13 @@ bool PostgresStore::upgrade(StoreStatus& status) {
   // Another process may have brought it up while this one waited for the lock.
   Result found = exec("SELECT max(version) FROM schema_version");
   if (!found.ok()) return failed(found);
-  if (found.integer(0, 0) == 1) {
+  const std::int64_t version = found.integer(0, 0);
+  if (version == 1) {
     Result changed = exec(kFromVersion1);
+    if (!changed.ok()) return failed(changed);
+  }
+  if (version <= 2) {
+    Result changed = exec(kFromVersion2);
     if (!changed.ok()) return failed(changed);
   }
   Result commit = exec("COMMIT");

@@ -22,7 +22,7 @@ namespace store {
 
 namespace {
 
-// Version 2 of the tables (the tables of version 1: version 2 changed how PostgreSQL finds a
+// Version 3 of the tables (the tables of versions 1 and 2: those changed how PostgreSQL finds a
 // run's points). Text that comes from a results file (paths, names, labels) is kept byte for
 // byte: SQLite does not check the encoding of what it is handed.
 constexpr const char* kSchema = R"sql(
@@ -66,7 +66,7 @@ CREATE INDEX points_by_run ON points (run_id, idx);
 CREATE TABLE control_limits (
   id INTEGER PRIMARY KEY, program_id INTEGER NOT NULL REFERENCES programs(id),
   saved_time TEXT NOT NULL, document TEXT NOT NULL);
-INSERT INTO schema_version (version) VALUES (2);
+INSERT INTO schema_version (version) VALUES (3);
 )sql";
 
 // The points one statement inserts (23 parameters each, well below SQLite's limit).
@@ -354,9 +354,9 @@ bool SqliteStore::prepare(bool for_writing, StoreStatus& status) {
       if (!exec("BEGIN IMMEDIATE", status)) return false;
       // Read again under the write lock: another process may have brought it up meanwhile.
       code = version(found);
-      // Version 1 has the tables of version 2.
+      // Versions 1 and 2 have the tables of version 3.
       if (code != SQLITE_OK ||
-          (found < kSchemaVersion && !exec("UPDATE schema_version SET version = 2", status)) ||
+          (found < kSchemaVersion && !exec("UPDATE schema_version SET version = 3", status)) ||
           !exec("COMMIT", status)) {
         if (code != SQLITE_OK) fail(code, status);
         rollback();
