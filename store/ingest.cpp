@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -76,7 +77,12 @@ class PathsToStore final : public kptProbePathListener {
       queue_.pop_front();
       lock.unlock();
       StoreStatus status;
-      const bool written = writer_.add_path(*path, status);
+      bool written = false;
+      try {
+        written = writer_.add_path(*path, status);
+      } catch (const std::exception& error) {  // no memory for a row: the run is not stored
+        status = {StoreProblem::kFailed, std::string("the store: ") + error.what()};
+      }
       lock.lock();
       if (!written) {
         status_ = status;
