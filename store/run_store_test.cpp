@@ -364,7 +364,8 @@ TEST(SqliteStore, OlderSchemaIsBroughtUp) {
 
 #if defined(CNCPROBE_STORE_POSTGRES)
 // The same on PostgreSQL, where schema 1 kept a primary key and a foreign key on the points and
-// schema 2 a B-tree on their run: either is brought up to a block-range index.
+// schema 2 a B-tree on their run, and both a foreign key on the checks: either is brought up to
+// a block-range index and no foreign keys.
 TEST(PostgresqlStore, OlderSchemaIsBroughtUp) {
   if (std::getenv("CNCPROBE_TEST_POSTGRES") == nullptr) {
     GTEST_SKIP() << "PostgreSQL cases need CNCPROBE_TEST_POSTGRES and a scratch server";
@@ -392,6 +393,7 @@ TEST(PostgresqlStore, OlderSchemaIsBroughtUp) {
     }
     sql("SET search_path = " + schema);
     sql("DROP INDEX points_by_run");
+    sql("ALTER TABLE checks ADD FOREIGN KEY (run_id) REFERENCES runs(id) ON DELETE CASCADE");
     if (old == 1) {
       sql("ALTER TABLE points ADD PRIMARY KEY (run_id, idx), "
           "ADD FOREIGN KEY (run_id) REFERENCES runs(id) ON DELETE CASCADE");
@@ -410,6 +412,9 @@ TEST(PostgresqlStore, OlderSchemaIsBroughtUp) {
     ASSERT_TRUE(writer) << status.message;
     EXPECT_EQ(sql("SELECT version FROM schema_version"), std::to_string(kSchemaVersion));
     EXPECT_EQ(sql("SELECT count(*) FROM pg_constraint WHERE conrelid = 'points'::regclass"), "0");
+    EXPECT_EQ(sql("SELECT count(*) FROM pg_constraint WHERE conrelid = 'checks'::regclass "
+                  "AND contype = 'f'"),
+              "0");
     EXPECT_EQ(sql("SELECT a.amname FROM pg_class c JOIN pg_am a ON a.oid = c.relam "
                   "WHERE c.oid = 'points_by_run'::regclass"),
               "brin");
