@@ -3,12 +3,15 @@
 //
 //   store_speed [--postgres URL] [--points N] [--small N] [--folder DIR]
 //
-// URL names an empty PostgreSQL database (it is written to); DIR a scratch folder (default: the
-// system's temporary folder). The small files are the bracket example's size. Figures are
-// medians of five ingests into SQLite and of three otherwise, but for the small files. The
-// extraction runs on one thread, as the ingest's does; CPU figures count every thread of this
-// process (an ingest hashes a large new file and scans its references on a second one).
+// URL names a PostgreSQL database without a run store (one is made in it, and dropped again);
+// DIR a scratch folder (default: the system's temporary folder). The small files are the bracket
+// example's size. Figures are medians of five ingests, or of three runs for the listing and the
+// trend. The extraction runs on one thread, as the ingest's does; CPU figures count every thread
+// of this process (an ingest hashes a large new file and scans its references on a second one).
 #include <sys/resource.h>
+#if defined(CNCPROBE_STORE_POSTGRES)
+#include <libpq-fe.h>
+#endif
 
 #include <algorithm>
 #include <chrono>
@@ -70,6 +73,26 @@ std::unique_ptr<store::RunStore> open_or_die(const std::string& url) {
   return runs;
 }
 
+// Drops the run store's tables from the PostgreSQL database `url` names, so the next ingest makes
+// the store afresh.
+bool drop_store_tables(const std::string& url) {
+#if defined(CNCPROBE_STORE_POSTGRES)
+  PGconn* db = PQconnectdb(url.c_str());
+  PGresult* result = PQexec(db,
+                            "DROP TABLE IF EXISTS schema_version, programs, runs, checks, points, "
+                            "control_limits CASCADE");
+  const bool dropped = PQresultStatus(result) == PGRES_COMMAND_OK;
+  if (!dropped) std::fprintf(stderr, "store_speed: %s", PQerrorMessage(db));
+  PQclear(result);
+  PQfinish(db);
+  return dropped;
+#else
+  (void)url;
+  std::fprintf(stderr, "store_speed: built without PostgreSQL\n");
+  return false;
+#endif
+}
+
 void ingest_or_die(store::RunStore& runs, const std::string& file) {
   const store::IngestResult result = store::ingest_file(runs, file, {});
   if (result.outcome == store::IngestOutcome::kStoreFailed) {
@@ -129,14 +152,28 @@ int main(int argc, char** argv) {
               into_sqlite, into_sqlite / extraction, cpu[attempts / 2],
               cpu[attempts / 2] / extraction_cpu, attempts);
   if (!postgres.empty()) {
-    const double into_postgres = median_of_three([&] {
-      const std::filesystem::path link = folder / ("large" + std::to_string(attempt++) + ".res");
-      std::filesystem::create_hard_link(large_file, link);
-      auto runs = open_or_die(postgres);
-      ingest_or_die(*runs, link.string());
-    });
-    std::printf("ingest into PostgreSQL: %.3f s wall (%.2f x), %.3f s CPU of this process\n",
-                into_postgres, into_postgres / extraction, last_cpu);
+    // One after another into the same store, as a plant's server takes them; and each into an
+    // empty store, as each SQLite ingest above, its tables dropped after its timing.
+    for (const bool emptied : {false, true}) {
+      times.clear();
+      cpu.clear();
+      for (int i = 0; i < attempts; ++i) {
+        const std::filesystem::path link = folder / ("large" + std::to_string(attempt++) + ".res");
+        std::filesystem::create_hard_link(large_file, link);
+        times.push_back(seconds([&] {
+          auto runs = open_or_die(postgres);
+          ingest_or_die(*runs, link.string());
+        }));
+        cpu.push_back(last_cpu);
+        if (emptied && !drop_store_tables(postgres)) return 1;
+      }
+      std::sort(times.begin(), times.end());
+      std::sort(cpu.begin(), cpu.end());
+      const double into_postgres = times[attempts / 2];
+      std::printf("ingest into PostgreSQL, %s: %.3f s wall (%.2f x), %.3f s CPU of this process\n",
+                  emptied ? "each into an empty store" : "one after another", into_postgres,
+                  into_postgres / extraction, cpu[attempts / 2]);
+    }
   }
 
   // Many small files, as a machine writes them, one part each.
