@@ -339,7 +339,7 @@ TEST(SqliteStore, OlderSchemaIsBroughtUp) {
     ASSERT_TRUE(runs) << status.message;
     ASSERT_EQ(ingest_file(*runs, kBracket, {}).outcome, IngestOutcome::kStored);
   }
-  // Schema 1 had the tables of schema 2.
+  // Schema 1 had the tables of schema 3.
   sqlite3* db = nullptr;
   sqlite3_open(url.c_str(), &db);
   ASSERT_EQ(sqlite3_exec(db, "UPDATE schema_version SET version = 1", nullptr, nullptr, nullptr),
