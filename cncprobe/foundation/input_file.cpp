@@ -14,10 +14,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <functional>
 #include <istream>
-#include <thread>
 #include <utility>
+
+#include "cncprobe/foundation/internal/side_by_side.h"
 
 namespace {
 // Whole files are read in blocks of this size at most.
@@ -274,26 +274,11 @@ std::size_t kptInputStream::read_all(char* buffer, std::size_t size,
     cut[k].begin = size / parts * k;
     cut[k].size = (k + 1 < parts ? size / parts * (k + 1) : size) - cut[k].begin;
   }
-  const auto read = [fd, buffer, start](Part& part) {
+  run_side_by_side<kMostParts>(parts, [fd, buffer, start, &cut](std::size_t k) {
+    Part& part = cut[k];
     part.got = read_part(fd, buffer + part.begin, part.size, start + static_cast<off_t>(part.begin),
                          part.failed);
-  };
-  std::array<std::thread, kMostParts> readers;
-  for (std::size_t k = 1; k < parts; ++k) {
-    try {
-      readers[k] = std::thread(read, std::ref(cut[k]));
-    } catch (...) {
-      break;  // no thread to be had: the caller reads the part itself
-    }
-  }
-  read(cut[0]);
-  for (std::size_t k = 1; k < parts; ++k) {
-    if (readers[k].joinable()) {
-      readers[k].join();
-    } else {
-      read(cut[k]);
-    }
-  }
+  });
   // The bytes held are those up to the first part that came short: the end of the file, or a
   // failed read.
   std::size_t used = 0;

@@ -8,14 +8,13 @@
 #include <cstring>
 #include <exception>
 #include <fstream>
-#include <functional>
 #include <limits>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <utility>
 #include <vector>
 
+#include "cncprobe/foundation/internal/side_by_side.h"
 #include "cncprobe/platform/text/wide_string.h"
 
 #if defined(_WIN32)
@@ -361,7 +360,8 @@ bool kptResultsFileCursor::cut_lines_in_parts(std::size_t from, std::size_t end,
     }
     cut[k].end = at;
   }
-  const auto run = [block](Part& part) {
+  run_side_by_side<kMostParts>(parts, [block, &cut](std::size_t k) {
+    Part& part = cut[k];
     try {
       part.write = compact_lines(block, part.begin, part.end, [&part](std::size_t offset) {
         part.starts.push_back(static_cast<std::uint32_t>(offset));
@@ -369,23 +369,7 @@ bool kptResultsFileCursor::cut_lines_in_parts(std::size_t from, std::size_t end,
     } catch (...) {
       part.failure = std::current_exception();
     }
-  };
-  std::array<std::thread, kMostParts> cutters;
-  for (std::size_t k = 1; k < parts; ++k) {
-    try {
-      cutters[k] = std::thread(run, std::ref(cut[k]));
-    } catch (...) {
-      break;  // no thread to be had: the caller cuts the part itself
-    }
-  }
-  run(cut[0]);
-  for (std::size_t k = 1; k < parts; ++k) {
-    if (cutters[k].joinable()) {
-      cutters[k].join();
-    } else {
-      run(cut[k]);
-    }
-  }
+  });
   for (std::size_t k = 0; k < parts; ++k) {
     if (cut[k].failure) std::rethrow_exception(cut[k].failure);
   }
