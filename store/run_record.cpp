@@ -214,12 +214,10 @@ void for_each_point_of(const mtrProbePath& path, std::int32_t path_index, std::i
   row.path = path_index;
   row.toolpath = static_cast<std::int32_t>(path.id());
   row.instance = path.pattern_instance() ? static_cast<std::int32_t>(*path.pattern_instance()) : -1;
-  std::string label;
   for (unsigned int i = 0, count = path.inspection_points_count(); i < count; ++i) {
     const mtrInspectionPoint& point = path.inspection_point_ref(i);
-    const utString text = point.label();
-    label.assign(text.view());
-    row.label = label;
+    const utString label = point.label();  // made on demand; lives through fn(row)
+    row.label = label.view();
     const giPoint3& n = point.nominal_point();
     const giUnitVec3& d = point.direction();
     row.nominal[0] = n.x(), row.nominal[1] = n.y(), row.nominal[2] = n.z();
