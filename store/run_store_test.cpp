@@ -63,6 +63,12 @@ class RunStoreTest : public ::testing::TestWithParam<const char*> {
     runs_ = RunStore::open(url_, status_);
     ASSERT_TRUE(runs_) << status_.message;
   }
+  // The stored runs of one program, oldest first.
+  std::vector<StoredRun> runs_of(const std::string& program) {
+    RunFilter filter;
+    filter.program = program;
+    return runs_->runs(filter, status_);
+  }
   std::string write(const std::string& name, const std::string& text) {
     const std::string file = dir_.path().string() + "/" + name;
     std::ofstream(file, std::ios::binary) << text;
@@ -84,9 +90,7 @@ TEST_P(RunStoreTest, RunIsStoredOnceAndReadBack) {
   EXPECT_EQ(runs_->add_run(record, status_), AddOutcome::kAlreadyStored) << status_.message;
   EXPECT_TRUE(runs_->has_run(record.path, record.sha256, status_));
 
-  RunFilter filter;
-  filter.program = options.program;
-  const std::vector<StoredRun> stored = runs_->runs(filter, status_);
+  const std::vector<StoredRun> stored = runs_of(options.program);
   ASSERT_TRUE(status_.ok()) << status_.message;
   ASSERT_EQ(stored.size(), 1u);
   EXPECT_EQ(stored[0].path, record.path);
@@ -136,9 +140,7 @@ TEST_P(RunStoreTest, PointsReadBackBitForBit) {
     const RunRecord record = RunRecord::from_file(file, options);
     ASSERT_EQ(record.points, count);
     ASSERT_EQ(runs_->add_run(record, status_), AddOutcome::kStored) << status_.message;
-    RunFilter filter;
-    filter.program = options.program;
-    const std::vector<StoredRun> stored = runs_->runs(filter, status_);
+    const std::vector<StoredRun> stored = runs_of(options.program);
     ASSERT_EQ(stored.size(), 1u) << status_.message;
     const std::vector<StoredPoint> points = runs_->points({stored[0].id}, status_);
     ASSERT_TRUE(status_.ok()) << status_.message;
@@ -173,15 +175,15 @@ TEST_P(RunStoreTest, SamePathWithOtherContentIsANewRun) {
     EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kSkipped);
     write("run" + std::to_string(padding) + ".txt", text + "\n");
     EXPECT_EQ(ingest_file(*runs_, file, options).outcome, IngestOutcome::kStored);
-    RunFilter filter;
-    filter.program = options.program;
-    const std::vector<StoredRun> stored = runs_->runs(filter, status_);
+    const std::vector<StoredRun> stored = runs_of(options.program);
     ASSERT_EQ(stored.size(), 2u);
     EXPECT_EQ(stored[0].sha256, content_sha256(text)) << padding;
     EXPECT_EQ(stored[1].sha256, content_sha256(text + "\n")) << padding;
     EXPECT_EQ(stored[0].cldata_filename, "C:\\jobs\\x'; DROP TABLE programs; --.cl");
-    filter.last = 1;
-    EXPECT_EQ(runs_->runs(filter, status_).size(), 1u);
+    RunFilter newest;
+    newest.program = options.program;
+    newest.last = 1;
+    EXPECT_EQ(runs_->runs(newest, status_).size(), 1u);
   }
 }
 
@@ -199,9 +201,7 @@ TEST_P(RunStoreTest, HostileTextReadsBackExactly) {
   record.program = std::string(kProgram, sizeof kProgram - 1) + unique_name("") + '\0';
   ASSERT_EQ(runs_->add_run(record, status_), AddOutcome::kStored) << status_.message;
 
-  RunFilter filter;
-  filter.program = record.program;
-  const std::vector<StoredRun> stored = runs_->runs(filter, status_);
+  const std::vector<StoredRun> stored = runs_of(record.program);
   ASSERT_EQ(stored.size(), 1u) << status_.message;
   EXPECT_EQ(stored[0].program, record.program);
   EXPECT_EQ(stored[0].path, record.path);
@@ -249,9 +249,7 @@ TEST_P(RunStoreTest, LargeFileStoredWhileExtractedIsTheRecord) {
     // Unmeasured points: the latest problem, whether or not the run started again.
     EXPECT_EQ(result.status_name, record.status_name);
     EXPECT_EQ(record.points, restart < 0 ? 120 * 120 : 80 * 120);
-    RunFilter filter;
-    filter.program = options.program;
-    const std::vector<StoredRun> stored = runs_->runs(filter, status_);
+    const std::vector<StoredRun> stored = runs_of(options.program);
     ASSERT_EQ(stored.size(), 1u) << status_.message;
     EXPECT_EQ(stored[0].points, record.points);
     EXPECT_EQ(stored[0].status_name, record.status_name);
